@@ -1,0 +1,40 @@
+# Thin wrapper over CMake. `make demo` and `make test` work on a fresh machine.
+SANITIZE ?= 0
+JOBS ?= $(shell nproc)
+ifeq ($(SANITIZE),1)
+  BUILD := build-asan
+  CMAKE_FLAGS := -DKV_SANITIZE=ON -DKV_BENCH=OFF -DCMAKE_BUILD_TYPE=Debug
+else
+  BUILD := build
+  CMAKE_FLAGS := -DCMAKE_BUILD_TYPE=RelWithDebInfo
+endif
+# Leak reports matter; the solid modeller's static caches are not ours to free.
+export ASAN_OPTIONS ?= detect_leaks=1:abort_on_error=0
+export UBSAN_OPTIONS ?= print_stacktrace=1:halt_on_error=1
+export LSAN_OPTIONS ?= suppressions=$(CURDIR)/tests/lsan.supp
+
+.PHONY: all deps configure build test demo bench clean
+
+all: build
+
+deps:
+	@scripts/install-deps
+
+configure: deps
+	@cmake -S . -B $(BUILD) $(CMAKE_FLAGS) >/dev/null
+
+build: configure
+	@cmake --build $(BUILD) -j $(JOBS)
+
+test: build
+	@cd $(BUILD) && ctest --output-on-failure -j $(JOBS)
+
+demo: build
+	@$(BUILD)/kvhost --project $(BUILD)/demo-project examples/demo.lsp
+
+bench: configure
+	@cmake --build $(BUILD) -j $(JOBS) --target bench_all kvhost
+	@scripts/run-benchmarks $(BUILD)
+
+clean:
+	rm -rf build build-asan
