@@ -109,3 +109,83 @@ int acedInvoke(const resbuf* args, resbuf** result);
 int acutPrintf(const ACHAR* format, ...);
 int acedTextScr();
 int acedGraphScr();
+
+// ---------------------------------------------------------------------------------------------
+// The host's side of the bridge: what the LISP interpreter, the document manager and the console
+// plug into. Modules never call these.
+#include <functional>
+#include <string>
+#include <string_view>
+
+namespace kvads {
+
+// A LISP environment as the bridge sees it. The interpreter implements it, one per document.
+class LispSession {
+ public:
+  // acedDefun/acedUndef: (un)binds `name` in this environment to the entry of `funcNumber`.
+  virtual int defun(const ACHAR* name, int funcNumber) = 0;
+  virtual int undef(const ACHAR* name, int funcNumber) = 0;
+  // acedInvoke in this environment; never throws.
+  virtual int invoke(const resbuf* args, resbuf** result) = 0;
+
+ protected:
+  ~LispSession() = default;
+};
+
+// The environment that acedDefun defines into and acedInvoke calls in. The document manager sets
+// it when a document becomes current; null means no document (both calls then answer RTERROR).
+void setCurrentSession(LispSession* session);
+LispSession* currentSession();
+
+// The entry registered for a function code with acedRegFunc, null when none.
+using EntryFunction = int (*)();
+EntryFunction registeredEntry(int funcNumber);
+
+// One LISP call of a registered entry in progress: acedGetArgs reads its arguments and the
+// acedRet... calls set its result. Frames nest (an entry may acedInvoke LISP that calls another
+// entry); the innermost is the one in progress.
+class CallFrame {
+ public:
+  explicit CallFrame(resbuf* args);  // takes ownership of args
+  ~CallFrame();
+  CallFrame(const CallFrame&) = delete;
+  CallFrame& operator=(const CallFrame&) = delete;
+
+  const resbuf* args() const { return args_; }
+  bool hasResult() const { return hasResult_; }
+  // The cells set by the last acedRet... (null with hasResult() for nil); ownership passes.
+  resbuf* takeResult();
+  // Replaces the result; takes ownership of cells.
+  void setResult(resbuf* cells);
+  static CallFrame* current();
+
+ private:
+  resbuf* args_;
+  resbuf* result_ = nullptr;
+  bool hasResult_ = false;
+  CallFrame* outer_;
+};
+
+// The command line. Everything the host writes for the user (acutPrintf, princ, error texts)
+// goes through here, so that it reaches standard output in order. A sink set by a test or a
+// window receives the UTF-8 text instead; an empty function restores standard output.
+void consoleWrite(std::string_view utf8);
+void setConsoleSink(std::function<void(std::string_view)> sink);
+void consoleFlush();
+// True when nothing was written yet or the last text written ended a line.
+bool consoleAtLineStart();
+
+// What kind of value the platform gives a DXF group code (below 1000, and extended data codes
+// 1000 to 1071). Unknown codes are Invalid.
+enum class DxfKind { Invalid, String, Point, Real, Short, Long, Int64, Name };
+DxfKind dxfValueKind(int groupCode);
+
+// Copies one chain (strings included). Null gives null.
+resbuf* copyChain(const resbuf* rb);
+// UTF-8 to and from the bridge's wide strings.
+std::wstring toWide(std::string_view utf8);
+std::string toUtf8(std::wstring_view wide);
+// A string cell's text in a fresh malloc'ed copy, as acutRelRb frees it.
+ACHAR* dupString(const ACHAR* text);
+
+}  // namespace kvads

@@ -1,0 +1,200 @@
+// The bridge's state: the current LISP session, the registered entries, the call in progress
+// with its arguments and result, and the console every message goes to.
+#include <cstdio>
+#include <unordered_map>
+
+#include "ads.h"
+
+namespace kvads {
+
+namespace {
+
+LispSession* gSession = nullptr;
+CallFrame* gFrame = nullptr;
+
+std::unordered_map<int, EntryFunction>& entries() {
+  static std::unordered_map<int, EntryFunction> table;
+  return table;
+}
+
+std::function<void(std::string_view)>& sink() {
+  static std::function<void(std::string_view)> s;
+  return s;
+}
+
+// Sets the result of the call in progress; RTERROR when no call is in progress.
+int setResult(resbuf* cells) {
+  if (!gFrame) {
+    acutRelRb(cells);
+    return RTERROR;
+  }
+  gFrame->setResult(cells);
+  return RTNORM;
+}
+
+}  // namespace
+
+void setCurrentSession(LispSession* session) { gSession = session; }
+LispSession* currentSession() { return gSession; }
+
+EntryFunction registeredEntry(int funcNumber) {
+  auto it = entries().find(funcNumber);
+  return it == entries().end() ? nullptr : it->second;
+}
+
+CallFrame::CallFrame(resbuf* args) : args_(args), outer_(gFrame) { gFrame = this; }
+
+CallFrame::~CallFrame() {
+  gFrame = outer_;
+  acutRelRb(args_);
+  acutRelRb(result_);
+}
+
+resbuf* CallFrame::takeResult() {
+  resbuf* r = result_;
+  result_ = nullptr;
+  return r;
+}
+
+void CallFrame::setResult(resbuf* cells) {
+  acutRelRb(result_);
+  result_ = cells;
+  hasResult_ = true;
+}
+
+CallFrame* CallFrame::current() { return gFrame; }
+
+namespace {
+bool gAtLineStart = true;
+}  // namespace
+
+bool consoleAtLineStart() { return gAtLineStart; }
+
+void consoleWrite(std::string_view utf8) {
+  if (utf8.empty()) return;
+  gAtLineStart = utf8.back() == '\n';
+  if (sink())
+    sink()(utf8);
+  else
+    std::fwrite(utf8.data(), 1, utf8.size(), stdout);
+}
+
+void setConsoleSink(std::function<void(std::string_view)> s) {
+  std::fflush(stdout);
+  sink() = std::move(s);
+}
+
+void consoleFlush() { std::fflush(stdout); }
+
+std::wstring toWide(std::string_view s) {
+  std::wstring out;
+  out.reserve(s.size());
+  for (std::size_t i = 0; i < s.size();) {
+    auto c = static_cast<unsigned char>(s[i]);
+    int extra = c < 0x80 ? 0 : c >= 0xF0 ? 3 : c >= 0xE0 ? 2 : c >= 0xC0 ? 1 : -1;
+    if (extra < 0 || i + extra > s.size() - 1) {
+      out.push_back(L'\uFFFD');  // a stray or cut byte: replaced, never read past the end
+      ++i;
+      continue;
+    }
+    char32_t cp = extra == 0 ? c : c & (0x3F >> extra);
+    bool ok = true;
+    for (int k = 1; k <= extra; ++k) {
+      auto cc = static_cast<unsigned char>(s[i + k]);
+      if ((cc & 0xC0) != 0x80) ok = false;
+      cp = (cp << 6) | (cc & 0x3F);
+    }
+    out.push_back(ok ? static_cast<wchar_t>(cp) : L'\uFFFD');
+    i += ok ? extra + 1 : 1;
+  }
+  return out;
+}
+
+std::string toUtf8(std::wstring_view w) {
+  std::string out;
+  out.reserve(w.size());
+  for (wchar_t wc : w) {
+    auto cp = static_cast<char32_t>(wc);
+    if (cp > 0x10FFFF) cp = 0xFFFD;
+    if (cp < 0x80) {
+      out.push_back(static_cast<char>(cp));
+    } else if (cp < 0x800) {
+      out.push_back(static_cast<char>(0xC0 | (cp >> 6)));
+      out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
+    } else if (cp < 0x10000) {
+      out.push_back(static_cast<char>(0xE0 | (cp >> 12)));
+      out.push_back(static_cast<char>(0x80 | ((cp >> 6) & 0x3F)));
+      out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
+    } else {
+      out.push_back(static_cast<char>(0xF0 | (cp >> 18)));
+      out.push_back(static_cast<char>(0x80 | ((cp >> 12) & 0x3F)));
+      out.push_back(static_cast<char>(0x80 | ((cp >> 6) & 0x3F)));
+      out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
+    }
+  }
+  return out;
+}
+
+}  // namespace kvads
+
+using kvads::CallFrame;
+
+resbuf* acedGetArgs() {
+  return CallFrame::current() ? kvads::copyChain(CallFrame::current()->args()) : nullptr;
+}
+
+int acedRetNil() { return kvads::setResult(acutBuildList(RTNIL, 0)); }
+int acedRetT() { return kvads::setResult(acutBuildList(RTT, 0)); }
+int acedRetVoid() { return kvads::setResult(acutBuildList(RTVOID, 0)); }
+int acedRetReal(ads_real value) { return kvads::setResult(acutBuildList(RTREAL, value, 0)); }
+int acedRetPoint(const ads_point point) { return kvads::setResult(acutBuildList(RT3DPOINT, point, 0)); }
+int acedRetStr(const ACHAR* text) { return kvads::setResult(acutBuildList(RTSTR, text, 0)); }
+
+// The platform keeps an int result in 16 bits when it fits; wider values travel as a long.
+int acedRetInt(int value) {
+  if (value >= -32768 && value <= 32767) return kvads::setResult(acutBuildList(RTSHORT, value, 0));
+  return kvads::setResult(acutBuildList(RTLONG, static_cast<std::int32_t>(value), 0));
+}
+
+int acedRetName(const ads_name name, int type) {
+  if (type != RTENAME && type != RTPICKS) return RTERROR;
+  return kvads::setResult(acutBuildList(type, name, 0));
+}
+
+// The list form of the result: the cells are the list's items, without an enclosing RTLB/RTLE.
+int acedRetList(const resbuf* list) {
+  resbuf* items = kvads::copyChain(list);
+  resbuf* open = acutNewRb(RTLB);
+  open->rbnext = items;
+  resbuf* tail = open;
+  while (tail->rbnext) tail = tail->rbnext;
+  tail->rbnext = acutNewRb(RTLE);
+  return kvads::setResult(open);
+}
+
+int acedDefun(const ACHAR* name, int funcNumber) {
+  if (!name || !kvads::currentSession()) return RTERROR;
+  return kvads::currentSession()->defun(name, funcNumber);
+}
+
+int acedUndef(const ACHAR* name, int funcNumber) {
+  if (!name || !kvads::currentSession()) return RTERROR;
+  return kvads::currentSession()->undef(name, funcNumber);
+}
+
+int acedRegFunc(int (*entry)(), int funcNumber) {
+  if (entry)
+    kvads::entries()[funcNumber] = entry;
+  else
+    kvads::entries().erase(funcNumber);
+  return RTNORM;
+}
+
+int acedInvoke(const resbuf* args, resbuf** result) {
+  if (result) *result = nullptr;
+  if (!args || !result || !kvads::currentSession()) return RTERROR;
+  return kvads::currentSession()->invoke(args, result);
+}
+
+int acedTextScr() { return RTNORM; }
+int acedGraphScr() { return RTNORM; }

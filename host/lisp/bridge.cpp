@@ -1,0 +1,254 @@
+// The LISP side of the bridge: values to result-buffer cells and back, calls of functions that
+// modules define with acedDefun, and acedInvoke.
+#include "internal.h"
+
+namespace kvlisp {
+
+using namespace detail;
+
+namespace {
+
+// Appends cells behind a tail pointer.
+class Chain {
+ public:
+  ~Chain() { acutRelRb(head_); }
+  resbuf* add(int type) {
+    resbuf* rb = acutNewRb(type);
+    *link_ = rb;
+    link_ = &rb->rbnext;
+    return rb;
+  }
+  resbuf* release() {
+    resbuf* h = head_;
+    head_ = nullptr;
+    link_ = &head_;
+    return h;
+  }
+
+ private:
+  resbuf* head_ = nullptr;
+  resbuf** link_ = &head_;
+};
+
+// A proper list of exactly two or three numbers travels as a point.
+int pointSize(const Value& v) {
+  int n = 0;
+  const Value* p = &v;
+  for (; p->isCons(); p = &p->cdr()) {
+    if (!p->car().isNumber() || ++n > 3) return 0;
+  }
+  return p->isNil() && n >= 2 ? n : 0;
+}
+
+void appendCells(Chain& out, const Value& v, int depth) {
+  if (depth > kMaxNesting) stackLimit();
+  switch (v.type()) {
+    case Type::Nil: out.add(RTNIL); return;
+    case Type::Int: {
+      std::int32_t n = v.asInt();
+      if (n >= -32768 && n <= 32767) out.add(RTSHORT)->resval.rint = static_cast<short>(n);
+      else out.add(RTLONG)->resval.rlong = n;
+      return;
+    }
+    case Type::Real: out.add(RTREAL)->resval.rreal = v.asReal(); return;
+    case Type::Str: out.add(RTSTR)->resval.rstring = kvads::dupString(kvads::toWide(v.asString()).c_str()); return;
+    case Type::Sym:
+      if (v.symbolId() == sym().t) out.add(RTT);
+      else if (v.symbolId() == sym().voidSym) out.add(RTVOID);
+      else out.add(RTSTR)->resval.rstring = kvads::dupString(kvads::toWide(v.symbolName()).c_str());
+      return;
+    case Type::Ename: case Type::Pickset: {
+      resbuf* rb = out.add(v.type() == Type::Ename ? RTENAME : RTPICKS);
+      auto n = v.asName();
+      rb->resval.rlname[0] = n[0];
+      rb->resval.rlname[1] = n[1];
+      return;
+    }
+    case Type::List: break;
+    default: throw Error("bad argument type: " + v.print());
+  }
+  if (int n = pointSize(v)) {
+    resbuf* rb = out.add(n == 2 ? RTPOINT : RT3DPOINT);
+    const Value* p = &v;
+    for (int i = 0; i < n; ++i, p = &p->cdr()) rb->resval.rpoint[i] = p->car().asNumber();
+    return;
+  }
+  out.add(RTLB);
+  const Value* p = &v;
+  for (; p->isCons(); p = &p->cdr()) appendCells(out, p->car(), depth + 1);
+  if (p->isNil()) {
+    out.add(RTLE);
+  } else {  // (a . b) reaches a module as RTLB a b RTDOTE
+    appendCells(out, *p, depth + 1);
+    out.add(RTDOTE);
+  }
+}
+
+// A value of one scalar cell (no list structure).
+Value scalar(const resbuf* rb) {
+  const ads_u_val& u = rb->resval;
+  switch (rb->restype) {
+    case RTNIL: return Value();
+    case RTT: return Value::t();
+    case RTSHORT: return Value::integer(u.rint);
+    case RTLONG: return Value::integer(u.rlong);
+    case RTREAL: case RTANG: case RTORINT: return Value::real(u.rreal);
+    case RTSTR: return Value::string(kvads::toUtf8(u.rstring ? u.rstring : L""));
+    case RTENAME: return Value::ename(u.rlname[0], u.rlname[1]);
+    case RTPICKS: return Value::pickset(u.rlname[0], u.rlname[1]);
+    case RTPOINT: return Value::point(u.rpoint[0], u.rpoint[1]);
+    case RT3DPOINT: return Value::point(u.rpoint[0], u.rpoint[1], u.rpoint[2]);
+    case RTVOID: return Value::symbol("");
+    case RTDXF0: return Value::cons(Value::integer(0), Value::string(kvads::toUtf8(u.rstring ? u.rstring : L"")));
+    default: break;
+  }
+  Value code = Value::integer(rb->restype);
+  switch (rb->restype < 5000 ? kvads::dxfValueKind(rb->restype) : kvads::DxfKind::Invalid) {
+    case kvads::DxfKind::String: return Value::cons(code, Value::string(kvads::toUtf8(u.rstring ? u.rstring : L"")));
+    case kvads::DxfKind::Point: return Value::cons(code, Value::point(u.rpoint[0], u.rpoint[1], u.rpoint[2]));
+    case kvads::DxfKind::Real: return Value::cons(code, Value::real(u.rreal));
+    case kvads::DxfKind::Short: return Value::cons(code, Value::integer(u.rint));
+    case kvads::DxfKind::Long: return Value::cons(code, Value::integer(u.rlong));
+    case kvads::DxfKind::Int64: return Value::cons(code, Value::real(static_cast<double>(u.mnInt64)));
+    case kvads::DxfKind::Name: return Value::cons(code, Value::ename(u.rlname[0], u.rlname[1]));
+    case kvads::DxfKind::Invalid: break;
+  }
+  throw Error("bad result cell type " + std::to_string(rb->restype));
+}
+
+struct OpenList {
+  std::vector<Value> items;
+  Value tail;
+  bool afterDot = false, hasTail = false;
+};
+
+Value closeList(OpenList& f) {
+  if (f.afterDot && !f.hasTail) {  // RTLB a b RTDOTE RTLE: the LISP side's own dotted form
+    if (f.items.size() < 2) throw Error("malformed dotted pair in result cells");
+    f.tail = std::move(f.items.back());
+    f.items.pop_back();
+  }
+  Value list = f.tail;
+  for (auto it = f.items.rbegin(); it != f.items.rend(); ++it) list = Value::cons(std::move(*it), std::move(list));
+  return list;
+}
+
+}  // namespace
+
+resbuf* toCells(const Value& value) {
+  Chain out;
+  appendCells(out, value, 0);
+  return out.release();
+}
+
+resbuf* toCells(Args values) {
+  Chain out;
+  for (const Value& v : values) appendCells(out, v, 0);
+  return out.release();
+}
+
+std::vector<Value> fromCells(const resbuf* rb) {
+  std::vector<Value> top;
+  std::vector<OpenList> open;
+  auto deliver = [&](Value v) {
+    if (open.empty()) return top.push_back(std::move(v));
+    OpenList& f = open.back();
+    if (f.hasTail) throw Error("malformed dotted pair in result cells");
+    if (f.afterDot) {
+      f.tail = std::move(v);
+      f.hasTail = true;
+    } else {
+      f.items.push_back(std::move(v));
+    }
+  };
+  for (; rb; rb = rb->rbnext) {
+    if (rb->restype == RTLB) {
+      open.emplace_back();
+    } else if (rb->restype == RTLE) {
+      if (open.empty()) throw Error("unbalanced list end in result cells");
+      Value list = closeList(open.back());
+      open.pop_back();
+      deliver(std::move(list));
+    } else if (rb->restype == RTDOTE) {
+      if (open.empty() || open.back().afterDot || open.back().items.empty())
+        throw Error("malformed dotted pair in result cells");
+      open.back().afterDot = true;
+    } else {
+      deliver(scalar(rb));
+    }
+  }
+  if (open.size() == 1 && open.back().afterDot && !open.back().hasTail) {  // a lone RTLB a b RTDOTE
+    Value list = closeList(open.back());
+    open.pop_back();
+    deliver(std::move(list));
+  }
+  if (!open.empty()) throw Error("unbalanced list in result cells");
+  return top;
+}
+
+Value Environment::Impl::callExternal(const ExsubrObj& f, Args args) {
+  kvads::EntryFunction entry = kvads::registeredEntry(f.code);
+  if (!entry) throw Error("no function definition: " + f.name);
+  kvads::CallFrame frame(toCells(args));
+  int rc;
+  try {
+    rc = entry();
+  } catch (const std::exception& e) {
+    throw Error(f.name + ": " + e.what());
+  } catch (...) {
+    throw Error(f.name + ": unexpected exception");
+  }
+  if (pendingExit >= 0) {
+    int status = pendingExit;
+    pendingExit = -1;
+    throw ExitRequest{status};
+  }
+  if (rc == RSERR) throw Error("ADS request error");
+  if (!frame.hasResult()) return Value();
+  resbuf* cells = frame.takeResult();
+  struct Release {
+    resbuf* rb;
+    ~Release() { acutRelRb(rb); }
+  } release{cells};
+  std::vector<Value> values = fromCells(cells);
+  return values.empty() ? Value() : values.front();
+}
+
+int Environment::defun(const ACHAR* name, int funcNumber) {
+  ExsubrObj* x;
+  Value v = newObject(Type::Exsubr, x);
+  std::uint32_t id = intern(kvads::toUtf8(name));
+  x->name = symbolName(id);
+  x->code = funcNumber;
+  set(id, std::move(v));
+  return RTNORM;
+}
+
+int Environment::undef(const ACHAR* name, int funcNumber) {
+  std::uint32_t id = intern(kvads::toUtf8(name));
+  const Value& v = impl_->value(id);
+  if (v.type() != Type::Exsubr || as<ExsubrObj>(v)->code != funcNumber) return RTERROR;
+  set(id, Value());
+  return RTNORM;
+}
+
+int Environment::invoke(const resbuf* args, resbuf** result) {
+  *result = nullptr;
+  if (!args || args->restype != RTSTR || !args->resval.rstring) return RTERROR;
+  try {
+    Value fn = impl_->resolve(Value::symbol(kvads::toUtf8(args->resval.rstring)));
+    std::vector<Value> values = fromCells(args->rbnext);
+    Value v = impl_->applyResolved(fn, values);
+    *result = toCells(v);
+    return RTNORM;
+  } catch (const Error&) {
+    return RTERROR;
+  } catch (const ExitRequest& e) {
+    impl_->pendingExit = e.status;
+    return RTERROR;
+  } catch (const std::exception&) {
+    return RTERROR;
+  }
+}
+
+}  // namespace kvlisp

@@ -1,0 +1,2 @@
+// Builtins (core).
+#include "internal.h"

@@ -1,0 +1,2 @@
+// Builtins (list).
+#include "internal.h"

@@ -1,0 +1,2 @@
+// Builtins (math).
+#include "internal.h"

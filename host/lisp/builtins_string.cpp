@@ -1,0 +1,2 @@
+// Builtins (string).
+#include "internal.h"
