@@ -162,7 +162,20 @@ int acedRetName(const ads_name name, int type) {
 }
 
 // The list form of the result: the cells are the list's items, without an enclosing RTLB/RTLE.
+// A chain that is itself one whole list (RTLB ... its matching RTLE, nothing after) is that list,
+// as on the platform, so that a module's RTLB ... RTLE result is not nested once more.
+static bool isOneWholeList(const resbuf* rb) {
+  if (!rb || rb->restype != RTLB) return false;
+  int depth = 0;
+  for (; rb; rb = rb->rbnext) {
+    if (rb->restype == RTLB) ++depth;
+    if (rb->restype == RTLE && --depth == 0) return rb->rbnext == nullptr;
+  }
+  return false;
+}
+
 int acedRetList(const resbuf* list) {
+  if (isOneWholeList(list)) return kvads::setResult(kvads::copyChain(list));
   resbuf* items = kvads::copyChain(list);
   resbuf* open = acutNewRb(RTLB);
   open->rbnext = items;
