@@ -1,0 +1,87 @@
+// Look-ups in the constant CLTD/SCL tables: index rules for latitude, zone, wall, roof and
+// orientation, and the averaging of the half-way compass points.
+#include <array>
+
+#include "loads/loads.h"
+
+namespace {
+
+constexpr int kLatitudeRows = 7, kZones = 4, kGlassPositions = 9, kWallRows = 15, kWallPositions = 8;
+constexpr int kRoofRows = 10, kHours = 24, kMonths = 12;
+
+struct NamedPair {
+  std::wstring_view name;
+  OrientationPair pair;
+};
+
+constexpr std::array<NamedPair, 17> kOrientations = {{
+    {L"N", {0, 0}}, {L"NNE", {0, 1}}, {L"NE", {1, 1}}, {L"ENE", {1, 2}}, {L"E", {2, 2}}, {L"ESE", {2, 3}},
+    {L"SE", {3, 3}}, {L"SSE", {3, 4}}, {L"S", {4, 4}}, {L"SSW", {4, 5}}, {L"SW", {5, 5}}, {L"WSW", {5, 6}},
+    {L"W", {6, 6}}, {L"WNW", {6, 7}}, {L"NW", {7, 7}}, {L"NNW", {7, 0}}, {L"UP", {8, 8}},
+}};
+
+bool inDay(int month, int hour) { return month >= 0 && month < kMonths && hour >= 0 && hour < kHours; }
+
+// The entry at a, averaged with the entry at b (truncating toward zero) when they differ.
+std::int16_t pairValue(const std::int16_t* row, OrientationPair p, int hour) {
+  const int first = row[p.a * kHours + hour];
+  if (p.a == p.b) return static_cast<std::int16_t>(first);
+  return static_cast<std::int16_t>((first + row[p.b * kHours + hour]) / 2);
+}
+
+}  // namespace
+
+OrientationPair orientationPositions(std::wstring_view name) {
+  for (const NamedPair& o : kOrientations)
+    if (o.name == name) return o.pair;
+  return {};
+}
+
+int latitudeRow(int latitude) { return latitude >= 16 && latitude <= 71 ? latitude / 8 - 2 : -1; }
+
+int zoneRow(wchar_t zone) {
+  switch (zone) {
+    case L'B': case L'b': return 1;
+    case L'C': case L'c': return 2;
+    case L'D': case L'd': return 3;
+    default: return 0;
+  }
+}
+
+int wallRow(int wallNumber) {
+  if (wallNumber >= 1 && wallNumber <= 7) return wallNumber - 1;
+  if (wallNumber >= 9 && wallNumber <= 16) return wallNumber - 2;
+  return 0;
+}
+
+int roofRow(int roofNumber) {
+  static constexpr int kNumbers[kRoofRows] = {1, 2, 3, 4, 5, 6, 8, 10, 13, 14};
+  for (int r = 0; r < kRoofRows; ++r)
+    if (kNumbers[r] == roofNumber) return r;
+  return 0;
+}
+
+std::int16_t glassCltd(int latitude, wchar_t zone, std::wstring_view orientation, int month, int hour) {
+  const int lat = latitudeRow(latitude);
+  if (lat < 0 || !inDay(month, hour)) return 0;
+  const std::size_t row = ((static_cast<std::size_t>(month) * kLatitudeRows + lat) * kZones + zoneRow(zone)) *
+                          kGlassPositions * kHours;
+  return pairValue(glassTable + row, orientationPositions(orientation), hour);
+}
+
+std::int16_t wallCltd(int latitude, int wallNumber, std::wstring_view orientation, int month, int hour) {
+  const int lat = latitudeRow(latitude);
+  if (lat < 0 || !inDay(month, hour)) return 0;
+  OrientationPair p = orientationPositions(orientation);
+  // Walls have no horizontal position; "UP" would read into the next wall's row.
+  if (p.a >= kWallPositions) p = {};
+  const std::size_t row = ((static_cast<std::size_t>(month) * kLatitudeRows + lat) * kWallRows + wallRow(wallNumber)) *
+                          kWallPositions * kHours;
+  return pairValue(wallTable + row, p, hour);
+}
+
+std::int16_t roofCltd(int latitude, int roofNumber, int month, int hour) {
+  const int lat = latitudeRow(latitude);
+  if (lat < 0 || !inDay(month, hour)) return 0;
+  return roofTable[((static_cast<std::size_t>(month) * kLatitudeRows + lat) * kRoofRows + roofRow(roofNumber)) * kHours + hour];
+}
