@@ -3,11 +3,13 @@
 #pragma once
 
 #include <cstdint>
+#include <list>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "ads.h"
+#include "db.h"
 
 // ---------------------------------------------------------------------------------------------
 // Status of a LISP body
@@ -87,6 +89,8 @@ bool ArgPoint2d(ArgCursor& cursor, ads_point out);
 // One point cell (RTPOINT gives z 0), or two or three numeric cells (RTREAL, RTSHORT, RTLONG);
 // z is 0 when no third number follows.
 bool ArgPoint3d(ArgCursor& cursor, ads_point out);
+// RTENAME naming an object of a loaded drawing.
+bool ArgObjectId(ArgCursor& cursor, AcDbObjectId& out);
 bool ArgListOpen(ArgCursor& cursor);
 bool ArgListClose(ArgCursor& cursor);
 // A dotted pair ("text" . int) as LISP passes it: RTLB, RTSTR, integer, RTDOTE.
@@ -117,11 +121,22 @@ void AppendString(resbuf*& tail, const ACHAR* text);
 // Links an already built chain behind tail and moves tail to its last cell.
 void AppendCells(resbuf*& tail, resbuf* cells);
 
+// ("key" . <entity name>); ("key" . nil) for a null object; nothing when no name can be had.
+void AppendStringObject(resbuf*& tail, const ACHAR* key, const AcDbObject* object);
+
+// The object's entity name as the result; nil when it has none.
+void RetObject(const AcDbObject* object);
+void RetObjectId(AcDbObjectId id);
+
 // Releases a whole chain when it goes out of scope.
 struct ResbufRelease {
   void operator()(resbuf* rb) const { acutRelRb(rb); }
 };
 using ResbufPtr = std::unique_ptr<resbuf, ResbufRelease>;
+
+// Changes a point in place between the current UCS and the world; false when the host refuses.
+bool UcsToWcs(AcGePoint3d& point);
+bool WcsToUcs(AcGePoint3d& point);
 
 // ---------------------------------------------------------------------------------------------
 // Tree lists: a labelled tree between LISP and a tree control
@@ -178,6 +193,203 @@ const LispFunctionRow* LispFunctionTable();
 void RegisterLispFunctions(const LispFunctionRow* table, int count, int base);
 // Names of the rows whose function belongs to a part of the module that is not built yet.
 std::vector<std::wstring> NotBuiltLispFunctions();
+
+// ---------------------------------------------------------------------------------------------
+// Documents and projects
+// ---------------------------------------------------------------------------------------------
+
+class AcDbDatabase;
+class AcApDocument;
+class kvDocReactor;
+class kvEditorReactor;
+class HvacDocReactor;
+class hvacPerProjectData;
+
+// What the project database keeps for one project (its connection and record objects). The
+// database side derives from it; the project owns it.
+class ProjectDatabaseState {
+ public:
+  virtual ~ProjectDatabaseState() = default;
+};
+
+// State of one project: the folder that its drawings lie in.
+class kvPerProjectData {
+ public:
+  explicit kvPerProjectData(std::wstring folder);
+  virtual ~kvPerProjectData();
+  kvPerProjectData(const kvPerProjectData&) = delete;
+  kvPerProjectData& operator=(const kvPerProjectData&) = delete;
+
+  const std::wstring& folder() const { return folder_; }
+  void setFolder(std::wstring folder) { folder_ = std::move(folder); }
+  std::int32_t documentCount() const { return documentCount_; }
+  void addDocument() { ++documentCount_; }
+  void removeDocument() { --documentCount_; }
+
+  ProjectDatabaseState* databaseState() const { return database_.get(); }
+  void setDatabaseState(std::unique_ptr<ProjectDatabaseState> state) { database_ = std::move(state); }
+
+ private:
+  std::wstring folder_;
+  std::int32_t documentCount_ = 0;
+  std::unique_ptr<ProjectDatabaseState> database_;
+};
+
+// The HVAC project: the common project plus the unit flag.
+class hvacPerProjectData : public kvPerProjectData {
+ public:
+  // Connects at once when the drawing `database` carries the project marker.
+  hvacPerProjectData(std::wstring folder, AcDbDatabase* database);
+  // Closes the project's database first.
+  ~hvacPerProjectData() override;
+
+  bool isMetric() const { return isMetric_; }
+  void setIsMetric(bool metric) { isMetric_ = metric; }
+
+ private:
+  bool isMetric_ = false;
+};
+
+// State of one open drawing.
+class kvPerDocData {
+ public:
+  // Counts itself in project's documents.
+  kvPerDocData(std::wstring path, kvPerProjectData& project, AcDbDatabase* database);
+  virtual ~kvPerDocData();
+  kvPerDocData(const kvPerDocData&) = delete;
+  kvPerDocData& operator=(const kvPerDocData&) = delete;
+
+  // The document's file name as the host gives it; "" for a drawing never saved.
+  const std::wstring& path() const { return path_; }
+  // The part of path behind its last separator.
+  const std::wstring& fileName() const { return fileName_; }
+  kvPerProjectData& project() const { return project_; }
+  AcDbDatabase* database() const { return database_; }
+
+ private:
+  std::wstring path_;
+  std::wstring fileName_;
+  kvPerProjectData& project_;
+  AcDbDatabase* database_;
+};
+
+class hvacPerDocData : public kvPerDocData {
+ public:
+  hvacPerDocData(std::wstring path, hvacPerProjectData& project, AcDbDatabase* database)
+      : kvPerDocData(std::move(path), project, database), hvacProject_(project) {}
+  hvacPerProjectData& hvacProject() const { return hvacProject_; }
+
+ private:
+  hvacPerProjectData& hvacProject_;
+};
+
+// Every open document and every project with an open document. The head of the document list
+// is the current document. It follows the host's document events through its reactors.
+class kvDocumentRegistry {
+ public:
+  // Adds the reactors and enters every document that is open already.
+  kvDocumentRegistry();
+  // Removes the reactors and destroys all document and project state.
+  ~kvDocumentRegistry();
+  kvDocumentRegistry(const kvDocumentRegistry&) = delete;
+  kvDocumentRegistry& operator=(const kvDocumentRegistry&) = delete;
+
+  // Makes the document of `path` current, entering it (and its folder's project) when new.
+  void AddOrActivateDocument(const std::wstring& path, AcDbDatabase* database);
+  // Forgets the document; its project goes with its last document.
+  void RemoveDocument(const std::wstring& path);
+  // After a save: a save under a new name moves the document to that name's project.
+  void saveComplete(AcDbDatabase* database, const std::wstring& actualName);
+
+  bool creatingDocument() const { return creatingDocument_; }
+  void setCreatingDocument(bool on) { creatingDocument_ = on; }
+  const std::list<std::unique_ptr<hvacPerDocData>>& documents() const { return documents_; }
+  const std::list<std::unique_ptr<hvacPerProjectData>>& projects() const { return projects_; }
+
+ private:
+  void DestroyAll();
+
+  bool creatingDocument_ = false;
+  std::unique_ptr<kvEditorReactor> editorReactor_;
+  std::unique_ptr<kvDocReactor> documentReactor_;
+  std::list<std::unique_ptr<hvacPerProjectData>> projects_;
+  std::list<std::unique_ptr<hvacPerDocData>> documents_;
+  std::unique_ptr<HvacDocReactor> hvacReactor_;
+};
+
+// The head of the document list, or null.
+hvacPerDocData* CurrentDocument(const kvDocumentRegistry* registry);
+// The current document's project, or null.
+hvacPerProjectData* CurrentProject(const kvDocumentRegistry* registry);
+
+// Inches to drawing units and back, by the current project's unit flag.
+double ToDrawingUnits(double x);
+double FromDrawingUnits(double x);
+
+// How the bridge reaches the project database, which the database folder supplies (at load
+// time, or in a test). A hook left null is a step that does nothing.
+struct ProjectDatabaseHooks {
+  // Makes sure the document's project is connected and its record objects exist.
+  bool (*connectDocument)(hvacPerDocData& document, bool report) = nullptr;
+  // A project was just made for a drawing: connect at once if the drawing carries the marker.
+  void (*projectCreated)(hvacPerProjectData& project, AcDbDatabase* database) = nullptr;
+  // Closes the project's database (kv_hvac-disconnect, and the end of the project).
+  void (*disconnectProject)(hvacPerProjectData& project) = nullptr;
+};
+void SetProjectDatabaseHooks(const ProjectDatabaseHooks& hooks);
+const ProjectDatabaseHooks& GetProjectDatabaseHooks();
+
+// ---------------------------------------------------------------------------------------------
+// Selections over model space
+// ---------------------------------------------------------------------------------------------
+
+// How a class of entity tells its index (ixDuct, ixRoomL), set by the folder that defines it.
+using EntityIndexReader = std::int32_t (*)(const AcDbEntity& entity);
+void SetEntityIndexReader(const ACHAR* className, EntityIndexReader reader);
+
+// Sets the result to the list of entity names of the working database's model space entities of
+// the class named `className` (or derived from it); with filter >= 0 only those whose index is
+// filter. A class without an index reader passes no entity through a filter.
+void RetModelSpaceEntities(const ACHAR* className, std::int32_t filter);
+
+// ---------------------------------------------------------------------------------------------
+// Drawing helpers
+// ---------------------------------------------------------------------------------------------
+
+// Appends a new entity to model space of the current document. On false the entity either
+// stays the caller's (model space could not be reached) or was refused and deleted; see
+// appendAndClose for a caller that does not care which.
+bool appendToModelSpace(AcDbEntity* entity);
+// Appends and closes the entity; on failure it is gone. Null does nothing.
+void appendAndClose(AcDbEntity* entity);
+// Makes sure the current drawing defines the block `name`, reading it from "<name>.dwg" on the
+// host's search path when it does not. Missing file: the LISP layer is told and false.
+bool ensureBlock(const ACHAR* name, AcDbObjectId& blockId);
+
+// A small optional value of each kind that drawings can carry; filed, never made by the module.
+class CKVData : public AcDbObject {
+ public:
+  ACRX_DECLARE_MEMBERS(CKVData);
+  CKVData() = default;
+  explicit CKVData(std::int32_t value);
+  explicit CKVData(double value);
+  explicit CKVData(const std::wstring& value);
+
+  bool getInt(std::int32_t& value) const;
+  bool getReal(double& value) const;
+  bool getString(std::wstring& value) const;
+
+  Acad::ErrorStatus dwgInFields(AcDbDwgFiler* filer) override;
+  Acad::ErrorStatus dwgOutFields(AcDbDwgFiler* filer) const override;
+
+ private:
+  bool hasInt_ = false;
+  std::int32_t intValue_ = 0;
+  bool hasReal_ = false;
+  double realValue_ = 0.0;
+  bool hasString_ = false;
+  std::wstring stringValue_;
+};
 
 // ---------------------------------------------------------------------------------------------
 // Module-wide state

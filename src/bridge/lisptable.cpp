@@ -1,0 +1,134 @@
+// The module's 54 LISP functions: names, function codes, guard kinds and bodies.
+//
+// Wiring a body: a folder that builds the function of a row declares its body, `LispStatus f()`,
+// in its own public header, includes that header below, and replaces `NotBuilt<N>` in the row
+// with the body's name; it also adds its library to KV_BRIDGE_BODY_LIBS in this folder's
+// CMakeLists.txt and removes the name from the list of not-built rows in the table's test.
+// Nothing else changes: the entry function, the guard and the function code follow from the row.
+#include <array>
+#include <utility>
+
+#include "bodies.h"
+#include "bridge.h"
+
+namespace {
+
+// What the guard does around a row's body.
+enum class Guard {
+  Lock,     // lock the working document
+  Connect,  // lock it and connect the current project's database first
+  None,     // no lock; the body's status is mapped all the same
+};
+
+struct LispFunctionSpec {
+  const ACHAR* name;
+  Guard guard;
+  LispBody body;
+};
+
+// The body of a row whose part of the module is not built yet: it says so and fails.
+template <int Row>
+LispStatus NotBuilt();
+
+// Position is the function code; the order is fixed by the LISP layer that calls these names.
+constexpr LispFunctionSpec kSpecs[kLispFunctionCount] = {
+    /*  0 */ {L"kv_hvac-disconnect",                   Guard::Lock,     kv_hvac_disconnect},
+    /*  1 */ {L"kv_hvac-solidUnion",                   Guard::Lock,     NotBuilt<1>},
+    /*  2 */ {L"kv_hvac-solidSlice",                   Guard::Lock,     NotBuilt<2>},
+    /*  3 */ {L"kv_hvac-drawTripleFitting",            Guard::Connect,  NotBuilt<3>},
+    /*  4 */ {L"kv_hvac-drawTripleCenter",             Guard::Connect,  NotBuilt<4>},
+    /*  5 */ {L"kv_hvac-drawTripleDiffuser",           Guard::Connect,  NotBuilt<5>},
+    /*  6 */ {L"kv_hvac-ExplodeSolid",                 Guard::Lock,     NotBuilt<6>},
+    /*  7 */ {L"kv_hvac-getPlinePoints",               Guard::Lock,     kv_hvac_getPlinePoints},
+    /*  8 */ {L"kv_hvac-setDuctInfo",                  Guard::Lock,     NotBuilt<8>},
+    /*  9 */ {L"kv_hvac-getOldDuctInfo",               Guard::Lock,     NotBuilt<9>},
+    /* 10 */ {L"kv_hvac-duct-getHangerList",           Guard::Lock,     NotBuilt<10>},
+    /* 11 */ {L"kv_hvac-room-draw",                    Guard::Connect,  NotBuilt<11>},
+    /* 12 */ {L"kv_hvac-room-getPoints",               Guard::Lock,     NotBuilt<12>},
+    /* 13 */ {L"kv_hvac-room-getLeaderPoints",         Guard::Lock,     NotBuilt<13>},
+    /* 14 */ {L"kv_hvac-room-setPoints",               Guard::Lock,     NotBuilt<14>},
+    /* 15 */ {L"kv_hvac-room-getArea",                 Guard::Lock,     NotBuilt<15>},
+    /* 16 */ {L"kv_hvac-room-updateIndex",             Guard::Lock,     NotBuilt<16>},
+    /* 17 */ {L"kv_hvac-room-find",                    Guard::Lock,     NotBuilt<17>},
+    /* 18 */ {L"kv_hvac-room-insertPoint",             Guard::Lock,     NotBuilt<18>},
+    /* 19 */ {L"kv_hvac-room-removePoint",             Guard::Lock,     NotBuilt<19>},
+    /* 20 */ {L"kv_hvac-room-updateLabel",             Guard::Lock,     NotBuilt<20>},
+    /* 21 */ {L"kv_hvac-room-updateAttributes",        Guard::Connect,  NotBuilt<21>},
+    /* 22 */ {L"kv_hvac-room-setPointInfo",            Guard::Lock,     NotBuilt<22>},
+    /* 23 */ {L"kv_hvac-room-insert",                  Guard::Connect,  NotBuilt<23>},
+    /* 24 */ {L"kv_hvac-addDuctToDwg",                 Guard::Lock,     NotBuilt<24>},
+    /* 25 */ {L"kv_hvac-getWallCLTDDxf",               Guard::Lock,     NotBuilt<25>},
+    /* 26 */ {L"kv_hvac-getGlassCLTDDxf",              Guard::Lock,     NotBuilt<26>},
+    /* 27 */ {L"kv_hvac-getRoofCLTDDxf",               Guard::Lock,     NotBuilt<27>},
+    /* 28 */ {L"kv_hvac-zoneTree",                     Guard::Lock,     NotBuilt<28>},
+    /* 29 */ {L"kv_hvac-floorTree",                    Guard::Lock,     NotBuilt<29>},
+    /* 30 */ {L"kvDuct",                               Guard::Connect,  NotBuilt<30>},
+    /* 31 */ {L"kvbreak",                              Guard::Connect,  NotBuilt<31>},
+    /* 32 */ {L"kvductforce",                          Guard::Connect,  NotBuilt<32>},
+    /* 33 */ {L"kv_hvac-insertDuct-likePlumbing",      Guard::Connect,  NotBuilt<33>},
+    /* 34 */ {L"kv_hvac-getDuctCoord",                 Guard::Connect,  NotBuilt<34>},
+    /* 35 */ {L"kv_hvac-getLayer",                     Guard::Connect,  NotBuilt<35>},
+    /* 36 */ {L"kv_hvac-options",                      Guard::None,     NotBuilt<36>},
+    /* 37 */ {L"kv_hvac-dwgDiff",                      Guard::Lock,     NotBuilt<37>},
+    /* 38 */ {L"kv_hvac-loadDetail",                   Guard::Connect,  NotBuilt<38>},
+    /* 39 */ {L"c:checkkv",                            Guard::Connect,  c_checkkv},
+    /* 40 */ {L"kv_hvac-room-setLeaderLocation",       Guard::Lock,     NotBuilt<40>},
+    /* 41 */ {L"kv_hvac-duct-fillet",                  Guard::Connect,  NotBuilt<41>},
+    /* 42 */ {L"kv_hvac-setIsMetric",                  Guard::Connect,  kv_hvac_setIsMetric},
+    /* 43 */ {L"kv_hvac-loads-storeWallData",          Guard::Lock,     NotBuilt<43>},
+    /* 44 */ {L"kv_hvac-loads-getWallData",            Guard::Lock,     NotBuilt<44>},
+    /* 45 */ {L"kv_hvac-loads-resetWallData",          Guard::Lock,     NotBuilt<45>},
+    /* 46 */ {L"kv_hvac-loads-storeRoomData",          Guard::Lock,     NotBuilt<46>},
+    /* 47 */ {L"kv_hvac-loads-getRoomData",            Guard::Lock,     NotBuilt<47>},
+    /* 48 */ {L"kv_hvac-loads-resetRoomData",          Guard::Lock,     NotBuilt<48>},
+    /* 49 */ {L"kv_hvac-room-toggleLeader",            Guard::Connect,  NotBuilt<49>},
+    /* 50 */ {L"kv_hvac-ProjectExplorer",              Guard::Connect,  NotBuilt<50>},
+    /* 51 */ {L"ssgetx-duct",                          Guard::Lock,     ssgetx_duct},
+    /* 52 */ {L"ssgetx-room",                          Guard::Lock,     ssgetx_room},
+    /* 53 */ {L"kv_hvac-setDoDocumentActivated",       Guard::Lock,     kv_hvac_setDoDocumentActivated},
+};
+
+template <int Row>
+LispStatus NotBuilt() {
+  LispArgs args;
+  acutPrintf(L"\n%s is not built yet.\n", kSpecs[Row].name);
+  return LispStatus::SilentFailure;
+}
+
+template <int Row>
+int Entry() {
+  constexpr const LispFunctionSpec& spec = kSpecs[Row];
+  if constexpr (spec.guard == Guard::None) return MapLispStatus(spec.body());
+  return LispGuard(spec.body, spec.guard == Guard::Connect ? DocumentRegistry() : nullptr);
+}
+
+template <std::size_t... Rows>
+constexpr std::array<LispFunctionRow, sizeof...(Rows)> MakeTable(std::index_sequence<Rows...>) {
+  return {LispFunctionRow{kSpecs[Rows].name, &Entry<Rows>}...};
+}
+
+template <std::size_t... Rows>
+constexpr std::array<LispBody, sizeof...(Rows)> MakeNotBuilt(std::index_sequence<Rows...>) {
+  return {&NotBuilt<Rows>...};
+}
+
+constexpr auto kTable = MakeTable(std::make_index_sequence<kLispFunctionCount>());
+constexpr auto kNotBuilt = MakeNotBuilt(std::make_index_sequence<kLispFunctionCount>());
+
+}  // namespace
+
+const LispFunctionRow* LispFunctionTable() { return kTable.data(); }
+
+void RegisterLispFunctions(const LispFunctionRow* table, int count, int base) {
+  for (int i = 0; i < count; ++i) {
+    acedDefun(table[i].name, base + i);
+    acedRegFunc(table[i].entry, base + i);
+  }
+}
+
+std::vector<std::wstring> NotBuiltLispFunctions() {
+  std::vector<std::wstring> names;
+  for (int i = 0; i < kLispFunctionCount; ++i)
+    if (kSpecs[i].body == kNotBuilt[i]) names.emplace_back(kSpecs[i].name);
+  return names;
+}

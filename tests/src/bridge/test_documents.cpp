@@ -1,0 +1,186 @@
+// Documents and projects following the host's document events, and the guard around them.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <stdexcept>
+
+#include "ap.h"
+#include "fixture.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+int gDisconnects = 0;
+int gCreated = 0;
+bool gConnectAnswer = true;
+
+ProjectDatabaseHooks CountingHooks() {
+  ProjectDatabaseHooks hooks;
+  hooks.connectDocument = [](hvacPerDocData&, bool) { return gConnectAnswer; };
+  hooks.projectCreated = [](hvacPerProjectData&, AcDbDatabase*) { ++gCreated; };
+  hooks.disconnectProject = [](hvacPerProjectData&) { ++gDisconnects; };
+  return hooks;
+}
+
+class Documents : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    acDocManagerPtr()->closeAll();
+    root_ = fs::path(KV_BINARY_DIR) / "bridge-documents";
+    fs::remove_all(root_);
+    fs::create_directories(root_ / "one");
+    fs::create_directories(root_ / "two");
+    gDisconnects = gCreated = 0;
+    gConnectAnswer = true;
+    SetProjectDatabaseHooks(CountingHooks());
+  }
+  void TearDown() override {
+    acDocManagerPtr()->closeAll();
+    SetProjectDatabaseHooks({});
+    SetDoDocumentActivated(true);
+  }
+  std::wstring Path(const char* relative) const { return (root_ / relative).wstring(); }
+  AcApDocument* Open(const char* relative) {
+    return acDocManagerPtr()->openDocument(Path(relative).c_str());
+  }
+  static std::vector<std::wstring> DocumentPaths(const kvDocumentRegistry& r) {
+    std::vector<std::wstring> paths;
+    for (const auto& d : r.documents()) paths.push_back(d->path());
+    return paths;
+  }
+  static std::vector<std::wstring> ProjectFolders(const kvDocumentRegistry& r) {
+    std::vector<std::wstring> folders;
+    for (const auto& p : r.projects()) folders.push_back(p->folder());
+    return folders;
+  }
+
+  fs::path root_;
+};
+
+TEST_F(Documents, DrawingsOfOneFolderShareAProjectThatEndsWithTheLast) {
+  kvDocumentRegistry registry;
+  AcApDocument* a = Open("one/a.dwg");
+  AcApDocument* b = Open("one/b.dwg");
+  Open("two/c.dwg");
+  EXPECT_EQ(DocumentPaths(registry),
+            (std::vector<std::wstring>{Path("two/c.dwg"), Path("one/b.dwg"), Path("one/a.dwg")}));
+  EXPECT_EQ(ProjectFolders(registry), (std::vector<std::wstring>{Path("two"), Path("one")}));
+  EXPECT_EQ(gCreated, 2);
+  EXPECT_EQ(CurrentDocument(&registry)->fileName(), L"c.dwg");
+
+  acDocManagerPtr()->closeDocument(b);
+  EXPECT_EQ(ProjectFolders(registry).size(), 2u);
+  EXPECT_EQ(gDisconnects, 0);
+  acDocManagerPtr()->closeDocument(a);
+  EXPECT_EQ(ProjectFolders(registry), (std::vector<std::wstring>{Path("two")}));
+  EXPECT_EQ(gDisconnects, 1);
+}
+
+TEST_F(Documents, ActivationMovesToTheHeadWithoutGrowingTheList) {
+  kvDocumentRegistry registry;
+  AcApDocument* a = Open("one/a.dwg");
+  Open("one/b.dwg");
+  for (int i = 0; i < 2; ++i) {
+    acDocManagerPtr()->activateDocument(a);
+    EXPECT_EQ(DocumentPaths(registry),
+              (std::vector<std::wstring>{Path("one/a.dwg"), Path("one/b.dwg")}));
+  }
+  // Direct calls: an unknown path is entered, removing an unknown one does nothing.
+  registry.AddOrActivateDocument(L"Drawing9.dwg", nullptr);
+  EXPECT_EQ(CurrentDocument(&registry)->path(), L"Drawing9.dwg");
+  EXPECT_EQ(CurrentProject(&registry)->folder(), L"");
+  registry.RemoveDocument(L"no such drawing");
+  EXPECT_EQ(registry.documents().size(), 3u);
+}
+
+TEST_F(Documents, SaveAsMovesTheDrawingAutomaticSaveDoesNot) {
+  kvDocumentRegistry registry;
+  AcApDocument* a = Open("one/a.dwg");
+  ASSERT_EQ(acDocManagerPtr()->autoSaveDocument(a), Acad::eOk);
+  EXPECT_EQ(DocumentPaths(registry), (std::vector<std::wstring>{Path("one/a.dwg")}));
+  ASSERT_EQ(acDocManagerPtr()->saveDocument(a), Acad::eOk);
+  EXPECT_EQ(DocumentPaths(registry), (std::vector<std::wstring>{Path("one/a.dwg")}));
+  EXPECT_EQ(gDisconnects, 0);
+
+  ASSERT_EQ(acDocManagerPtr()->saveDocumentAs(a, Path("two/a2.dwg").c_str()), Acad::eOk);
+  EXPECT_EQ(DocumentPaths(registry), (std::vector<std::wstring>{Path("two/a2.dwg")}));
+  EXPECT_EQ(ProjectFolders(registry), (std::vector<std::wstring>{Path("two")}));
+  EXPECT_EQ(gDisconnects, 1);  // the old folder's only drawing left it
+}
+
+TEST_F(Documents, RegistryEntersOpenDrawingsAndLeavesNothingBehind) {
+  Open("one/a.dwg");
+  Open("two/b.dwg");
+  {
+    kvDocumentRegistry registry;
+    EXPECT_EQ(registry.documents().size(), 2u);
+    EXPECT_EQ(CurrentDocument(&registry)->path(), Path("two/b.dwg"));
+  }
+  EXPECT_EQ(gDisconnects, 2);
+  // With the registry gone its reactors are gone: events reach nothing.
+  Open("one/c.dwg");
+}
+
+TEST_F(Documents, ActivationRunsTheLispLayersWorkOnlyWhenAllowedAndQuiet) {
+  RecordingSession session;
+  kvDocumentRegistry registry;
+  AcApDocument* a = Open("one/a.dwg");
+  AcApDocument* b = Open("one/b.dwg");
+  session.invoked.clear();
+  acDocManagerPtr()->activateDocument(a);
+  EXPECT_EQ(session.invoked, std::vector<std::wstring>{L"c:kv_hvac-doToDo"});
+
+  session.invoked.clear();
+  SetDoDocumentActivated(false);
+  acDocManagerPtr()->activateDocument(b);
+  EXPECT_TRUE(session.invoked.empty());
+
+  SetDoDocumentActivated(true);
+  a->beginActivity();
+  acDocManagerPtr()->activateDocument(a);
+  a->endActivity();
+  EXPECT_TRUE(session.invoked.empty());
+}
+
+int gBodyRuns = 0;
+AcAp::DocLockMode gLockInBody = AcAp::kNone;
+
+LispStatus LockProbe() {
+  ++gBodyRuns;
+  gLockInBody = acDocManagerPtr()->curDocument()->myLockMode();
+  return LispStatus::WrongType;
+}
+LispStatus Throws() { throw std::runtime_error("boom"); }
+LispStatus ThrowsOther() { throw 42; }
+
+TEST_F(Documents, GuardLocksConnectsAndAlwaysUnlocks) {
+  ConsoleCapture console;
+  kvDocumentRegistry registry;
+  gBodyRuns = 0;
+  // No document: a database function gives nil at once, says nothing and runs nothing.
+  EXPECT_EQ(LispGuard(LockProbe, &registry), RSRSLT);
+  EXPECT_EQ(gBodyRuns, 0);
+  EXPECT_EQ(console.take(), "");
+
+  AcApDocument* a = Open("one/a.dwg");
+  EXPECT_EQ(LispGuard(LockProbe, &registry), RSERR);
+  EXPECT_EQ(gBodyRuns, 1);
+  EXPECT_EQ(gLockInBody, AcAp::kWrite);
+  EXPECT_EQ(console.take(), "\nWrong type of arguments passed.\n");
+  EXPECT_EQ(a->myLockMode(), AcAp::kNone);
+
+  gConnectAnswer = false;  // the connection has printed its own failure
+  EXPECT_EQ(LispGuard(LockProbe, &registry), RSRSLT);
+  EXPECT_EQ(gBodyRuns, 1);
+  EXPECT_EQ(a->myLockMode(), AcAp::kNone);
+
+  EXPECT_THROW(LispGuard(Throws, nullptr), std::runtime_error);
+  EXPECT_EQ(console.take(), "\nGeneral Exception");
+  EXPECT_EQ(a->myLockMode(), AcAp::kNone);
+  EXPECT_THROW(LispGuard(ThrowsOther, nullptr), int);
+  EXPECT_EQ(console.take(), "\nError");
+  EXPECT_EQ(a->myLockMode(), AcAp::kNone);
+}
+
+}  // namespace
