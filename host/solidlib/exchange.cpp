@@ -1,0 +1,89 @@
+// STEP and STL files of solids, and reading a STEP file back to measure what it holds.
+#include <mutex>
+
+#include <BRepMesh_IncrementalMesh.hxx>
+#include <BRep_Builder.hxx>
+#include <Bnd_Box.hxx>
+#include <BRepBndLib.hxx>
+#include <IFSelect_ReturnStatus.hxx>
+#include <STEPControl_Controller.hxx>
+#include <STEPControl_Reader.hxx>
+#include <STEPControl_Writer.hxx>
+#include <StlAPI_Writer.hxx>
+#include <TopoDS_Compound.hxx>
+
+#include "occt.h"
+
+using namespace kvsolid;
+
+namespace {
+
+std::vector<TopoDS_Shape> allBodies(const std::vector<const SolidBodies*>& solids) {
+  std::vector<TopoDS_Shape> out;
+  for (const SolidBodies* s : solids)
+    if (s != nullptr) out.insert(out.end(), s->impl().bodies.begin(), s->impl().bodies.end());
+  return out;
+}
+
+// Runs `work` with kernel exceptions turned into an error text; answers its count or -1.
+template <class F>
+int exchangeGuard(std::string& error, F work) {
+  quietKernel();
+  try {
+    return work();
+  } catch (const Standard_Failure& f) {
+    error = std::string("the modelling kernel failed: ") + f.DynamicType()->Name();
+  } catch (const std::exception& e) {
+    error = e.what();
+  }
+  return -1;
+}
+
+void initStep() {
+  static std::once_flag once;
+  std::call_once(once, [] { STEPControl_Controller::Init(); });
+}
+
+}  // namespace
+
+int kvWriteStep(const std::vector<const SolidBodies*>& solids, const std::string& path, std::string& error) {
+  return exchangeGuard(error, [&]() -> int {
+    initStep();
+    const std::vector<TopoDS_Shape> bodies = allBodies(solids);
+    STEPControl_Writer writer;
+    for (const TopoDS_Shape& b : bodies)
+      if (writer.Transfer(b, STEPControl_AsIs) != IFSelect_RetDone) throw Refusal("a body cannot be put into STEP form");
+    if (writer.Write(path.c_str()) != IFSelect_RetDone) throw Refusal("cannot write " + path);
+    return static_cast<int>(bodies.size());
+  });
+}
+
+int kvWriteStl(const std::vector<const SolidBodies*>& solids, const std::string& path, std::string& error) {
+  return exchangeGuard(error, [&]() -> int {
+    const std::vector<TopoDS_Shape> bodies = allBodies(solids);
+    BRep_Builder builder;
+    TopoDS_Compound all;
+    builder.MakeCompound(all);
+    for (const TopoDS_Shape& b : bodies) builder.Add(all, b);
+    Bnd_Box box;
+    BRepBndLib::Add(all, box);
+    const double size = box.IsVoid() ? 1.0 : std::sqrt(box.SquareExtent());
+    BRepMesh_IncrementalMesh(all, 0.001 * size, Standard_False, 0.3, Standard_False);
+    StlAPI_Writer writer;
+    if (!writer.Write(all, path.c_str())) throw Refusal("cannot write " + path);
+    return static_cast<int>(bodies.size());
+  });
+}
+
+bool kvReadStepVolumes(const std::string& path, std::vector<double>& volumes, std::string& error) {
+  volumes.clear();
+  return exchangeGuard(error, [&]() -> int {
+    initStep();
+    STEPControl_Reader reader;
+    if (reader.ReadFile(path.c_str()) != IFSelect_RetDone) throw Refusal("cannot read " + path + " as STEP");
+    reader.TransferRoots();
+    for (int i = 1; i <= reader.NbShapes(); ++i)
+      for (const TopoDS_Shape& s : solidsOf(reader.Shape(i))) volumes.push_back(shapeVolume(s));
+    return static_cast<int>(volumes.size());
+  }) >= 0;
+}

@@ -1,0 +1,190 @@
+// Shape helpers shared by the building operations: frames, sections, lofts, cuts, fusion, and
+// the exception guard that turns kernel failures into a refused operation.
+#include <cmath>
+#include <mutex>
+
+#include <BRepAlgoAPI_Cut.hxx>
+#include <BRepAlgoAPI_Fuse.hxx>
+#include <BRepBuilderAPI_MakeEdge.hxx>
+#include <BRepBuilderAPI_MakeFace.hxx>
+#include <BRepBuilderAPI_MakePolygon.hxx>
+#include <BRepBuilderAPI_MakeWire.hxx>
+#include <BRepGProp.hxx>
+#include <BRepOffsetAPI_ThruSections.hxx>
+#include <BRepPrimAPI_MakeHalfSpace.hxx>
+#include <BRepPrimAPI_MakePrism.hxx>
+#include <GC_MakeArcOfCircle.hxx>
+#include <GProp_GProps.hxx>
+#include <Message.hxx>
+#include <Message_Messenger.hxx>
+#include <Message_PrinterOStream.hxx>
+#include <Precision.hxx>
+#include <ShapeUpgrade_UnifySameDomain.hxx>
+#include <Standard_Failure.hxx>
+#include <TopExp_Explorer.hxx>
+#include <TopTools_ListOfShape.hxx>
+#include <TopoDS.hxx>
+#include <gp_Ax2.hxx>
+#include <gp_Circ.hxx>
+#include <gp_Pln.hxx>
+
+#include "occt.h"
+
+namespace kvsolid {
+
+void quietKernel() {
+  static std::once_flag once;
+  std::call_once(once, [] {
+    const Handle(Message_Messenger)& messenger = Message::DefaultMessenger();
+    messenger->RemovePrinters(STANDARD_TYPE(Message_PrinterOStream));
+  });
+}
+
+bool guarded(SolidBodies::Impl& impl, const char* operation, const std::function<void()>& work) {
+  quietKernel();
+  try {
+    work();
+    impl.error.clear();
+    return true;
+  } catch (const Refusal& r) {
+    impl.error = std::string(operation) + ": " + r.what();
+  } catch (const Standard_Failure& f) {
+    const char* text = f.GetMessageString();
+    impl.error = std::string(operation) + ": the modelling kernel failed (" + f.DynamicType()->Name() +
+                 (text && *text ? std::string(": ") + text : std::string()) + ")";
+  } catch (const std::exception& e) {
+    impl.error = std::string(operation) + ": " + e.what();
+  }
+  return false;
+}
+
+bool commitBodies(SolidBodies::Impl& impl, const char* operation,
+                  const std::function<void(std::vector<TopoDS_Shape>& made)>& build) {
+  std::vector<TopoDS_Shape> made;
+  if (!guarded(impl, operation, [&] { build(made); })) return false;
+  impl.bodies.insert(impl.bodies.end(), made.begin(), made.end());
+  return true;
+}
+
+gp_Dir unit(const gp_Vec& v, const char* what) {
+  if (v.Magnitude() < 1e-12) throw Refusal(std::string(what) + " is a zero vector");
+  return gp_Dir(v);
+}
+
+Axes makeAxes(const AcGeVector3d* frame, const char* which) {
+  if (frame == nullptr) throw Refusal(std::string("no ") + which + " frame");
+  const gp_Dir run = unit(toVec(frame[0]), which);
+  const gp_Vec w = toVec(frame[1]);
+  const gp_Vec across = w - gp_Vec(run) * w.Dot(gp_Vec(run));
+  if (across.Magnitude() < 1e-9 * std::max(1.0, w.Magnitude()))
+    throw Refusal(std::string("the ") + which + " frame has its width axis along its run");
+  const gp_Dir width(across);
+  return {run, width, run.Crossed(width)};
+}
+
+void checkSection(bool rect, double width, double depth, const char* which) {
+  if (!(width > 0.0) || !std::isfinite(width)) throw Refusal(std::string("the ") + which + " width must be positive");
+  if (rect && (!(depth > 0.0) || !std::isfinite(depth)))
+    throw Refusal(std::string("the ") + which + " depth must be positive");
+}
+
+TopoDS_Wire sectionWire(const gp_Pnt& c, const Axes& a, bool rect, double width, double depth) {
+  const gp_Vec hw = gp_Vec(a.width) * (width / 2.0);
+  if (rect) {
+    const gp_Vec hd = gp_Vec(a.depth) * (depth / 2.0);
+    BRepBuilderAPI_MakePolygon poly(c.Translated(-hw - hd), c.Translated(hw - hd), c.Translated(hw + hd),
+                                    c.Translated(-hw + hd), Standard_True);
+    return poly.Wire();
+  }
+  const double r = width / 2.0;
+  const gp_Circ circle(gp_Ax2(c, a.run, a.width), r);
+  BRepBuilderAPI_MakeWire wire;
+  for (int k = 0; k < 4; ++k) {
+    const double from = -M_PI * 0.75 + k * M_PI / 2.0;
+    wire.Add(BRepBuilderAPI_MakeEdge(GC_MakeArcOfCircle(circle, from, from + M_PI / 2.0, Standard_True).Value()));
+  }
+  return wire.Wire();
+}
+
+TopoDS_Face sectionFace(const gp_Pnt& c, const Axes& a, bool rect, double width, double depth) {
+  return BRepBuilderAPI_MakeFace(sectionWire(c, a, rect, width, depth), Standard_True).Face();
+}
+
+double sectionSizeAlong(const Axes& a, bool rect, double width, double depth, const gp_Dir& dir) {
+  if (!rect) return width;
+  return std::fabs(dir.Dot(a.width)) * width + std::fabs(dir.Dot(a.depth)) * depth;
+}
+
+TopoDS_Shape ruledLoft(const TopoDS_Wire& from, const TopoDS_Wire& to) {
+  BRepOffsetAPI_ThruSections loft(Standard_True, Standard_True);
+  loft.CheckCompatibility(Standard_False);
+  loft.AddWire(from);
+  loft.AddWire(to);
+  loft.Build();
+  if (!loft.IsDone()) throw Refusal("the sections cannot be lofted");
+  return loft.Shape();
+}
+
+TopoDS_Shape prism(const TopoDS_Face& face, const gp_Vec& along) {
+  BRepPrimAPI_MakePrism make(face, along);
+  if (!make.IsDone()) throw Refusal("the section cannot be extruded");
+  return make.Shape();
+}
+
+TopoDS_Shape cutByPlane(const TopoDS_Shape& shape, const gp_Pnt& onPlane, const gp_Dir& normal, const gp_Pnt& keep) {
+  const double side = gp_Vec(onPlane, keep).Dot(gp_Vec(normal));
+  // The half-space to remove is the one away from `keep`.
+  const gp_Pnt away = onPlane.Translated(gp_Vec(normal) * (side > 0 ? -1.0 : 1.0));
+  const TopoDS_Face plane = BRepBuilderAPI_MakeFace(gp_Pln(onPlane, normal)).Face();
+  const TopoDS_Shape half = BRepPrimAPI_MakeHalfSpace(plane, away).Solid();
+  BRepAlgoAPI_Cut cut(shape, half);
+  if (!cut.IsDone()) throw Refusal("the cut failed");
+  const std::vector<TopoDS_Shape> left = solidsOf(cut.Shape());
+  if (left.empty()) return TopoDS_Shape();
+  return left.size() == 1 ? left.front() : cut.Shape();
+}
+
+TopoDS_Shape fuseAll(const std::vector<TopoDS_Shape>& shapes) {
+  if (shapes.empty()) throw Refusal("nothing to fuse");
+  if (shapes.size() == 1) return shapes.front();
+  TopTools_ListOfShape args, tools;
+  args.Append(shapes.front());
+  for (std::size_t i = 1; i < shapes.size(); ++i) tools.Append(shapes[i]);
+  BRepAlgoAPI_Fuse fuse;
+  fuse.SetArguments(args);
+  fuse.SetTools(tools);
+  fuse.SetFuzzyValue(1e-7);
+  fuse.Build();
+  if (!fuse.IsDone()) throw Refusal("the pieces cannot be fused");
+  ShapeUpgrade_UnifySameDomain unify(fuse.Shape(), Standard_True, Standard_True, Standard_False);
+  unify.Build();
+  return unify.Shape();
+}
+
+std::vector<TopoDS_Shape> solidsOf(const TopoDS_Shape& shape) {
+  std::vector<TopoDS_Shape> out;
+  if (shape.IsNull()) return out;
+  for (TopExp_Explorer ex(shape, TopAbs_SOLID); ex.More(); ex.Next()) out.push_back(ex.Current());
+  return out;
+}
+
+double shapeVolume(const TopoDS_Shape& shape) {
+  GProp_GProps props;
+  BRepGProp::VolumeProperties(shape, props);
+  return props.Mass();
+}
+
+gp_Pnt meetingPoint(const gp_Pnt& a, const gp_Dir& ua, const gp_Pnt& b, const gp_Dir& ub, double size) {
+  const gp_Vec w(b, a);
+  const double k = ua.Dot(ub);
+  const double denom = 1.0 - k * k;
+  if (denom < 1e-12) throw Refusal("the centre lines are parallel");
+  const double d = gp_Vec(ua).Dot(w), e = gp_Vec(ub).Dot(w);
+  const double s = (k * e - d) / denom;  // along ua from a
+  const double t = (e - k * d) / denom;  // along ub from b
+  const gp_Pnt pa = a.Translated(gp_Vec(ua) * s), pb = b.Translated(gp_Vec(ub) * t);
+  if (pa.Distance(pb) > 1e-4 * std::max(1.0, size)) throw Refusal("the centre lines do not meet");
+  return pa;
+}
+
+}  // namespace kvsolid
