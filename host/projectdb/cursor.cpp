@@ -1,0 +1,231 @@
+// ProjectDatabase: walking a table in index order and seeking on an index. A walk reads rows in
+// batches after the current row's index values (keyset paging), so each batch costs one index
+// descent whatever the table's size, and no statement stays open between calls.
+#include "impl.h"
+
+namespace kvprojectdb {
+
+namespace {
+
+constexpr std::size_t kMaxBatch = 256;
+
+std::string quoted(const std::string& name) { return "\"" + name + "\""; }
+
+void setBool(VARIANT_BOOL* out, bool value) { *out = value ? VARIANT_TRUE : VARIANT_FALSE; }
+
+// Steps a bound statement, appending up to limit rows to out; false on an SQLite error.
+int readRows(sqlite3_stmt* s, std::size_t limit, std::vector<CellRow>& out) {
+  int rc;
+  while (out.size() < limit && (rc = sqlite3_step(s)) == SQLITE_ROW) {
+    int n = sqlite3_column_count(s);
+    CellRow row(static_cast<std::size_t>(n));
+    for (int i = 0; i < n; ++i) row[static_cast<std::size_t>(i)] = Cell::FromColumn(s, i);
+    out.push_back(std::move(row));
+  }
+  return out.size() >= limit ? SQLITE_DONE : rc;
+}
+
+}  // namespace
+
+std::string ProjectDatabaseImpl::SelectFrom(const TableInfo& table) const {
+  return "SELECT rowid, * FROM " + quoted(table.name);
+}
+
+std::string ProjectDatabaseImpl::OrderBy(const Cursor& c) const {
+  std::string order = " ORDER BY ";
+  for (int column : c.index->columns) order += quoted(c.table->columns[static_cast<std::size_t>(column)]) + ", ";
+  return order + "rowid";
+}
+
+Cursor* ProjectDatabaseImpl::Current() {
+  if (!RequireOpen()) return nullptr;
+  if (!current_) SetError(ProjectDbError::NoCurrentRecord, "No current record: no table is selected.");
+  return current_;
+}
+
+void ProjectDatabaseImpl::Invalidate(const TableInfo* table, const Cursor* except) {
+  for (auto& [info, cursor] : cursors_)
+    if ((!table || info == table) && &cursor != except) {
+      cursor.ahead.clear();
+      cursor.aheadPos = 0;
+    }
+}
+
+bool ProjectDatabaseImpl::TableIsEmpty(const TableInfo& table) {
+  sqlite3_stmt* s = Prepare("SELECT 1 FROM " + quoted(table.name) + " LIMIT 1");
+  if (!s) return true;
+  StmtScope scope(s);
+  return sqlite3_step(s) != SQLITE_ROW;
+}
+
+bool ProjectDatabaseImpl::FetchFirst(Cursor& c, std::size_t limit, std::vector<CellRow>& out) {
+  sqlite3_stmt* s = Prepare(SelectFrom(*c.table) + OrderBy(c) + " LIMIT ?1");
+  if (!s) return false;
+  StmtScope scope(s);
+  sqlite3_bind_int64(s, 1, static_cast<sqlite3_int64>(limit));
+  int rc = readRows(s, limit, out);
+  return rc == SQLITE_DONE || Fail(rc, "Cannot read " + c.table->name);
+}
+
+// The rows after position (v0..vk-1, rowid) in the order (c0..ck-1, rowid), where a null sorts
+// first: level k holds the rows equal in every column with a greater rowid, level L < k those equal
+// in c0..cL-1 and greater in cL. Each level is one range of the index, read in order.
+bool ProjectDatabaseImpl::FetchAfter(Cursor& c, std::size_t limit, std::vector<CellRow>& out) {
+  const std::vector<int>& cols = c.index->columns;
+  const std::size_t k = cols.size();
+  auto value = [&](std::size_t j) -> const Cell& { return c.current[static_cast<std::size_t>(cols[j]) + 1]; };
+  for (std::size_t level = k + 1; level-- > 0 && out.size() < limit;) {
+    std::string where;
+    for (std::size_t j = 0; j < level; ++j)
+      where += quoted(c.table->columns[static_cast<std::size_t>(cols[j])]) + " IS ?" + std::to_string(j + 1) + " AND ";
+    bool nullAtLevel = level < k && value(level).type == SQLITE_NULL;
+    if (level == k) where += "rowid > ?" + std::to_string(k + 1);
+    else if (nullAtLevel) where += quoted(c.table->columns[static_cast<std::size_t>(cols[level])]) + " IS NOT NULL";
+    else where += quoted(c.table->columns[static_cast<std::size_t>(cols[level])]) + " > ?" + std::to_string(level + 1);
+    sqlite3_stmt* s = Prepare(SelectFrom(*c.table) + " WHERE " + where + OrderBy(c) + " LIMIT ?" + std::to_string(k + 2));
+    if (!s) return false;
+    StmtScope scope(s);
+    for (std::size_t j = 0; j < level; ++j) value(j).Bind(s, static_cast<int>(j) + 1);
+    if (level == k) sqlite3_bind_int64(s, static_cast<int>(k) + 1, c.current[0].i);
+    else if (!nullAtLevel) value(level).Bind(s, static_cast<int>(level) + 1);
+    sqlite3_bind_int64(s, static_cast<int>(k) + 2, static_cast<sqlite3_int64>(limit - out.size()));
+    int rc = readRows(s, limit, out);
+    if (rc != SQLITE_DONE) return Fail(rc, "Cannot read " + c.table->name);
+  }
+  return true;
+}
+
+// Moves one row on. Past the end the cursor is AfterLast; a move from there is an error, as
+// moving beyond the end always was for callers.
+bool ProjectDatabaseImpl::StepForward(Cursor& c, bool& found) {
+  found = false;
+  using State = Cursor::State;
+  if (c.state == State::AfterLast || c.state == State::NoMatch) {
+    SetError(ProjectDbError::NoCurrentRecord, "No current record.");
+    return false;
+  }
+  if (c.aheadPos >= c.ahead.size()) {
+    std::vector<CellRow> batch;
+    bool ok = c.state == State::Fresh ? FetchFirst(c, c.nextBatch, batch) : FetchAfter(c, c.nextBatch, batch);
+    if (!ok) return false;
+    c.nextBatch = std::min(kMaxBatch, c.nextBatch * 2);
+    c.ahead = std::move(batch);
+    c.aheadPos = 0;
+  }
+  if (c.aheadPos >= c.ahead.size()) {
+    c.emptyAtFirst = c.state == State::Fresh;
+    c.state = State::AfterLast;
+    c.ahead.clear();
+    c.aheadPos = 0;
+    return true;
+  }
+  c.current = std::move(c.ahead[c.aheadPos++]);
+  c.state = State::OnRow;
+  found = true;
+  return true;
+}
+
+HRESULT ProjectDatabaseImpl::MoveFirst(SAFEARRAY** row, VARIANT_BOOL* found) {
+  if (!row || !found) return E_POINTER;
+  *row = nullptr;
+  setBool(found, false);
+  ClearError();
+  Cursor* c = Current();
+  if (!c) return S_OK;
+  c->Forget();
+  bool got = false;
+  if (!StepForward(*c, got) || !got) return S_OK;
+  *row = MakeRow(*c->table, c->current);
+  setBool(found, true);
+  return *row ? S_OK : E_OUTOFMEMORY;
+}
+
+HRESULT ProjectDatabaseImpl::MoveNext(LONG count, SAFEARRAY** row, VARIANT_BOOL* found) {
+  if (!row || !found) return E_POINTER;
+  *row = nullptr;
+  setBool(found, false);
+  if (count < 1) return E_NOTIMPL;  // moving backwards is not offered by this host
+  ClearError();
+  Cursor* c = Current();
+  if (!c) return S_OK;
+  bool got = false;
+  for (LONG i = 0; i < count; ++i)
+    if (!StepForward(*c, got) || !got) return S_OK;
+  *row = MakeRow(*c->table, c->current);
+  setBool(found, true);
+  return *row ? S_OK : E_OUTOFMEMORY;
+}
+
+HRESULT ProjectDatabaseImpl::SeekKeys(const VARIANT* const* keys, int count, SAFEARRAY** row, VARIANT_BOOL* found) {
+  if (!row || !found) return E_POINTER;
+  *row = nullptr;
+  setBool(found, false);
+  ClearError();
+  Cursor* c = Current();
+  if (!c) return S_OK;
+  const std::vector<int>& cols = c->index->columns;
+  if (count > static_cast<int>(std::max<std::size_t>(cols.size(), 1))) return E_INVALIDARG;
+  std::vector<Cell> values(static_cast<std::size_t>(count));
+  for (int i = 0; i < count; ++i)
+    if (!Cell::FromVariant(*keys[i], values[static_cast<std::size_t>(i)])) return DISP_E_TYPEMISMATCH;
+  std::string where;
+  if (cols.empty()) where = "rowid = ?1";
+  for (std::size_t j = 0; j < cols.size() && j < values.size(); ++j)
+    where += (j ? " AND " : "") + quoted(c->table->columns[static_cast<std::size_t>(cols[j])]) + " IS ?" + std::to_string(j + 1);
+  sqlite3_stmt* s = Prepare(SelectFrom(*c->table) + " WHERE " + where + OrderBy(*c) + " LIMIT 1");
+  if (!s) return S_OK;
+  std::vector<CellRow> rows;
+  {
+    StmtScope scope(s);
+    for (std::size_t j = 0; j < values.size(); ++j) values[j].Bind(s, static_cast<int>(j) + 1);
+    int rc = readRows(s, 1, rows);
+    if (rc != SQLITE_DONE) return Fail(rc, "Cannot seek in " + c->table->name), S_OK;
+  }
+  c->Forget();
+  if (rows.empty()) {
+    c->state = Cursor::State::NoMatch;
+    return S_OK;
+  }
+  c->state = Cursor::State::OnRow;
+  c->current = std::move(rows.front());
+  *row = MakeRow(*c->table, c->current);
+  setBool(found, true);
+  return *row ? S_OK : E_OUTOFMEMORY;
+}
+
+HRESULT ProjectDatabaseImpl::Seek(const VARIANT& key, SAFEARRAY** row, VARIANT_BOOL* found) {
+  const VARIANT* keys[] = {&key};
+  return SeekKeys(keys, 1, row, found);
+}
+
+HRESULT ProjectDatabaseImpl::Seek2(const VARIANT& key1, const VARIANT& key2, SAFEARRAY** row, VARIANT_BOOL* found) {
+  const VARIANT* keys[] = {&key1, &key2};
+  return SeekKeys(keys, 2, row, found);
+}
+
+HRESULT ProjectDatabaseImpl::Seek3(const VARIANT& key1, const VARIANT& key2, const VARIANT& key3, SAFEARRAY** row,
+                                   VARIANT_BOOL* found) {
+  const VARIANT* keys[] = {&key1, &key2, &key3};
+  return SeekKeys(keys, 3, row, found);
+}
+
+HRESULT ProjectDatabaseImpl::IsEof(VARIANT_BOOL* eof) {
+  if (!eof) return E_POINTER;
+  if (!db_ || !current_) return setBool(eof, true), S_OK;
+  using State = Cursor::State;
+  State st = current_->state;
+  setBool(eof, st == State::AfterLast || st == State::NoMatch || (st == State::Fresh && TableIsEmpty(*current_->table)));
+  return S_OK;
+}
+
+HRESULT ProjectDatabaseImpl::IsBof(VARIANT_BOOL* bof) {
+  if (!bof) return E_POINTER;
+  if (!db_ || !current_) return setBool(bof, true), S_OK;
+  using State = Cursor::State;
+  State st = current_->state;
+  setBool(bof, (st == State::AfterLast && current_->emptyAtFirst) ||
+                   (st == State::Fresh && TableIsEmpty(*current_->table)));
+  return S_OK;
+}
+
+}  // namespace kvprojectdb

@@ -1,0 +1,728 @@
+// ProjectDatabase: opening and closing a project file, errors, table descriptions, the writes
+// (add, update, delete, statements) and queries. Walking and seeking live in cursor.cpp.
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+
+#include "impl.h"
+#include "schema.h"
+
+const CLSID CLSID_ProjectDatabase = {0x6B76A1D0, 0x2F4E, 0x4C1B, {0x9A, 0x51, 0x70, 0x72, 0x6A, 0x64, 0x62, 0x01}};
+const IID IID_ProjectDatabase = {0x6B76A1D1, 0x2F4E, 0x4C1B, {0x9A, 0x51, 0x70, 0x72, 0x6A, 0x64, 0x62, 0x01}};
+
+namespace kvprojectdb {
+
+namespace {
+
+HRESULT createInstance(REFIID iid, void** out) {
+  auto* object = new (std::nothrow) ProjectDatabaseImpl();
+  if (!object) return E_OUTOFMEMORY;
+  HRESULT hr = object->QueryInterface(iid, out);
+  object->Release();
+  return hr;
+}
+
+// Linking the library makes the class creatable, as installing the component does.
+const bool registered = (ComRegisterClass(CLSID_ProjectDatabase, createInstance), true);
+
+std::string utf8(BSTR text) { return WideToUtf8(std::wstring_view(text ? text : L"", SysStringLen(text))); }
+
+void setBool(VARIANT_BOOL* out, bool value) { *out = value ? VARIANT_TRUE : VARIANT_FALSE; }
+
+bool fileExists(const std::string& path) { return access(path.c_str(), F_OK) == 0; }
+
+// The first bytes decide what a file is: SQLite's header, Access's, or neither.
+enum class FileKind { Sqlite, Access, Other };
+
+FileKind sniff(const std::string& path) {
+  char head[32] = {};
+  std::ifstream in(path, std::ios::binary);
+  in.read(head, sizeof head);
+  if (std::memcmp(head, "SQLite format 3", 16) == 0) return FileKind::Sqlite;
+  if (std::memcmp(head + 4, "Standard Jet DB", 15) == 0 || std::memcmp(head + 4, "Standard ACE DB", 15) == 0)
+    return FileKind::Access;
+  return FileKind::Other;
+}
+
+}  // namespace
+
+std::string LowerAscii(std::string_view text) {
+  std::string out(text);
+  for (char& c : out)
+    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+  return out;
+}
+
+bool EndsWithNoCase(std::string_view text, std::string_view suffix) {
+  return text.size() >= suffix.size() && LowerAscii(text.substr(text.size() - suffix.size())) == LowerAscii(suffix);
+}
+
+int ConfigureConnection(sqlite3* db, bool readOnly) {
+  sqlite3_busy_timeout(db, 10000);
+  sqlite3_extended_result_codes(db, 1);
+  if (readOnly) return SQLITE_OK;
+  // WAL lets readers in other processes go on while one writes; FULL makes every commit reach
+  // the disk before the call that made it returns.
+  const char* pragmas = "PRAGMA journal_mode=WAL; PRAGMA synchronous=FULL;";
+  return sqlite3_exec(db, pragmas, nullptr, nullptr, nullptr);
+}
+
+// ---- TableInfo ---------------------------------------------------------------------------------------
+
+const IndexInfo* TableInfo::FindIndex(std::string_view name) const {
+  std::string wanted = LowerAscii(name);
+  for (const IndexInfo& ix : indices)
+    if (LowerAscii(ix.name) == wanted) return &ix;
+  return nullptr;
+}
+
+int TableInfo::FindColumn(std::string_view name) const {
+  std::string wanted = LowerAscii(name);
+  for (std::size_t i = 0; i < columns.size(); ++i)
+    if (LowerAscii(columns[i]) == wanted) return static_cast<int>(i);
+  return -1;
+}
+
+// ---- Lifetime, errors ----------------------------------------------------------------------------------
+
+ProjectDatabaseImpl::~ProjectDatabaseImpl() { CloseFile(); }
+
+HRESULT ProjectDatabaseImpl::QueryInterface(REFIID iid, void** out) {
+  if (!out) return E_POINTER;
+  if (iid == IID_ProjectDatabase || iid == IID_IUnknown) {
+    *out = static_cast<ProjectDatabase*>(this);
+    AddRef();
+    return S_OK;
+  }
+  *out = nullptr;
+  return E_NOINTERFACE;
+}
+
+void ProjectDatabaseImpl::ClearError() {
+  errorCode_ = 0;
+  errorText_.clear();
+}
+
+void ProjectDatabaseImpl::SetError(ProjectDbError code, std::string text) {
+  errorCode_ = static_cast<LONG>(code);
+  errorText_ = Utf8ToWide(text);
+}
+
+bool ProjectDatabaseImpl::Fail(int rc, std::string_view what) {
+  std::string detail = db_ ? sqlite3_errmsg(db_.get()) : sqlite3_errstr(rc);
+  std::string text = std::string(what) + ": " + detail;
+  switch (rc & 0xFF) {
+    case SQLITE_BUSY:
+    case SQLITE_LOCKED:
+    case SQLITE_IOERR:
+    case SQLITE_FULL:
+    case SQLITE_CANTOPEN:
+    case SQLITE_PROTOCOL: SetError(ProjectDbError::DiskOrNetwork, "Disk or network error. " + text); break;
+    case SQLITE_CORRUPT:
+    case SQLITE_NOTADB: SetError(ProjectDbError::CannotOpen, "The database is damaged and needs repair. " + text); break;
+    case SQLITE_READONLY: SetError(ProjectDbError::ReadOnly, "Cannot update. Database or object is read-only."); break;
+    case SQLITE_CONSTRAINT:
+      SetError(ProjectDbError::DuplicateKey, "The changes would create duplicate values in the index. " + text);
+      break;
+    default:
+      if (detail.find("no such table") != std::string::npos) SetError(ProjectDbError::TableNotFound, text);
+      else if (detail.find("no such column") != std::string::npos) SetError(ProjectDbError::FieldNotFound, text);
+      else SetError(ProjectDbError::SyntaxError, text);
+  }
+  return false;
+}
+
+bool ProjectDatabaseImpl::RequireOpen() {
+  if (db_) return true;
+  SetError(ProjectDbError::NotOpen, "Object invalid or no longer set: the database is not open.");
+  return false;
+}
+
+sqlite3_stmt* ProjectDatabaseImpl::Prepare(const std::string& sql) {
+  auto it = statements_.find(sql);
+  if (it != statements_.end()) return it->second.get();
+  sqlite3_stmt* s = nullptr;
+  int rc = sqlite3_prepare_v3(db_.get(), sql.c_str(), static_cast<int>(sql.size()), SQLITE_PREPARE_PERSISTENT, &s, nullptr);
+  if (rc != SQLITE_OK) {
+    sqlite3_finalize(s);
+    Fail(rc, "Cannot prepare \"" + sql + "\"");
+    return nullptr;
+  }
+  statements_.emplace(sql, StmtHandle(s));
+  return s;
+}
+
+bool ProjectDatabaseImpl::Run(sqlite3_stmt* s) {
+  StmtScope scope(s);
+  int rc;
+  while ((rc = sqlite3_step(s)) == SQLITE_ROW) {
+  }
+  return rc == SQLITE_DONE || Fail(rc, "Statement failed");
+}
+
+bool ProjectDatabaseImpl::Begin() {
+  sqlite3_stmt* s = Prepare("BEGIN IMMEDIATE");
+  return s && Run(s);
+}
+
+bool ProjectDatabaseImpl::Commit() {
+  sqlite3_stmt* s = Prepare("COMMIT");
+  if (s && Run(s)) return true;
+  Rollback();
+  return false;
+}
+
+void ProjectDatabaseImpl::Rollback() {
+  if (db_ && !sqlite3_get_autocommit(db_.get())) sqlite3_exec(db_.get(), "ROLLBACK", nullptr, nullptr, nullptr);
+}
+
+// ---- Open and close -----------------------------------------------------------------------------------
+
+ProjectDatabaseImpl::OpenOutcome ProjectDatabaseImpl::OpenFile(const std::string& path, bool readOnly) {
+  CloseFile();
+  if (!fileExists(path)) {
+    SetError(ProjectDbError::FileNotFound, "Could not find file '" + path + "'.");
+    return OpenOutcome::Failed;
+  }
+  FileKind kind = sniff(path);
+  if (kind == FileKind::Access || EndsWithNoCase(path, ".mdb")) {
+    SetError(ProjectDbError::UnrecognizedFormat,
+             "Unrecognized database format '" + path +
+                 "'. This is an Access (.mdb) project database, which this host cannot read; "
+                 "the project needs a .kv database.");
+    return OpenOutcome::Failed;
+  }
+  if (kind != FileKind::Sqlite) {
+    SetError(ProjectDbError::CannotOpen, "Cannot open database '" + path + "'. It is not a project database.");
+    return OpenOutcome::Failed;
+  }
+  sqlite3* raw = nullptr;
+  int flags = (readOnly ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE) | SQLITE_OPEN_NOMUTEX;
+  int rc = sqlite3_open_v2(path.c_str(), &raw, flags, nullptr);
+  db_.reset(raw);
+  if (rc == SQLITE_OK) rc = ConfigureConnection(raw, readOnly);
+  if (rc != SQLITE_OK) {
+    bool damaged = (rc & 0xFF) == SQLITE_CORRUPT || (rc & 0xFF) == SQLITE_NOTADB;
+    Fail(rc, "Cannot open '" + path + "'");
+    CloseFile();
+    return damaged ? OpenOutcome::NeedsRepair : OpenOutcome::Failed;
+  }
+  path_ = path;
+  readOnly_ = readOnly;
+  return QuickCheckPasses() ? OpenOutcome::Open : OpenOutcome::NeedsRepair;
+}
+
+void ProjectDatabaseImpl::CloseFile() {
+  cursors_.clear();
+  current_ = nullptr;
+  tables_.clear();
+  statements_.clear();
+  db_.reset();
+  path_.clear();
+}
+
+HRESULT ProjectDatabaseImpl::Open(BSTR path, short, short, BSTR* result) {
+  if (!result) return E_POINTER;
+  ClearError();
+  std::string file = utf8(path);
+  OpenOutcome outcome = OpenFile(file, false);
+  if (outcome == OpenOutcome::NeedsRepair) {
+    CloseFile();
+    SetError(ProjectDbError::CannotOpen, "The database '" + file + "' is damaged and needs repair.");
+  }
+  const wchar_t* answer = outcome == OpenOutcome::Open ? nullptr : outcome == OpenOutcome::Failed ? L"" : L"*REPAIR*";
+  std::wstring opened = Utf8ToWide(file);
+  *result = SysAllocString(answer ? answer : opened.c_str());
+  return *result ? S_OK : E_OUTOFMEMORY;
+}
+
+HRESULT ProjectDatabaseImpl::OpenView(BSTR path, VARIANT_BOOL* readOnly, VARIANT_BOOL* ok) {
+  if (!readOnly || !ok) return E_POINTER;
+  ClearError();
+  std::string file = utf8(path);
+  std::string folder = file.find('/') == std::string::npos ? "." : file.substr(0, file.rfind('/') + 1);
+  // A file without write permission bits counts as read-only even for a user who could override
+  // them, as the read-only attribute does on the platform's file systems.
+  struct stat info {};
+  bool writable = stat(file.c_str(), &info) == 0 && (info.st_mode & 0222) != 0 &&
+                  access(file.c_str(), W_OK) == 0 && access(folder.c_str(), W_OK) == 0;
+  OpenOutcome outcome = OpenFile(file, !writable);
+  if (outcome == OpenOutcome::NeedsRepair) {
+    CloseFile();
+    SetError(ProjectDbError::CannotOpen, "The database '" + file + "' is damaged and needs repair.");
+  }
+  setBool(readOnly, fileExists(file) && !writable);
+  setBool(ok, outcome == OpenOutcome::Open);
+  return S_OK;
+}
+
+HRESULT ProjectDatabaseImpl::IsOpen(VARIANT_BOOL* open) {
+  if (!open) return E_POINTER;
+  setBool(open, db_ != nullptr);
+  return S_OK;
+}
+
+HRESULT ProjectDatabaseImpl::CloseTables(VARIANT_BOOL* done) {
+  if (!done) return E_POINTER;
+  ClearError();
+  cursors_.clear();
+  current_ = nullptr;
+  setBool(done, true);
+  return S_OK;
+}
+
+HRESULT ProjectDatabaseImpl::Close(VARIANT_BOOL* done) {
+  if (!done) return E_POINTER;
+  ClearError();
+  CloseFile();
+  setBool(done, true);
+  return S_OK;
+}
+
+HRESULT ProjectDatabaseImpl::HasError(VARIANT_BOOL* hasError) {
+  if (!hasError) return E_POINTER;
+  setBool(hasError, errorCode_ != 0);
+  return S_OK;
+}
+
+HRESULT ProjectDatabaseImpl::GetLastError(LONG* code, BSTR* text) {
+  if (!code || !text) return E_POINTER;
+  *code = errorCode_;
+  *text = SysAllocString(errorText_.c_str());
+  return *text ? S_OK : E_OUTOFMEMORY;
+}
+
+// ---- Tables -------------------------------------------------------------------------------------------
+
+const TableInfo* ProjectDatabaseImpl::LoadTable(std::string_view name) {
+  std::string key = LowerAscii(name);
+  auto found = tables_.find(key);
+  if (found != tables_.end()) return found->second.get();
+  auto info = std::make_unique<TableInfo>();
+  sqlite3_stmt* s = Prepare("SELECT name FROM sqlite_schema WHERE type = 'table' AND name = ?1 COLLATE NOCASE");
+  if (!s) return nullptr;
+  {
+    StmtScope scope(s);
+    sqlite3_bind_text(s, 1, key.c_str(), -1, SQLITE_TRANSIENT);
+    if (sqlite3_step(s) != SQLITE_ROW) {
+      SetError(ProjectDbError::TableNotFound, "Cannot find the input table '" + std::string(name) + "'.");
+      return nullptr;
+    }
+    info->name = reinterpret_cast<const char*>(sqlite3_column_text(s, 0));
+  }
+  if (!ReadColumns(*info) || !ReadIndices(*info)) return nullptr;
+  return tables_.emplace(key, std::move(info)).first->second.get();
+}
+
+bool ProjectDatabaseImpl::ReadColumns(TableInfo& info) {
+  sqlite3_stmt* s = Prepare("SELECT name, type, pk FROM pragma_table_info(?1)");
+  if (!s) return false;
+  StmtScope scope(s);
+  sqlite3_bind_text(s, 1, info.name.c_str(), -1, SQLITE_TRANSIENT);
+  int rc;
+  while ((rc = sqlite3_step(s)) == SQLITE_ROW) {
+    std::string column = reinterpret_cast<const char*>(sqlite3_column_text(s, 0));
+    std::string type = LowerAscii(reinterpret_cast<const char*>(sqlite3_column_text(s, 1)));
+    if (sqlite3_column_int(s, 2) == 1 && type == "integer") info.keyColumn = static_cast<int>(info.columns.size());
+    info.columns.push_back(column);
+    info.wideColumns.push_back(Utf8ToWide(column));
+    info.boolean.push_back(type == "boolean");
+  }
+  return rc == SQLITE_DONE || Fail(rc, "Cannot read the columns of " + info.name);
+}
+
+// Named indices are stored as "<table>__<name>"; any other index of the table keeps its name.
+bool ProjectDatabaseImpl::ReadIndices(TableInfo& info) {
+  if (info.keyColumn >= 0) info.indices.push_back({info.columns[info.keyColumn], {}});
+  sqlite3_stmt* s = Prepare(
+      "SELECT il.name, ii.name FROM pragma_index_list(?1) AS il, pragma_index_info(il.name) AS ii "
+      "WHERE il.origin = 'c' ORDER BY il.name, ii.seqno");
+  if (!s) return false;
+  StmtScope scope(s);
+  sqlite3_bind_text(s, 1, info.name.c_str(), -1, SQLITE_TRANSIENT);
+  std::string prefix = info.name + "__";
+  int rc;
+  while ((rc = sqlite3_step(s)) == SQLITE_ROW) {
+    std::string stored = reinterpret_cast<const char*>(sqlite3_column_text(s, 0));
+    std::string name = stored.rfind(prefix, 0) == 0 ? stored.substr(prefix.size()) : stored;
+    const char* column = reinterpret_cast<const char*>(sqlite3_column_text(s, 1));
+    if (info.indices.empty() || info.indices.back().name != name) info.indices.push_back({name, {}});
+    info.indices.back().columns.push_back(info.FindColumn(column ? column : ""));
+  }
+  return rc == SQLITE_DONE || Fail(rc, "Cannot read the indices of " + info.name);
+}
+
+HRESULT ProjectDatabaseImpl::SetTable(BSTR table, BSTR index, VARIANT_BOOL* ok) {
+  if (!ok) return E_POINTER;
+  ClearError();
+  setBool(ok, false);
+  if (!RequireOpen()) return S_OK;
+  const TableInfo* info = LoadTable(utf8(table));
+  if (!info) return S_OK;
+  Cursor& cursor = cursors_[info];
+  if (!cursor.table) {
+    cursor.table = info;
+    cursor.index = info->indices.empty() ? nullptr : &info->indices.front();
+  }
+  std::string indexName = utf8(index);
+  if (!indexName.empty()) {
+    const IndexInfo* ix = info->FindIndex(indexName);
+    if (!ix) {
+      SetError(ProjectDbError::NotAnIndex, "'" + indexName + "' isn't an index in table '" + info->name + "'.");
+      return S_OK;
+    }
+    if (ix != cursor.index) {
+      cursor.index = ix;
+      cursor.Forget();
+    }
+  }
+  current_ = &cursor;
+  setBool(ok, true);
+  return S_OK;
+}
+
+// ---- Rows -------------------------------------------------------------------------------------------
+
+VARIANT ProjectDatabaseImpl::CellToVariant(const Cell& c, bool boolean) {
+  VARIANT v;
+  VariantInit(&v);
+  switch (c.type) {
+    case SQLITE_INTEGER:
+      if (boolean) {
+        v.vt = VT_BOOL;
+        v.boolVal = c.i ? VARIANT_TRUE : VARIANT_FALSE;
+      } else if (c.i >= INT32_MIN && c.i <= INT32_MAX) {
+        v.vt = VT_I4;
+        v.lVal = static_cast<LONG>(c.i);
+      } else {
+        v.vt = VT_R8;
+        v.dblVal = static_cast<double>(c.i);
+      }
+      break;
+    case SQLITE_FLOAT:
+      v.vt = VT_R8;
+      v.dblVal = c.d;
+      break;
+    case SQLITE_TEXT: {
+      std::wstring wide = Utf8ToWide(c.text);
+      v.vt = VT_BSTR;
+      v.bstrVal = SysAllocStringLen(wide.data(), static_cast<std::uint32_t>(wide.size()));
+      break;
+    }
+    default: v.vt = VT_NULL;
+  }
+  return v;
+}
+
+SAFEARRAY* ProjectDatabaseImpl::MakeRow(const TableInfo& table, const CellRow& row) const {
+  std::size_t n = table.columns.size();
+  SAFEARRAY* array = SafeArrayCreateVector(VT_VARIANT, 0, static_cast<ULONG>(2 * n));
+  if (!array) return nullptr;
+  auto* items = static_cast<VARIANT*>(array->pvData);
+  for (std::size_t i = 0; i < n; ++i) {
+    const std::wstring& name = table.wideColumns[i];
+    items[2 * i].vt = VT_BSTR;
+    items[2 * i].bstrVal = SysAllocStringLen(name.data(), static_cast<std::uint32_t>(name.size()));
+    if (i + 1 < row.size()) items[2 * i + 1] = CellToVariant(row[i + 1], table.boolean[i]);
+  }
+  return array;
+}
+
+bool ProjectDatabaseImpl::ReadRowById(const TableInfo& table, std::int64_t rowid, CellRow& out) {
+  sqlite3_stmt* s = Prepare(SelectFrom(table) + " WHERE rowid = ?1");
+  if (!s) return false;
+  StmtScope scope(s);
+  sqlite3_bind_int64(s, 1, rowid);
+  int rc = sqlite3_step(s);
+  if (rc == SQLITE_DONE) {
+    SetError(ProjectDbError::NoCurrentRecord, "No current record.");
+    return false;
+  }
+  if (rc != SQLITE_ROW) return Fail(rc, "Cannot read the row of " + table.name);
+  int n = sqlite3_column_count(s);
+  out.resize(static_cast<std::size_t>(n));
+  for (int i = 0; i < n; ++i) out[static_cast<std::size_t>(i)] = Cell::FromColumn(s, i);
+  return true;
+}
+
+// Checks the shape of a name/value array and maps each name to a column; the key column is left
+// out, since the database owns it. A malformed array is the caller's bug (E_INVALIDARG); an unknown
+// name is a database error.
+bool ProjectDatabaseImpl::ReadFields(SAFEARRAY* row, const TableInfo& table,
+                                     std::vector<std::pair<int, Cell>>& fields, HRESULT& hr) {
+  hr = S_OK;
+  if (!row || row->cDims != 1 || row->rgsabound[0].cElements % 2 != 0) {
+    hr = E_INVALIDARG;
+    return false;
+  }
+  auto* items = static_cast<VARIANT*>(row->pvData);
+  for (ULONG i = 0; i < row->rgsabound[0].cElements; i += 2) {
+    if (items[i].vt != VT_BSTR) {
+      hr = E_INVALIDARG;
+      return false;
+    }
+    std::string name = utf8(items[i].bstrVal);
+    int column = table.FindColumn(name);
+    if (column < 0) {
+      SetError(ProjectDbError::FieldNotFound, "Item not found in this collection: no field '" + name + "' in " + table.name + ".");
+      return false;
+    }
+    Cell cell;
+    if (!Cell::FromVariant(items[i + 1], cell)) {
+      hr = DISP_E_TYPEMISMATCH;
+      return false;
+    }
+    if (column != table.keyColumn) fields.emplace_back(column, std::move(cell));
+  }
+  return true;
+}
+
+// ---- Writes -------------------------------------------------------------------------------------------
+
+HRESULT ProjectDatabaseImpl::AddRecord(SAFEARRAY* row, LONG, SAFEARRAY** outRow, VARIANT_BOOL* ok) {
+  if (!outRow || !ok) return E_POINTER;
+  *outRow = nullptr;
+  setBool(ok, false);
+  ClearError();
+  Cursor* cursor = Current();
+  if (!cursor) return S_OK;
+  const TableInfo& table = *cursor->table;
+  std::vector<std::pair<int, Cell>> fields;
+  HRESULT hr;
+  if (!ReadFields(row, table, fields, hr)) return hr;
+  std::string names, marks;
+  for (std::size_t i = 0; i < fields.size(); ++i) {
+    names += (i ? ", \"" : "\"") + table.columns[fields[i].first] + "\"";
+    marks += i ? ", ?" : "?";
+  }
+  std::string sql = fields.empty() ? "INSERT INTO \"" + table.name + "\" DEFAULT VALUES"
+                                   : "INSERT INTO \"" + table.name + "\" (" + names + ") VALUES (" + marks + ")";
+  sqlite3_stmt* s = Prepare(sql);
+  if (!s || !Begin()) return S_OK;
+  for (std::size_t i = 0; i < fields.size(); ++i) fields[i].second.Bind(s, static_cast<int>(i) + 1);
+  CellRow stored;
+  bool done = Run(s) && ReadRowById(table, sqlite3_last_insert_rowid(db_.get()), stored) && Commit();
+  if (!done) {
+    Rollback();
+    return S_OK;
+  }
+  Invalidate(&table, cursor);
+  cursor->Forget();
+  cursor->state = Cursor::State::OnRow;
+  cursor->current = std::move(stored);
+  *outRow = MakeRow(table, cursor->current);
+  setBool(ok, true);
+  return *outRow ? S_OK : E_OUTOFMEMORY;
+}
+
+HRESULT ProjectDatabaseImpl::UpdateRecord(SAFEARRAY* row, SAFEARRAY** outRow, VARIANT_BOOL* ok) {
+  if (!outRow || !ok) return E_POINTER;
+  *outRow = nullptr;
+  setBool(ok, false);
+  ClearError();
+  Cursor* cursor = Current();
+  if (!cursor) return S_OK;
+  const TableInfo& table = *cursor->table;
+  std::vector<std::pair<int, Cell>> fields;
+  HRESULT hr;
+  if (!ReadFields(row, table, fields, hr)) return hr;
+  if (cursor->state != Cursor::State::OnRow) {
+    SetError(ProjectDbError::NoCurrentRecord, "No current record.");
+    return S_OK;
+  }
+  std::int64_t rowid = cursor->current[0].i;
+  std::string sets;
+  for (std::size_t i = 0; i < fields.size(); ++i)
+    sets += (i ? ", \"" : "\"") + table.columns[fields[i].first] + "\" = ?";
+  if (!Begin()) return S_OK;
+  bool done = true;
+  if (!fields.empty()) {
+    sqlite3_stmt* s = Prepare("UPDATE \"" + table.name + "\" SET " + sets + " WHERE rowid = ?" +
+                              std::to_string(fields.size() + 1));
+    if (s) {
+      for (std::size_t i = 0; i < fields.size(); ++i) fields[i].second.Bind(s, static_cast<int>(i) + 1);
+      sqlite3_bind_int64(s, static_cast<int>(fields.size()) + 1, rowid);
+    }
+    done = s && Run(s);
+  }
+  CellRow stored;
+  done = done && ReadRowById(table, rowid, stored) && Commit();
+  if (!done) {
+    Rollback();
+    return S_OK;
+  }
+  Invalidate(&table, cursor);
+  cursor->current = std::move(stored);
+  *outRow = MakeRow(table, cursor->current);
+  setBool(ok, true);
+  return *outRow ? S_OK : E_OUTOFMEMORY;
+}
+
+HRESULT ProjectDatabaseImpl::DeleteRecord(VARIANT_BOOL* done) {
+  if (!done) return E_POINTER;
+  setBool(done, false);
+  ClearError();
+  Cursor* cursor = Current();
+  if (!cursor) return S_OK;
+  if (cursor->state != Cursor::State::OnRow) {
+    SetError(ProjectDbError::NoCurrentRecord, "No current record.");
+    return S_OK;
+  }
+  sqlite3_stmt* s = Prepare("DELETE FROM \"" + cursor->table->name + "\" WHERE rowid = ?1");
+  if (!s) return S_OK;
+  sqlite3_bind_int64(s, 1, cursor->current[0].i);
+  if (!Run(s)) return S_OK;
+  if (sqlite3_changes(db_.get()) == 0) {
+    SetError(ProjectDbError::NoCurrentRecord, "No current record: the row was deleted elsewhere.");
+    return S_OK;
+  }
+  Invalidate(cursor->table, cursor);
+  cursor->state = Cursor::State::Gap;
+  setBool(done, true);
+  return S_OK;
+}
+
+// ---- SQL ----------------------------------------------------------------------------------------------
+
+HRESULT ProjectDatabaseImpl::QueryRow(BSTR sql, SAFEARRAY** values, VARIANT_BOOL* found) {
+  if (!values || !found) return E_POINTER;
+  *values = nullptr;
+  setBool(found, false);
+  ClearError();
+  if (!RequireOpen()) return S_OK;
+  std::vector<Cell> cells;
+  if (!QueryColumn(TranslateSql(utf8(sql)), "", cells) || cells.empty()) return S_OK;
+  SAFEARRAY* array = SafeArrayCreateVector(VT_VARIANT, 0, static_cast<ULONG>(cells.size()));
+  if (!array) return E_OUTOFMEMORY;
+  auto* items = static_cast<VARIANT*>(array->pvData);
+  for (std::size_t i = 0; i < cells.size(); ++i) items[i] = CellToVariant(cells[i], false);
+  *values = array;
+  setBool(found, true);
+  return S_OK;
+}
+
+bool ProjectDatabaseImpl::QueryColumn(const std::string& sql, std::string_view column, std::vector<Cell>& out) {
+  sqlite3_stmt* raw = nullptr;
+  int rc = sqlite3_prepare_v2(db_.get(), sql.c_str(), static_cast<int>(sql.size()), &raw, nullptr);
+  StmtHandle s(raw);
+  if (rc != SQLITE_OK) return Fail(rc, "Cannot run \"" + sql + "\"");
+  if (!s) return true;
+  int pick = 0;
+  if (!column.empty()) {
+    pick = -1;
+    for (int i = 0; i < sqlite3_column_count(raw) && pick < 0; ++i)
+      if (LowerAscii(sqlite3_column_name(raw, i)) == LowerAscii(column)) pick = i;
+    if (pick < 0) {
+      SetError(ProjectDbError::FieldNotFound, "Item not found in this collection: no column '" + std::string(column) + "'.");
+      return false;
+    }
+  }
+  while ((rc = sqlite3_step(raw)) == SQLITE_ROW) out.push_back(Cell::FromColumn(raw, pick));
+  return rc == SQLITE_DONE || Fail(rc, "Query failed");
+}
+
+HRESULT ProjectDatabaseImpl::Execute(BSTR sql, VARIANT_BOOL* ok) {
+  if (!ok) return E_POINTER;
+  setBool(ok, false);
+  ClearError();
+  if (!RequireOpen()) return S_OK;
+  std::string text = TranslateSql(utf8(sql));
+  bool ownTransaction = sqlite3_get_autocommit(db_.get()) != 0;
+  if (ownTransaction && !Begin()) return S_OK;
+  const char* next = text.c_str();
+  bool schemaChanged = false;
+  while (next && *next) {
+    sqlite3_stmt* raw = nullptr;
+    int rc = sqlite3_prepare_v2(db_.get(), next, -1, &raw, &next);
+    StmtHandle s(raw);
+    if (rc != SQLITE_OK) {
+      Fail(rc, "Cannot run \"" + text + "\"");
+      Rollback();
+      return S_OK;
+    }
+    if (!s) continue;
+    std::string head = LowerAscii(std::string_view(sqlite3_sql(raw)).substr(0, 6));
+    schemaChanged = schemaChanged || head.rfind("create", 0) == 0 || head.rfind("drop", 0) == 0 ||
+                    head.rfind("alter", 0) == 0;
+    while ((rc = sqlite3_step(raw)) == SQLITE_ROW) {
+    }
+    if (rc != SQLITE_DONE) {
+      Fail(rc, "Statement failed");
+      Rollback();
+      return S_OK;
+    }
+  }
+  if (ownTransaction && !Commit()) return S_OK;
+  Invalidate(nullptr, nullptr);
+  if (schemaChanged) {
+    cursors_.clear();
+    current_ = nullptr;
+    tables_.clear();
+    statements_.clear();
+  }
+  setBool(ok, true);
+  return S_OK;
+}
+
+// ---- Project files ------------------------------------------------------------------------------------
+
+HRESULT ProjectDatabaseImpl::CreateProject(BSTR path, VARIANT_BOOL* ok) {
+  if (!ok) return E_POINTER;
+  setBool(ok, false);
+  ClearError();
+  CloseFile();
+  std::string file = utf8(path);
+  ProjectDbError code = ProjectDbError::None;
+  std::string error;
+  if (!CreateProjectFile(file, &code, &error)) {
+    SetError(code, error);
+    return S_OK;
+  }
+  setBool(ok, OpenFile(file, false) == OpenOutcome::Open);
+  return S_OK;
+}
+
+HRESULT ProjectDatabaseImpl::Repair(BSTR path, LONG* rowsSaved, VARIANT_BOOL* ok) {
+  if (!rowsSaved || !ok) return E_POINTER;
+  *rowsSaved = 0;
+  setBool(ok, false);
+  ClearError();
+  std::string file = utf8(path);
+  if (db_ && file == path_) {
+    SetError(ProjectDbError::CannotOpen, "Cannot repair '" + file + "' while this connection has it open.");
+    return S_OK;
+  }
+  ProjectDbError code = ProjectDbError::None;
+  std::string error;
+  long saved = 0;
+  if (!RepairProjectFile(file, &saved, &code, &error)) {
+    SetError(code, error);
+    return S_OK;
+  }
+  *rowsSaved = static_cast<LONG>(saved);
+  setBool(ok, true);
+  return S_OK;
+}
+
+bool ProjectDatabaseImpl::QuickCheckPasses() {
+  sqlite3_stmt* raw = nullptr;
+  int rc = sqlite3_prepare_v2(db_.get(), "PRAGMA quick_check(1)", -1, &raw, nullptr);
+  StmtHandle s(raw);
+  if (rc == SQLITE_OK) rc = sqlite3_step(raw);
+  bool passes = rc == SQLITE_ROW && std::strcmp(reinterpret_cast<const char*>(sqlite3_column_text(raw, 0)), "ok") == 0;
+  if (!passes) {
+    s.reset();
+    CloseFile();
+  }
+  return passes;
+}
+
+}  // namespace kvprojectdb
+
+HRESULT CreateProjectDatabase(ProjectDatabasePtr& out) {
+  return CoCreateInstance(CLSID_ProjectDatabase, nullptr, CLSCTX_ALL, IID_ProjectDatabase,
+                          reinterpret_cast<void**>(out.Put()));
+}

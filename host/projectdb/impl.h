@@ -1,0 +1,149 @@
+// The ProjectDatabase implementation's private declarations: table descriptions read from the
+// file, cursors, and the connection object itself. Private to the folder.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "ProjectDatabase.h"
+#include "sqlite.h"
+
+namespace kvprojectdb {
+
+struct IndexInfo {
+  std::string name;          // as callers name it
+  std::vector<int> columns;  // positions in TableInfo::columns; empty: the key (rowid) order
+};
+
+// A table as the file describes it; rows read with "SELECT rowid, *" put the rowid first.
+struct TableInfo {
+  std::string name;
+  std::vector<std::string> columns;
+  std::vector<std::wstring> wideColumns;
+  std::vector<bool> boolean;  // declared BOOLEAN: answered as VT_BOOL
+  int keyColumn = -1;         // the INTEGER PRIMARY KEY column
+  std::vector<IndexInfo> indices;
+
+  const IndexInfo* FindIndex(std::string_view name) const;
+  int FindColumn(std::string_view name) const;  // case-insensitive, -1 if none
+};
+
+// The position of one table's walk. A cursor never keeps a statement open between calls: it holds
+// the current row (which is also its position) and a batch of rows read ahead.
+struct Cursor {
+  enum class State { Fresh, OnRow, Gap, AfterLast, NoMatch };
+  const TableInfo* table = nullptr;
+  const IndexInfo* index = nullptr;
+  State state = State::Fresh;
+  bool emptyAtFirst = false;   // MoveFirst found nothing
+  CellRow current;             // rowid, then the columns
+  std::vector<CellRow> ahead;  // rows after current, in index order
+  std::size_t aheadPos = 0;
+  std::size_t nextBatch = 16;  // grows while a walk goes on, so a lone First reads little
+
+  void Forget() {
+    state = State::Fresh;
+    emptyAtFirst = false;
+    current.clear();
+    ahead.clear();
+    aheadPos = 0;
+    nextBatch = 16;
+  }
+};
+
+class ProjectDatabaseImpl final : public ComObject<ProjectDatabase> {
+ public:
+  ProjectDatabaseImpl() = default;
+  ~ProjectDatabaseImpl() override;
+
+  HRESULT QueryInterface(REFIID iid, void** out) override;
+  HRESULT Open(BSTR path, short reserved1, short reserved2, BSTR* result) override;
+  HRESULT SetTable(BSTR table, BSTR index, VARIANT_BOOL* ok) override;
+  HRESULT MoveFirst(SAFEARRAY** row, VARIANT_BOOL* found) override;
+  HRESULT MoveNext(LONG count, SAFEARRAY** row, VARIANT_BOOL* found) override;
+  HRESULT IsOpen(VARIANT_BOOL* open) override;
+  HRESULT AddRecord(SAFEARRAY* row, LONG flags, SAFEARRAY** outRow, VARIANT_BOOL* ok) override;
+  HRESULT CloseTables(VARIANT_BOOL* done) override;
+  HRESULT Close(VARIANT_BOOL* done) override;
+  HRESULT DeleteRecord(VARIANT_BOOL* done) override;
+  HRESULT GetLastError(LONG* code, BSTR* text) override;
+  HRESULT HasError(VARIANT_BOOL* hasError) override;
+  HRESULT UpdateRecord(SAFEARRAY* row, SAFEARRAY** outRow, VARIANT_BOOL* ok) override;
+  HRESULT Seek(const VARIANT& key, SAFEARRAY** row, VARIANT_BOOL* found) override;
+  HRESULT Seek2(const VARIANT& key1, const VARIANT& key2, SAFEARRAY** row, VARIANT_BOOL* found) override;
+  HRESULT Seek3(const VARIANT& key1, const VARIANT& key2, const VARIANT& key3, SAFEARRAY** row,
+                VARIANT_BOOL* found) override;
+  HRESULT QueryRow(BSTR sql, SAFEARRAY** values, VARIANT_BOOL* found) override;
+  HRESULT Execute(BSTR sql, VARIANT_BOOL* ok) override;
+  HRESULT OpenView(BSTR path, VARIANT_BOOL* readOnly, VARIANT_BOOL* ok) override;
+  HRESULT IsEof(VARIANT_BOOL* eof) override;
+  HRESULT IsBof(VARIANT_BOOL* bof) override;
+  HRESULT CreateProject(BSTR path, VARIANT_BOOL* ok) override;
+  HRESULT Repair(BSTR path, LONG* rowsSaved, VARIANT_BOOL* ok) override;
+
+ private:
+  enum class OpenOutcome { Open, Failed, NeedsRepair };
+
+  // Connection and errors (database.cpp).
+  OpenOutcome OpenFile(const std::string& path, bool readOnly);
+  void CloseFile();
+  void ClearError();
+  void SetError(ProjectDbError code, std::string text);
+  // Records the error of a failed SQLite call under the closest engine code; answers false.
+  bool Fail(int rc, std::string_view what);
+  bool RequireOpen();
+  sqlite3_stmt* Prepare(const std::string& sql);
+  bool Run(sqlite3_stmt* s);  // steps to the end; false (error recorded) on failure
+  bool Begin();
+  bool Commit();
+  void Rollback();
+
+  // Tables and rows (database.cpp).
+  bool QuickCheckPasses();  // false closes the file: it needs repair
+  const TableInfo* LoadTable(std::string_view name);
+  bool ReadColumns(TableInfo& info);
+  bool ReadIndices(TableInfo& info);
+  // Runs one SELECT and collects the named column ("" for the first) of every row.
+  bool QueryColumn(const std::string& sql, std::string_view column, std::vector<Cell>& out);
+  bool ReadFields(SAFEARRAY* row, const TableInfo& table, std::vector<std::pair<int, Cell>>& fields, HRESULT& hr);
+  bool ReadRowById(const TableInfo& table, std::int64_t rowid, CellRow& out);
+  SAFEARRAY* MakeRow(const TableInfo& table, const CellRow& row) const;
+  static VARIANT CellToVariant(const Cell& c, bool boolean);
+  // Drops the rows read ahead by the cursors of table (all tables when null) except one, after a
+  // write through this connection may have changed them.
+  void Invalidate(const TableInfo* table, const Cursor* except);
+
+  // Walking (cursor.cpp).
+  Cursor* Current();
+  bool FetchFirst(Cursor& c, std::size_t limit, std::vector<CellRow>& out);
+  bool FetchAfter(Cursor& c, std::size_t limit, std::vector<CellRow>& out);
+  bool StepForward(Cursor& c, bool& found);
+  HRESULT SeekKeys(const VARIANT* const* keys, int count, SAFEARRAY** row, VARIANT_BOOL* found);
+  bool TableIsEmpty(const TableInfo& table);
+  std::string SelectFrom(const TableInfo& table) const;
+  std::string OrderBy(const Cursor& c) const;
+
+  DbHandle db_;
+  std::string path_;
+  bool readOnly_ = false;
+  LONG errorCode_ = 0;
+  std::wstring errorText_;
+  std::unordered_map<std::string, StmtHandle> statements_;
+  std::map<std::string, std::unique_ptr<TableInfo>> tables_;  // by lower-case name
+  std::map<const TableInfo*, Cursor> cursors_;
+  Cursor* current_ = nullptr;
+};
+
+// Project files (files.cpp). Each answers false with *error filled on failure.
+bool CreateProjectFile(const std::string& path, ProjectDbError* code, std::string* error);
+bool RepairProjectFile(const std::string& path, long* rowsSaved, ProjectDbError* code, std::string* error);
+// Applies the settings every connection runs with (WAL, full sync, busy timeout).
+int ConfigureConnection(sqlite3* db, bool readOnly);
+std::string LowerAscii(std::string_view text);
+bool EndsWithNoCase(std::string_view text, std::string_view suffix);
+
+}  // namespace kvprojectdb
