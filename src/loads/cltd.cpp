@@ -1,6 +1,7 @@
 // Look-ups in the constant CLTD/SCL tables: index rules for latitude, zone, wall, roof and
 // orientation, and the averaging of the half-way compass points.
 #include <array>
+#include <cstdint>
 
 #include "loads/loads.h"
 
@@ -9,16 +10,17 @@ namespace {
 constexpr int kLatitudeRows = 7, kZones = 4, kGlassPositions = 9, kWallRows = 15, kWallPositions = 8;
 constexpr int kRoofRows = 10, kHours = 24, kMonths = 12;
 
-struct NamedPair {
-  std::wstring_view name;
-  OrientationPair pair;
-};
-
-constexpr std::array<NamedPair, 17> kOrientations = {{
-    {L"N", {0, 0}}, {L"NNE", {0, 1}}, {L"NE", {1, 1}}, {L"ENE", {1, 2}}, {L"E", {2, 2}}, {L"ESE", {2, 3}},
-    {L"SE", {3, 3}}, {L"SSE", {3, 4}}, {L"S", {4, 4}}, {L"SSW", {4, 5}}, {L"SW", {5, 5}}, {L"WSW", {5, 6}},
-    {L"W", {6, 6}}, {L"WNW", {6, 7}}, {L"NW", {7, 7}}, {L"NNW", {7, 0}}, {L"UP", {8, 8}},
-}};
+// Packs a name of up to three ASCII letters into one number, so a name is recognised with a
+// single switch instead of string compares; anything else packs to 0.
+constexpr std::uint32_t pack(std::wstring_view name) {
+  if (name.empty() || name.size() > 3) return 0;
+  std::uint32_t code = 0;
+  for (wchar_t c : name) {
+    if (c <= 0 || c > 127) return 0;
+    code = code << 8 | static_cast<std::uint32_t>(c);
+  }
+  return code;
+}
 
 bool inDay(int month, int hour) { return month >= 0 && month < kMonths && hour >= 0 && hour < kHours; }
 
@@ -32,9 +34,26 @@ std::int16_t pairValue(const std::int16_t* row, OrientationPair p, int hour) {
 }  // namespace
 
 OrientationPair orientationPositions(std::wstring_view name) {
-  for (const NamedPair& o : kOrientations)
-    if (o.name == name) return o.pair;
-  return {};
+  switch (pack(name)) {
+    case pack(L"N"): return {0, 0};
+    case pack(L"NNE"): return {0, 1};
+    case pack(L"NE"): return {1, 1};
+    case pack(L"ENE"): return {1, 2};
+    case pack(L"E"): return {2, 2};
+    case pack(L"ESE"): return {2, 3};
+    case pack(L"SE"): return {3, 3};
+    case pack(L"SSE"): return {3, 4};
+    case pack(L"S"): return {4, 4};
+    case pack(L"SSW"): return {4, 5};
+    case pack(L"SW"): return {5, 5};
+    case pack(L"WSW"): return {5, 6};
+    case pack(L"W"): return {6, 6};
+    case pack(L"WNW"): return {6, 7};
+    case pack(L"NW"): return {7, 7};
+    case pack(L"NNW"): return {7, 0};
+    case pack(L"UP"): return {8, 8};
+    default: return {};
+  }
 }
 
 int latitudeRow(int latitude) { return latitude >= 16 && latitude <= 71 ? latitude / 8 - 2 : -1; }
