@@ -44,7 +44,7 @@ ACHAR* dupString(const ACHAR* text) {
 namespace {
 
 bool holdsString(short type) {
-  return type == RTSTR || (type < 5000 && dxfValueKind(type) == DxfKind::String);
+  return type == RTSTR || type == RTDXF0 || (type < 5000 && dxfValueKind(type) == DxfKind::String);
 }
 
 resbuf* newCell(int type) {
@@ -62,7 +62,7 @@ bool readValue(resbuf* rb, int type, va_list& ap) {
     case RTPOINT: case RT3DPOINT: kind = DxfKind::Point; break;
     case RTSHORT: kind = DxfKind::Short; break;
     case RTLONG: kind = DxfKind::Long; break;
-    case RTSTR: kind = DxfKind::String; break;
+    case RTSTR: case RTDXF0: kind = DxfKind::String; break;  // RTDXF0: group 0, as 0 ends the list
     case RTENAME: case RTPICKS: kind = DxfKind::Name; break;
     case RTLB: case RTLE: case RTDOTE: case RTNIL: case RTT: case RTVOID: return true;
     default: kind = type < 5000 ? dxfValueKind(type) : DxfKind::Invalid;

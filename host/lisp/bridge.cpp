@@ -123,11 +123,6 @@ struct OpenList {
 };
 
 Value closeList(OpenList& f) {
-  if (f.afterDot && !f.hasTail) {  // RTLB a b RTDOTE RTLE: the LISP side's own dotted form
-    if (f.items.size() < 2) throw Error("malformed dotted pair in result cells");
-    f.tail = std::move(f.items.back());
-    f.items.pop_back();
-  }
   Value list = f.tail;
   for (auto it = f.items.rbegin(); it != f.items.rend(); ++it) list = Value::cons(std::move(*it), std::move(list));
   return list;
@@ -170,17 +165,23 @@ std::vector<Value> fromCells(const resbuf* rb) {
       open.pop_back();
       deliver(std::move(list));
     } else if (rb->restype == RTDOTE) {
+      // A module writes RTLB a RTDOTE b RTLE; LISP's own form, RTLB a b RTDOTE, ends the pair
+      // at the dot. One item before the dot is the first, more is the second.
       if (open.empty() || open.back().afterDot || open.back().items.empty())
         throw Error("malformed dotted pair in result cells");
-      open.back().afterDot = true;
+      OpenList& f = open.back();
+      if (f.items.size() == 1) {
+        f.afterDot = true;
+        continue;
+      }
+      f.tail = std::move(f.items.back());
+      f.items.pop_back();
+      Value list = closeList(f);
+      open.pop_back();
+      deliver(std::move(list));
     } else {
       deliver(scalar(rb));
     }
-  }
-  if (open.size() == 1 && open.back().afterDot && !open.back().hasTail) {  // a lone RTLB a b RTDOTE
-    Value list = closeList(open.back());
-    open.pop_back();
-    deliver(std::move(list));
   }
   if (!open.empty()) throw Error("unbalanced list in result cells");
   return top;

@@ -18,8 +18,8 @@ std::vector<Value> items(const Value& list) {
 
 const Value& checkedList(Args a, std::size_t i) { return argList(a, i); }
 
-Value lCar(Environment&, Args a) { return checkedList(a, 0).car(); }
-Value lCdr(Environment&, Args a) { return checkedList(a, 0).cdr(); }
+Value lCar(Environment&, Args a) { return a[0].car(); }
+Value lCdr(Environment&, Args a) { return a[0].cdr(); }
 
 // c[ad]{2,4}r: the path is applied from the right, as the name reads.
 template <char... Path>

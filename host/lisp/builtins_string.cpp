@@ -44,10 +44,19 @@ Value lSubstr(Environment&, Args a) {
   return str(s.substr(from, count));
 }
 
+// Latin-1 letters are mapped here: the C locale the host runs in knows only ASCII.
+wchar_t toCase(wchar_t c, bool lower) {
+  bool latinUpper = c >= 0xC0 && c <= 0xDE && c != 0xD7;
+  bool latinLower = c >= 0xE0 && c <= 0xFE && c != 0xF7;
+  if (lower && latinUpper) return c + 0x20;
+  if (!lower && latinLower) return c - 0x20;
+  return static_cast<wchar_t>(lower ? std::towlower(c) : std::towupper(c));
+}
+
 Value lStrcase(Environment&, Args a) {
   std::wstring s = wide(argString(a, 0));
   bool lower = argBool(a, 1);
-  for (wchar_t& c : s) c = static_cast<wchar_t>(lower ? std::towlower(c) : std::towupper(c));
+  for (wchar_t& c : s) c = toCase(c, lower);
   return str(s);
 }
 

@@ -183,8 +183,9 @@ std::string formatReal(double x);
 resbuf* toCells(const Value& value);
 // The cells of several arguments, chained.
 resbuf* toCells(Args values);
-// Every value of a chain of cells, in order; a module's dotted pair RTLB a RTDOTE b RTLE gives
-// (a . b). Throws Error on malformed chains.
+// Every value of a chain of cells, in order. A module's dotted pair RTLB a RTDOTE b RTLE gives
+// (a . b), and so does LISP's own RTLB a b RTDOTE (cells handed back as they came): a dot after
+// one item opens the tail, a dot after several ends the pair. Throws Error on malformed chains.
 std::vector<Value> fromCells(const resbuf* chain);
 
 // ---------------------------------------------------------------------------------------------

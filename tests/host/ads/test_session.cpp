@@ -1,0 +1,116 @@
+// The call in progress (arguments, results), registered entries and the current session.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "ads.h"
+
+namespace {
+
+// A session that records what the bridge forwards to it.
+class RecordingSession : public kvads::LispSession {
+ public:
+  int defun(const ACHAR* name, int code) override {
+    defined.emplace_back(name);
+    lastCode = code;
+    return RTNORM;
+  }
+  int undef(const ACHAR*, int) override { return RTNORM; }
+  int invoke(const resbuf* args, resbuf** result) override {
+    invokedName = args->resval.rstring;
+    *result = acutBuildList(RTSHORT, 42, 0);
+    return RTNORM;
+  }
+  std::vector<std::wstring> defined;
+  std::wstring invokedName;
+  int lastCode = -1;
+};
+
+TEST(Session, ResultsNeedACallInProgress) {
+  EXPECT_EQ(acedRetInt(1), RTERROR);
+  EXPECT_EQ(acedRetStr(L"x"), RTERROR);
+  EXPECT_EQ(acedGetArgs(), nullptr);
+}
+
+TEST(Session, ArgumentsAreCopiesAndResultsFollowTheLastRet) {
+  kvads::CallFrame frame(acutBuildList(RTSTR, L"a", RTSHORT, 2, 0));
+  resbuf* args = acedGetArgs();
+  ASSERT_NE(args, nullptr);
+  EXPECT_NE(args, frame.args());
+  EXPECT_STREQ(args->resval.rstring, L"a");
+  acutRelRb(args);
+
+  EXPECT_FALSE(frame.hasResult());
+  EXPECT_EQ(acedRetInt(32767), RTNORM);
+  EXPECT_EQ(acedRetInt(32768), RTNORM);  // replaces the first
+  resbuf* r = frame.takeResult();
+  ASSERT_NE(r, nullptr);
+  EXPECT_EQ(r->restype, RTLONG);
+  EXPECT_EQ(r->resval.rlong, 32768);
+  acutRelRb(r);
+
+  acedRetInt(-32768);
+  r = frame.takeResult();
+  EXPECT_EQ(r->restype, RTSHORT);
+  acutRelRb(r);
+  ads_name n{1, 2};
+  EXPECT_EQ(acedRetName(n, RTSTR), RTERROR);
+}
+
+TEST(Session, RetListEnclosesTheItems) {
+  kvads::CallFrame frame(nullptr);
+  resbuf* items = acutBuildList(RTSHORT, 1, RTSTR, L"b", 0);
+  acedRetList(items);
+  acutRelRb(items);
+  resbuf* r = frame.takeResult();
+  std::vector<short> t;
+  for (resbuf* c = r; c; c = c->rbnext) t.push_back(c->restype);
+  EXPECT_EQ(t, (std::vector<short>{RTLB, RTSHORT, RTSTR, RTLE}));
+  acutRelRb(r);
+}
+
+TEST(Session, FramesNestAndTheInnermostIsCurrent) {
+  kvads::CallFrame outer(acutBuildList(RTSHORT, 1, 0));
+  {
+    kvads::CallFrame inner(acutBuildList(RTSHORT, 2, 0));
+    resbuf* a = acedGetArgs();
+    EXPECT_EQ(a->resval.rint, 2);
+    acutRelRb(a);
+    acedRetT();
+  }
+  EXPECT_FALSE(outer.hasResult());
+  resbuf* a = acedGetArgs();
+  EXPECT_EQ(a->resval.rint, 1);
+  acutRelRb(a);
+}
+
+int entryA() { return RSRSLT; }
+
+TEST(Session, DefunAndInvokeGoToTheCurrentSession) {
+  EXPECT_EQ(acedDefun(L"f", 1), RTERROR);
+  resbuf* result = reinterpret_cast<resbuf*>(1);
+  resbuf* call = acutBuildList(RTSTR, L"g", 0);
+  EXPECT_EQ(acedInvoke(call, &result), RTERROR);
+  EXPECT_EQ(result, nullptr);
+
+  RecordingSession session;
+  kvads::setCurrentSession(&session);
+  EXPECT_EQ(acedDefun(L"kv-f", 9), RTNORM);
+  EXPECT_EQ(session.defined, std::vector<std::wstring>{L"kv-f"});
+  EXPECT_EQ(session.lastCode, 9);
+  EXPECT_EQ(acedInvoke(call, &result), RTNORM);
+  EXPECT_EQ(session.invokedName, L"g");
+  EXPECT_EQ(result->resval.rint, 42);
+  acutRelRb(result);
+  acutRelRb(call);
+  kvads::setCurrentSession(nullptr);
+
+  EXPECT_EQ(kvads::registeredEntry(77), nullptr);
+  acedRegFunc(entryA, 77);
+  EXPECT_EQ(kvads::registeredEntry(77), &entryA);
+  acedRegFunc(nullptr, 77);
+  EXPECT_EQ(kvads::registeredEntry(77), nullptr);
+}
+
+}  // namespace

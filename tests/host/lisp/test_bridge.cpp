@@ -1,0 +1,184 @@
+// The bridge from the LISP side: the conversion table in both directions, calls of functions
+// defined with acedDefun, and acedInvoke.
+#include <stdexcept>
+#include <vector>
+
+#include "fixture.h"
+
+using kvlisp::Value;
+
+namespace {
+
+std::vector<short> types(const resbuf* rb) {
+  std::vector<short> t;
+  for (; rb; rb = rb->rbnext) t.push_back(rb->restype);
+  return t;
+}
+
+// The cells of one value, as their type codes.
+std::vector<short> cellTypes(const std::string& source) {
+  resbuf* rb = kvlisp::toCells(kvlisp::readOne(source));
+  auto t = types(rb);
+  acutRelRb(rb);
+  return t;
+}
+
+// Cells built by a module, back to their printed LISP values.
+std::string fromModule(resbuf* rb) {
+  std::string s;
+  for (const Value& v : kvlisp::fromCells(rb)) s += (s.empty() ? "" : " ") + v.print(true);
+  acutRelRb(rb);
+  return s;
+}
+
+TEST(Conversion, LispToCells) {
+  EXPECT_EQ(cellTypes("nil"), std::vector<short>{RTNIL});
+  EXPECT_EQ(cellTypes("T"), std::vector<short>{RTT});
+  EXPECT_EQ(cellTypes("32767"), std::vector<short>{RTSHORT});
+  EXPECT_EQ(cellTypes("32768"), std::vector<short>{RTLONG});
+  EXPECT_EQ(cellTypes("-32769"), std::vector<short>{RTLONG});
+  EXPECT_EQ(cellTypes("1.5"), std::vector<short>{RTREAL});
+  EXPECT_EQ(cellTypes("\"s\""), std::vector<short>{RTSTR});
+  EXPECT_EQ(cellTypes("(1 2)"), std::vector<short>{RTPOINT});
+  EXPECT_EQ(cellTypes("(1 2.5 3)"), std::vector<short>{RT3DPOINT});
+  EXPECT_EQ(cellTypes("(1)"), (std::vector<short>{RTLB, RTSHORT, RTLE}));
+  EXPECT_EQ(cellTypes("(1 2 3 4)"), (std::vector<short>{RTLB, RTSHORT, RTSHORT, RTSHORT, RTSHORT, RTLE}));
+  EXPECT_EQ(cellTypes("(1 \"x\")"), (std::vector<short>{RTLB, RTSHORT, RTSTR, RTLE}));
+  EXPECT_EQ(cellTypes("(1 . 2)"), (std::vector<short>{RTLB, RTSHORT, RTSHORT, RTDOTE}));
+  EXPECT_EQ(cellTypes("(\"a\" 1 . 2)"), (std::vector<short>{RTLB, RTSTR, RTSHORT, RTSHORT, RTDOTE}));
+  EXPECT_EQ(cellTypes("((0 0) (\"k\" . 3))"),
+            (std::vector<short>{RTLB, RTPOINT, RTLB, RTSTR, RTSHORT, RTDOTE, RTLE}));
+  resbuf* rb = kvlisp::toCells(kvlisp::readOne("(1 2.5 3)"));
+  EXPECT_EQ(rb->resval.rpoint[0], 1.0);
+  EXPECT_EQ(rb->resval.rpoint[2], 3.0);
+  acutRelRb(rb);
+  rb = kvlisp::toCells(Value::ename(0x7ff, 1));
+  EXPECT_EQ(rb->restype, RTENAME);
+  EXPECT_EQ(rb->resval.rlname[0], 0x7ff);
+  acutRelRb(rb);
+  kvlisp::Environment env;
+  EXPECT_THROW(kvlisp::toCells(env.get("car")), kvlisp::Error);
+}
+
+TEST(Conversion, CellsToLisp) {
+  ads_point p{1, 2, 3};
+  ads_name n{255, 0};
+  EXPECT_EQ(fromModule(acutBuildList(RTSHORT, -2, RTLONG, 100000, RTREAL, 0.5, RTSTR, L"Ø", RTNIL, RTT, 0)),
+            "-2 100000 0.5 \"Ø\" nil T");
+  EXPECT_EQ(fromModule(acutBuildList(RTPOINT, p, RT3DPOINT, p, RTENAME, n, 0)),
+            "(1.0 2.0) (1.0 2.0 3.0) <Entity name: ff>");
+  EXPECT_EQ(fromModule(acutBuildList(RTLB, RTSTR, L"Solid", RTDOTE, RTLONG, 7, RTLE, 0)), "(\"Solid\" . 7)");
+  EXPECT_EQ(fromModule(acutBuildList(RTLB, RTLB, RTSTR, L"A", RTDOTE, RTLONG, 1, RTLE, RTLB, RTSTR, L"B", RTLE, RTLE, 0)),
+            "((\"A\" . 1) (\"B\"))");
+  EXPECT_EQ(fromModule(acutBuildList(RTLB, RTLB, RTSTR, L"k", RTSHORT, 1, RTDOTE, RTT, RTLE, 0)), "((\"k\" . 1) T)")
+      << "the LISP side's own form RTLB a b RTDOTE is read back too";
+  EXPECT_EQ(fromModule(acutBuildList(RTLB, RTLE, 0)), "nil");
+  EXPECT_EQ(fromModule(acutBuildList(RTDXF0, L"LINE", 8, L"0", 10, p, 40, 2.0, 70, 1, 0)),
+            "(0 . \"LINE\") (8 . \"0\") (10 1.0 2.0 3.0) (40 . 2.0) (70 . 1)");
+}
+
+TEST(Conversion, MalformedCellsAreErrors) {
+  auto bad = [](resbuf* rb) {
+    EXPECT_THROW(kvlisp::fromCells(rb), kvlisp::Error);
+    acutRelRb(rb);
+  };
+  bad(acutBuildList(RTLB, RTSHORT, 1, 0));
+  bad(acutBuildList(RTLE, 0));
+  bad(acutBuildList(RTLB, RTDOTE, RTSHORT, 1, RTLE, 0));
+  bad(acutBuildList(RTLB, RTSHORT, 1, RTDOTE, RTSHORT, 2, RTSHORT, 3, RTLE, 0));
+  bad(acutBuildList(RTDOTE, 0));
+  resbuf* odd = acutNewRb(4999);
+  bad(odd);
+}
+
+// Entries as a module registers them.
+int echoArgs() {
+  resbuf* args = acedGetArgs();
+  acedRetList(args);
+  acutRelRb(args);
+  return RSRSLT;
+}
+int noResult() { return RSRSLT; }
+int fails() {
+  acutPrintf(L"\nWrong type of arguments passed.\n");
+  return RSERR;
+}
+int throws() { throw std::runtime_error("boom"); }
+int givesReal() {
+  acedRetReal(2.5);
+  return RSRSLT;
+}
+// Calls LISP back with its first argument and returns what LISP answered.
+int callsBack() {
+  resbuf* args = acedGetArgs();
+  resbuf* call = acutBuildList(RTSTR, L"lisp-side", RTSHORT, args ? args->resval.rint : 0, 0);
+  resbuf* result = nullptr;
+  int rc = acedInvoke(call, &result);
+  if (rc == RTNORM) acedRetList(result);
+  else acedRetStr(L"failed");
+  acutRelRb(call);
+  acutRelRb(result);
+  acutRelRb(args);
+  return RSRSLT;
+}
+
+class Bridge : public LispTest {
+ protected:
+  void SetUp() override {
+    LispTest::SetUp();
+    int (*entries[])() = {echoArgs, noResult, fails, throws, givesReal, callsBack};
+    const wchar_t* names[] = {L"t-echo", L"t-none", L"t-fail", L"t-throw", L"t-real", L"t-back"};
+    for (int i = 0; i < 6; ++i) {
+      acedDefun(names[i], 900 + i);
+      acedRegFunc(entries[i], 900 + i);
+    }
+  }
+};
+
+TEST_F(Bridge, ArgumentsAndResultsCrossTheBridge) {
+  EXPECT_EQ(ev("(t-echo 1 70000 2.5 \"s\" '(1 2) '(1 2 3) '(\"a\" . 1) nil t)"),
+            "(1 70000 2.5 \"s\" (1.0 2.0) (1.0 2.0 3.0) (\"a\" . 1) nil T)")
+      << "points come back as reals, the dotted pair as a pair";
+  EXPECT_EQ(ev("(t-echo)"), "nil");
+  EXPECT_EQ(ev("(t-none 1)"), "nil") << "no acedRet... gives nil";
+  EXPECT_EQ(ev("(t-real)"), "2.5");
+  EXPECT_EQ(ev("(type t-real)"), "EXRXSUBR");
+}
+
+TEST_F(Bridge, FailuresBecomeLispErrors) {
+  EXPECT_EQ(ev("(t-fail)"), "ERROR: ADS request error");
+  EXPECT_EQ(out, "\nWrong type of arguments passed.\n");
+  EXPECT_EQ(ev("(t-throw)"), "ERROR: T-THROW: boom");
+  std::string e = ev("(t-echo car)");
+  EXPECT_TRUE(e.starts_with("ERROR: bad argument type: #<SUBR @") && e.ends_with(" CAR>")) << e;
+  acedRegFunc(nullptr, 900);
+  EXPECT_EQ(ev("(t-echo 1)"), "ERROR: no function definition: T-ECHO");
+  EXPECT_EQ(acedUndef(L"t-none", 999), RTERROR);
+  EXPECT_EQ(acedUndef(L"t-none", 901), RTNORM);
+  EXPECT_EQ(ev("(t-none)"), "ERROR: no function definition: T-NONE");
+}
+
+TEST_F(Bridge, InvokeCallsLispWithConvertedArguments) {
+  ev("(defun lisp-side (n) (list n \"x\" '(1 . 2)))");
+  EXPECT_EQ(ev("(t-back 5)"), "((5 \"x\" (1 . 2)))");
+  resbuf* call = acutBuildList(RTSTR, L"lisp-side", RTSHORT, 1, 0);
+  resbuf* result = nullptr;
+  ASSERT_EQ(acedInvoke(call, &result), RTNORM);
+  EXPECT_EQ(types(result), (std::vector<short>{RTLB, RTSHORT, RTSTR, RTLB, RTSHORT, RTSHORT, RTDOTE, RTLE}))
+      << "one argument's cells: the list keeps its RTLB ... RTLE";
+  acutRelRb(result);
+  acutRelRb(call);
+
+  ev("(defun lisp-side (n) (/ n 0))");
+  EXPECT_EQ(ev("(t-back 5)"), "\"failed\"") << "a failing function answers an error result";
+  ev("(setq lisp-side nil)");
+  EXPECT_EQ(ev("(t-back 5)"), "\"failed\"");
+  ev("(defun lisp-side (n) (exit 4))");
+  EXPECT_THROW(env.evalString("(t-back 1)"), kvlisp::ExitRequest) << "(exit N) passes through the module";
+
+  call = acutBuildList(RTSHORT, 1, 0);
+  EXPECT_EQ(acedInvoke(call, &result), RTERROR) << "the first cell must name the function";
+  acutRelRb(call);
+}
+
+}  // namespace
