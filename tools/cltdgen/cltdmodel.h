@@ -57,6 +57,8 @@ struct Published {
   std::vector<double> shgf;       // W/m2, [latitude][month][surface][hour]
   std::vector<char> shgfSuspect;  // same shape: cells the record lists as suspect
   Day wall1South{}, wall16Northwest{}, roof1January{}, roof1June{};  // IP print rows, F
+  // Older latitude-month correction, F: [latitude row][month][N NNE NE ENE E ESE SE SSE S HOR].
+  std::array<std::array<std::array<double, 10>, kMonths>, kLatitudes> monthCorrection{};
 
   double shgfAt(int lat, int month, int surface, int hour) const {
     return shgf[((static_cast<std::size_t>(lat) * kMonths + month) * kSurfaces + surface) * kHours + hour];

@@ -161,6 +161,25 @@ void readShgf(Published& p, const std::string& dir) {
   }
 }
 
+// One printed row serves two months (Jan/Nov, ...); latitudes below 16 N have no table row here.
+void readMonthCorrection(Published& p, const std::string& dir) {
+  const std::string path = dir + "/cltd_lm_correction_1989_ip.txt";
+  const auto rows = readRows(path, 2, 10);
+  static const char* const keys[] = {"Dec", "Jan/Nov", "Feb/Oct", "Mar/Sep", "Apr/Aug", "May/Jul", "Jun"};
+  static const int first[] = {11, 0, 1, 2, 3, 4, 5}, second[] = {11, 10, 9, 8, 7, 6, 5};
+  int filled = 0;
+  for (const Row& r : rows) {
+    const int lat = std::stoi(r.keys[0]);
+    if (lat < 16) continue;
+    if (lat % 8 != 0 || lat > 64) throw std::runtime_error(path + ": line " + std::to_string(r.line) + ": latitude");
+    const int k = indexOf(keys, 7, r.keys[1], path);
+    for (int c = 0; c < 10; ++c)
+      p.monthCorrection[lat / 8 - 2][first[k]][c] = p.monthCorrection[lat / 8 - 2][second[k]][c] = r.values[c];
+    filled += k == 6 || k == 0 ? 1 : 2;
+  }
+  if (filled != kLatitudes * kMonths) throw std::runtime_error(path + ": incomplete");
+}
+
 }  // namespace
 
 Published loadPublished(const std::string& dir) {
@@ -172,6 +191,7 @@ Published loadPublished(const std::string& dir) {
   readGlassData(p, dir);
   readOpaque(p, dir);
   readShgf(p, dir);
+  readMonthCorrection(p, dir);
   return p;
 }
 

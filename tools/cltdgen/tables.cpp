@@ -97,6 +97,7 @@ class Builder {
     buildGlass();
     clampToRanges();
     checkMeansAndSpans();
+    checkMonthCorrection();
     g_.report = report_.str();
     return std::move(g_);
   }
@@ -118,6 +119,8 @@ class Builder {
   void buildGlass();
   void clampToRanges();
   void checkMeansAndSpans();
+  void checkMonthCorrection();
+  double rowMean(bool roof, int m, int l, int position) const;
   const Day* ipWallRow(int w, int position) const {
     if (w == 0 && position == 4) return &p_.wall1South;
     if (w == 14 && position == 7) return &p_.wall16Northwest;
@@ -361,6 +364,33 @@ void Builder::checkMeansAndSpans() {
           << "| table | least | greatest |\n|---|---|---|\n"
           << "| glass | " << lo[0] << " | " << hi[0] << " |\n| wall | " << lo[1] << " | " << hi[1] << " |\n"
           << "| roof | " << lo[2] << " | " << hi[2] << " |\n";
+}
+
+// Daily mean of the table rows of one orientation (over all walls) or of all roofs.
+double Builder::rowMean(bool roof, int m, int l, int position) const {
+  double sum = 0;
+  const int rows = roof ? kRoofRows : kWallRows;
+  for (int r = 0; r < rows; ++r)
+    for (int h = 0; h < kHours; ++h) sum += roof ? g_.block[roofIndex(m, l, r, h)] : g_.block[wallIndex(m, l, r, position, h)];
+  return sum / (rows * kHours);
+}
+
+// The older method corrected July 40 N curves by one figure per latitude, month and orientation;
+// our tables imply that figure as the shift of a row's daily mean from July 40 N.
+void Builder::checkMonthCorrection() {
+  static const int columns[] = {0, 2, 4, 6, 8, 6, 4, 2};  // our positions N..NW to printed columns
+  Stat walls, roofs;
+  for (int l = 0; l < kLatitudes; ++l)
+    for (int m = 0; m < kMonths; ++m) {
+      for (int o = 0; o < kWallPositions; ++o)
+        walls.add(rowMean(false, m, l, o) - rowMean(false, kJuly, kAnchorLatitude, o) - p_.monthCorrection[l][m][columns[o]]);
+      roofs.add(rowMean(true, m, l, 0) - rowMean(true, kJuly, kAnchorLatitude, 0) - p_.monthCorrection[l][m][9]);
+    }
+  report_ << "\n## Against the older latitude-month correction\n\n"
+          << "The shift of the daily mean from July 40 N that the tables imply, against the printed correction of\n"
+          << "the older edition (16 to 64 N, every month; doubtful printed cells included): walls worst "
+          << fmt(walls.worst, 1) << " F, RMS " << fmt(walls.rms()) << " F; roofs worst " << fmt(roofs.worst, 1)
+          << " F, RMS " << fmt(roofs.rms()) << " F.\n";
 }
 
 }  // namespace
