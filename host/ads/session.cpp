@@ -2,6 +2,7 @@
 // with its arguments and result, and the console every message goes to.
 #include <cstdio>
 #include <unordered_map>
+#include <vector>
 
 #include "ads.h"
 
@@ -162,14 +163,31 @@ int acedRetName(const ads_name name, int type) {
 }
 
 // The list form of the result: the cells are the list's items, without an enclosing RTLB/RTLE.
-// A chain that is itself one whole list (RTLB ... its matching RTLE, nothing after) is that list,
-// as on the platform, so that a module's RTLB ... RTLE result is not nested once more.
+// A chain that is itself one whole list (RTLB ... its matching end, nothing after) is that list,
+// as on the platform, so that a module's RTLB ... RTLE result is not nested once more. A pair ends
+// at RTLE in a module's form (RTLB a RTDOTE b RTLE) but at the dot in LISP's own (RTLB a b RTDOTE):
+// a dot after one item opens the tail, after several it ends the pair.
 static bool isOneWholeList(const resbuf* rb) {
   if (!rb || rb->restype != RTLB) return false;
-  int depth = 0;
+  std::vector<int> open;  // items read so far in each open list
   for (; rb; rb = rb->rbnext) {
-    if (rb->restype == RTLB) ++depth;
-    if (rb->restype == RTLE && --depth == 0) return rb->rbnext == nullptr;
+    bool closes = false;
+    if (rb->restype == RTLB) {
+      if (!open.empty()) ++open.back();
+      open.push_back(0);
+    } else if (rb->restype == RTLE) {
+      closes = true;
+    } else if (rb->restype == RTDOTE) {
+      if (open.empty()) return false;
+      closes = open.back() >= 2;
+    } else if (!open.empty()) {
+      ++open.back();
+    }
+    if (closes) {
+      if (open.empty()) return false;
+      open.pop_back();
+      if (open.empty()) return rb->rbnext == nullptr;
+    }
   }
   return false;
 }

@@ -68,6 +68,21 @@ TEST(Session, RetListEnclosesTheItems) {
   for (resbuf* c = r; c; c = c->rbnext) t.push_back(c->restype);
   EXPECT_EQ(t, (std::vector<short>{RTLB, RTSHORT, RTSTR, RTLE}));
   acutRelRb(r);
+
+  // A chain that is one whole list is that list, in either dotted form.
+  auto count = [](resbuf* list) {
+    acedRetList(list);
+    acutRelRb(list);
+    resbuf* r = kvads::CallFrame::current()->takeResult();
+    int n = 0;
+    for (resbuf* c = r; c; c = c->rbnext) ++n;
+    acutRelRb(r);
+    return n;
+  };
+  EXPECT_EQ(count(acutBuildList(RTLB, RTSHORT, 1, RTLB, RTSTR, L"k", RTDOTE, RTSHORT, 2, RTLE, RTLE, 0)), 8);
+  EXPECT_EQ(count(acutBuildList(RTLB, RTSHORT, 1, RTLB, RTSTR, L"k", RTSHORT, 2, RTDOTE, RTLE, 0)), 7);
+  EXPECT_EQ(count(acutBuildList(RTLB, RTSHORT, 1, RTLE, RTSHORT, 2, 0)), 6) << "a list and more are items";
+  EXPECT_EQ(count(acutBuildList(RTLB, RTSHORT, 1, RTSHORT, 2, RTDOTE, 0)), 4) << "a lone pair is that pair";
 }
 
 TEST(Session, FramesNestAndTheInnermostIsCurrent) {

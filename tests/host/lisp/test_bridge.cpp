@@ -160,7 +160,7 @@ TEST_F(Bridge, FailuresBecomeLispErrors) {
 
 TEST_F(Bridge, InvokeCallsLispWithConvertedArguments) {
   ev("(defun lisp-side (n) (list n \"x\" '(1 . 2)))");
-  EXPECT_EQ(ev("(t-back 5)"), "((5 \"x\" (1 . 2)))");
+  EXPECT_EQ(ev("(t-back 5)"), "(5 \"x\" (1 . 2))") << "a result that is one whole list is that list";
   resbuf* call = acutBuildList(RTSTR, L"lisp-side", RTSHORT, 1, 0);
   resbuf* result = nullptr;
   ASSERT_EQ(acedInvoke(call, &result), RTNORM);
