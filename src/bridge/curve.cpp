@@ -44,10 +44,13 @@ std::unique_ptr<AcDbCurve> MakeCurve(const PlineRequest& request) {
   AcGeVector3d start = Tangent(request.startAngle, pts[0], pts[1]);
   AcGeVector3d end = Tangent(request.endAngle, pts[pts.length() - 2], pts[pts.length() - 1]);
   try {
-    return std::make_unique<AcDbSpline>(pts, start, end, 4, 0.0);
+    auto spline = std::make_unique<AcDbSpline>(pts, start, end, 4, 0.0);
+    // A fit the host cannot make leaves the spline empty rather than throwing.
+    if (spline->hasFitData()) return spline;
   } catch (...) {
-    return std::make_unique<AcDbLine>(pts[0], pts[1]);
+    // Whatever the fit threw, the line below stands in for the curve.
   }
+  return std::make_unique<AcDbLine>(pts[0], pts[1]);
 }
 
 // Count of steps: one more than fits the spacing, made even, at most kMaxSegments.

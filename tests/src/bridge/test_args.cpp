@@ -1,6 +1,11 @@
 // Argument readers: what each accepts, what it leaves behind, and where the cursor stays on failure.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <iterator>
+#include <random>
+#include <vector>
+
 #include "bridge/bridge.h"
 
 namespace {
@@ -217,6 +222,68 @@ TEST(ArgPair, DottedPairsAndWhatIsNotOne) {
   ArgCursor u = cut.cursor();
   EXPECT_FALSE(ArgPair(u, text, n));
   EXPECT_EQ(u.cell(), cut.at(0));
+}
+
+// Random chains read by random readers: every reader stays inside the chain and only ever moves
+// forward, whatever the cells (run under the sanitizers this also proves no stray reads).
+TEST(ArgReaders, RandomChainsAreReadSafely) {
+  std::mt19937 rng(12345);
+  const int kTypes[] = {RTREAL, RTPOINT, RTSHORT, RTSTR, RT3DPOINT, RTLONG, RTLB, RTLE,
+                        RTDOTE, RTNIL,  RTT,     8,     10,        -1,    RTENAME};
+  ads_point p = {1, 2, 3};
+  std::int64_t name[2] = {0, 0};
+  for (int round = 0; round < 300; ++round) {
+    ResbufPtr head(acutBuildList(RTNIL, 0));
+    resbuf* tail = head.get();
+    int n = 1 + static_cast<int>(rng() % 40);
+    for (int i = 0; i < n; ++i) {
+      int type = kTypes[rng() % std::size(kTypes)];
+      resbuf* cell = nullptr;
+      switch (type) {
+        case RTREAL: cell = acutBuildList(RTREAL, 2.5 * i, 0); break;
+        case RTPOINT: case RT3DPOINT: case 10: cell = acutBuildList(type, p, 0); break;
+        case RTSHORT: cell = acutBuildList(RTSHORT, i, 0); break;
+        case RTLONG: cell = acutBuildList(RTLONG, std::int32_t{i}, 0); break;
+        case RTSTR: case 8: cell = acutBuildList(type, L"s", 0); break;
+        case RTENAME: case -1: cell = acutBuildList(type, name, 0); break;
+        default: cell = acutBuildList(type, 0); break;
+      }
+      AppendCells(tail, cell);
+    }
+    std::vector<const resbuf*> order;
+    for (const resbuf* c = head.get(); c; c = c->rbnext) order.push_back(c);
+    auto position = [&](const ArgCursor& c) {
+      if (c.atEnd()) return order.size();
+      return static_cast<std::size_t>(std::find(order.begin(), order.end(), c.cell()) - order.begin());
+    };
+    ArgCursor cursor(head.get());
+    for (int steps = 0; !cursor.atEnd() && steps < 400; ++steps) {
+      std::size_t before = position(cursor);
+      ASSERT_LT(before, order.size());
+      std::wstring s;
+      std::int32_t v;
+      double x;
+      bool b;
+      ads_point q;
+      bool ok = false;
+      switch (rng() % 9) {
+        case 0: ok = ArgString(cursor, s); break;
+        case 1: ok = ArgInt(cursor, v); break;
+        case 2: ok = ArgNumber(cursor, x); break;
+        case 3: ok = ArgBool(cursor, b); break;
+        case 4: ok = ArgPoint2d(cursor, q); break;
+        case 5: ok = ArgPoint3d(cursor, q); break;
+        case 6: ok = ArgListOpen(cursor) || ArgListClose(cursor); break;
+        case 7: ok = ArgPair(cursor, s, v); break;
+        default: break;
+      }
+      std::size_t after = position(cursor);
+      ASSERT_LE(after, order.size());
+      if (ok) ASSERT_GE(after, before);
+      else ASSERT_EQ(after, before);
+      if (after == before) ArgSkip(cursor);
+    }
+  }
 }
 
 }  // namespace
