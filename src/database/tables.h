@@ -78,10 +78,19 @@ class tblDuct : public kvdb::kvRecord<kvdb::tblDuctTraits> {
 #include "tables/tblDuct.def"
 };
 
+class AcGePoint3d;
+class AcGeVector3d;
+
 // tblDiffL: one diffuser placed in a drawing. Rows end through SQL or bDeleted, never Delete.
 class tblDiffL : public kvdb::kvRecord<kvdb::tblDiffLTraits> {
  public:
   using kvRecord::kvRecord;
+  // The stored point (X, Y, Z); toDrawing passes it through the LISP layer's convert_rp_dp with
+  // iAlignmentPointNumber, keeping the stored point when no usable answer comes back.
+  AcGePoint3d GetPosition(bool toDrawing) const;
+  // The diffuser's directions: x along ROTATION (converted by convert_ra_da with toDrawing), z up,
+  // both reversed when TILT is 180 (it faces the other way); y = x cross z.
+  void GetAxes(bool toDrawing, AcGeVector3d& x, AcGeVector3d& y, AcGeVector3d& z) const;
 #include "tables/tblDiffL.def"
 };
 
