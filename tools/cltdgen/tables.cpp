@@ -29,6 +29,11 @@ struct Stat {
     ++count;
   }
   double rms() const { return count ? std::sqrt(sumSq / count) : 0.0; }
+  void merge(const Stat& other) {
+    worst = std::max(worst, other.worst);
+    sumSq += other.sumSq;
+    count += other.count;
+  }
 };
 
 std::string fmt(double v, int decimals = 2) {
@@ -84,6 +89,39 @@ Day opaqueTarget(const Day& si, const Day* ip, const Day& model) {
   return t;
 }
 
+// An identified response with its July 40 N residual for each input row: the full residual
+// applies at July 40 N, the residual less its daily mean everywhere else.
+struct Anchored {
+  TransferFunction f;
+  std::vector<Day> residual, carried;
+  Stat model;  // the response alone against the reference rows
+
+  const Day& residualAt(int m, int l, std::size_t row) const {
+    return m == kJuly && l == kAnchorLatitude ? residual[row] : carried[row];
+  }
+};
+
+// Identifies one response from inputs and fit targets, scores it against the reference rows, and
+// keeps the residual against the integer rows that target(row, response) gives.
+template <class Target>
+Anchored anchoredFit(const std::vector<Day>& in, const std::vector<Day>& out, const std::vector<Day>& reference,
+                     int nb, int nd, Target target) {
+  Anchored a;
+  a.f = identify(in, out, nb, nd);
+  for (std::size_t row = 0; row < in.size(); ++row) {
+    const Day y = a.f.respond(in[row]);
+    const Day goal = target(row, y);
+    Day r{};
+    for (int h = 0; h < kHours; ++h) {
+      a.model.add(y[h] - reference[row][h]);
+      r[h] = goal[h] - y[h];
+    }
+    a.residual.push_back(r);
+    a.carried.push_back(shifted(r, -mean(r)));
+  }
+  return a;
+}
+
 class Builder {
  public:
   explicit Builder(const Published& p) : p_(p) { g_.block.assign(kBlockEntries, 0); }
@@ -116,6 +154,7 @@ class Builder {
   void checkSolarModel();
   void buildWalls();
   void buildRoofs();
+  void reportRoofs(const Stat& model, const std::string& rows);
   void buildGlass();
   void clampToRanges();
   void checkMeansAndSpans();
@@ -170,37 +209,26 @@ void Builder::buildWalls() {
   Stat model, final;
   std::ostringstream rows;
   for (int w = 0; w < kWallRows; ++w) {
-    std::vector<Day> in, out;
+    std::vector<Day> in, out, reference;
     for (int o = 0; o < kWallPositions; ++o) {
       in.push_back(wallInput(kJuly, kAnchorLatitude, o));
-      const Day* ip = ipWallRow(w, o);
-      out.push_back(ip ? *ip : scaled(p_.wallSi[w][o], 1.8));
+      reference.push_back(scaled(p_.wallSi[w][o], 1.8));
+      out.push_back(ipWallRow(w, o) ? *ipWallRow(w, o) : reference.back());
     }
-    const TransferFunction f = identify(in, out, kWallNb, kWallNd);
-    Stat fit;
-    std::array<Day, kWallPositions> residual{};
-    for (int o = 0; o < kWallPositions; ++o) {
-      const Day y = f.respond(in[o]);
-      const Day target = opaqueTarget(p_.wallSi[w][o], ipWallRow(w, o), y);
-      for (int h = 0; h < kHours; ++h) {
-        fit.add(y[h] - 1.8 * p_.wallSi[w][o][h]);
-        residual[o][h] = target[h] - y[h];
-      }
-    }
-    std::array<Day, kWallPositions> carried{};
-    for (int o = 0; o < kWallPositions; ++o) carried[o] = shifted(residual[o], -mean(residual[o]));
-    model.sumSq += fit.sumSq, model.count += fit.count, model.worst = std::max(model.worst, fit.worst);
-    rows << "| " << (w < 7 ? w + 1 : w + 2) << " | " << fmt(fit.rms()) << " | " << fmt(fit.worst) << " |\n";
+    const Anchored fit = anchoredFit(in, out, reference, kWallNb, kWallNd, [&](std::size_t o, const Day& y) {
+      return opaqueTarget(p_.wallSi[w][o], ipWallRow(w, static_cast<int>(o)), y);
+    });
+    model.merge(fit.model);
+    rows << "| " << (w < 7 ? w + 1 : w + 2) << " | " << fmt(fit.model.rms()) << " | " << fmt(fit.model.worst) << " |\n";
     for (int m = 0; m < kMonths; ++m)
       for (int l = 0; l < kLatitudes; ++l)
         for (int o = 0; o < kWallPositions; ++o) {
-          const Day y = f.respond(wallInput(m, l, o));
-          const Day& r = (m == kJuly && l == kAnchorLatitude) ? residual[o] : carried[o];
-          for (int h = 0; h < kHours; ++h) g_.block[wallIndex(m, l, w, o, h)] = rounded(y[h] + r[h]);
+          const Day y = fit.f.respond(wallInput(m, l, o)) + fit.residualAt(m, l, o);
+          for (int h = 0; h < kHours; ++h) g_.block[wallIndex(m, l, w, o, h)] = rounded(y[h]);
         }
     for (int o = 0; o < kWallPositions; ++o)
       for (int h = 0; h < kHours; ++h)
-        final.add(g_.block[wallIndex(kJuly, kAnchorLatitude, w, o, h)] - 1.8 * p_.wallSi[w][o][h]);
+        final.add(g_.block[wallIndex(kJuly, kAnchorLatitude, w, o, h)] - reference[o][h]);
   }
   report_ << "## Walls\n\n"
           << "One transfer function per wall (b0..b" << kWallNb << ", d1..d" << kWallNd << ", unit steady gain),\n"
@@ -214,41 +242,34 @@ void Builder::buildWalls() {
 }
 
 void Builder::buildRoofs() {
-  Stat model, final;
+  Stat model;
   std::ostringstream rows;
-  std::array<TransferFunction, kPublishedRoofs> fits;
-  std::array<Day, kPublishedRoofs> residual{}, carried{};
-  const Day anchorInput = roofInput(kJuly, kAnchorLatitude);
+  std::vector<Anchored> fits;
+  const std::vector<Day> in{roofInput(kJuly, kAnchorLatitude)};
   for (int r = 0; r < kPublishedRoofs; ++r) {
-    const Day out = scaled(p_.roofSi[r], 1.8);
-    fits[r] = identify(std::span(&anchorInput, 1), std::span(&out, 1), kWallNb, kWallNd);
-    const Day y = fits[r].respond(anchorInput);
-    const Day target = opaqueTarget(p_.roofSi[r], nullptr, y);
-    Stat fit;
-    for (int h = 0; h < kHours; ++h) {
-      fit.add(y[h] - out[h]);
-      residual[r][h] = target[h] - y[h];
-    }
-    carried[r] = shifted(residual[r], -mean(residual[r]));
-    model.sumSq += fit.sumSq, model.count += fit.count, model.worst = std::max(model.worst, fit.worst);
+    const std::vector<Day> out{scaled(p_.roofSi[r], 1.8)};
+    fits.push_back(anchoredFit(in, out, out, kWallNb, kWallNd,
+                               [&](std::size_t, const Day& y) { return opaqueTarget(p_.roofSi[r], nullptr, y); }));
+    model.merge(fits.back().model);
     static const int numbers[] = {1, 2, 3, 4, 5, 8, 9, 10, 13, 14};
-    rows << "| " << numbers[r] << " | " << fmt(fit.rms()) << " | " << fmt(fit.worst) << " |\n";
+    rows << "| " << numbers[r] << " | " << fmt(fits.back().model.rms()) << " | " << fmt(fits.back().model.worst) << " |\n";
   }
   for (int m = 0; m < kMonths; ++m)
     for (int l = 0; l < kLatitudes; ++l) {
-      const Day in = roofInput(m, l);
-      const bool anchor = m == kJuly && l == kAnchorLatitude;
+      const Day input = roofInput(m, l);
       std::array<Day, kPublishedRoofs> y{};
-      for (int r = 0; r < kPublishedRoofs; ++r)
-        y[r] = fits[r].respond(in) + (anchor ? residual[r] : carried[r]);
+      for (int r = 0; r < kPublishedRoofs; ++r) y[r] = fits[r].f.respond(input) + fits[r].residualAt(m, l, 0);
       for (int row = 0; row < kRoofRows; ++row)
         for (int h = 0; h < kHours; ++h) {
           const int s = kRoofSource[row];
-          const double v = s >= 0 ? y[s][h] : 0.5 * (y[kRoof5][h] + y[kRoof8][h]);
-          g_.block[roofIndex(m, l, row, h)] = rounded(v);
+          g_.block[roofIndex(m, l, row, h)] = rounded(s >= 0 ? y[s][h] : 0.5 * (y[kRoof5][h] + y[kRoof8][h]));
         }
     }
-  Stat jan, jun;
+  reportRoofs(model, rows.str());
+}
+
+void Builder::reportRoofs(const Stat& model, const std::string& rows) {
+  Stat final, jan, jun;
   for (int h = 0; h < kHours; ++h) {
     jan.add(g_.block[roofIndex(0, kAnchorLatitude, 0, h)] - p_.roof1January[h]);
     jun.add(g_.block[roofIndex(5, kAnchorLatitude, 0, h)] - p_.roof1June[h]);
@@ -264,7 +285,7 @@ void Builder::buildRoofs() {
           << "Roof 6 has no published row: its response is half the sum of the responses of roofs 5 and 8 (a\n"
           << "parallel combination of its neighbours, unit gain kept), July correction included.\n\n"
           << "| roof | model RMS (F) | model worst (F) |\n|---|---|---|\n"
-          << rows.str() << "\nAll roofs, model alone against 1.8 x SI: worst " << fmt(model.worst) << " F, RMS "
+          << rows << "\nAll roofs, model alone against 1.8 x SI: worst " << fmt(model.worst) << " F, RMS "
           << fmt(model.rms()) << " F. Table (anchored) against 1.8 x SI: worst " << fmt(final.worst) << " F, RMS "
           << fmt(final.rms()) << " F.\n\n"
           << "Check months (never used as input), roof 1 at 40 N against the IP print: January worst "
@@ -281,28 +302,16 @@ void Builder::buildGlass() {
       in.push_back(glassGain(p_, kJuly, kAnchorLatitude, surfaceOfPosition(o)));
       out.push_back(p_.glassScl[z][o]);
     }
-    const TransferFunction f = identify(in, out, kGlassNb, kGlassNd);
-    std::array<Day, kGlassPositions> residual{};
-    std::array<double, kGlassPositions> anchorSum{};
-    Stat fit;
-    for (int o = 0; o < kGlassPositions; ++o) {
-      const Day y = f.respond(in[o]);
-      for (int h = 0; h < kHours; ++h) {
-        fit.add(y[h] - out[o][h]);
-        residual[o][h] = out[o][h] - y[h];
-      }
-      anchorSum[o] = mean(in[o]);
-    }
-    model.sumSq += fit.sumSq, model.count += fit.count, model.worst = std::max(model.worst, fit.worst);
-    rows << "| " << static_cast<char>('A' + z) << " | " << fmt(fit.rms()) << " | " << fmt(fit.worst) << " |\n";
+    const Anchored fit = anchoredFit(in, out, out, kGlassNb, kGlassNd, [&](std::size_t o, const Day&) { return out[o]; });
+    model.merge(fit.model);
+    rows << "| " << static_cast<char>('A' + z) << " | " << fmt(fit.model.rms()) << " | " << fmt(fit.model.worst) << " |\n";
     for (int m = 0; m < kMonths; ++m)
       for (int l = 0; l < kLatitudes; ++l)
         for (int o = 0; o < kGlassPositions; ++o) {
           const Day q = glassGain(p_, m, l, surfaceOfPosition(o));
-          const Day y = f.respond(q);
-          const double share = mean(q) / anchorSum[o];
-          for (int h = 0; h < kHours; ++h)
-            g_.block[glassIndex(m, l, z, o, h)] = rounded(std::max(0.0, y[h] + share * residual[o][h]));
+          // The residual grows and shrinks with the day's solar gain; glass cannot load below 0.
+          const Day y = fit.f.respond(q) + scaled(fit.residual[o], mean(q) / mean(in[o]));
+          for (int h = 0; h < kHours; ++h) g_.block[glassIndex(m, l, z, o, h)] = rounded(std::max(0.0, y[h]));
         }
   }
   report_ << "## Glass\n\n"
