@@ -271,10 +271,3 @@ void InstallProjectDatabaseHooks() {
   SetProjectDatabaseHooks(hooks);
   InstallProjectCreatedHook();
 }
-
-namespace {
-
-// The module installs its hooks as it loads, before the host sends the module any message.
-const bool kHooksInstalled = (InstallProjectDatabaseHooks(), true);
-
-}  // namespace
