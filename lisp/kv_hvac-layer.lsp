@@ -33,16 +33,8 @@
 ;; Runs the Project Explorer's schedule query IXSCH for device type DEVTYPE. Effect only.
 (defun projectExplorer-querySchedule-HVAC (ixSch devType) nil)
 
-;; Runs SQL and answers a count n followed by n values of column COLUMN sorted on SORTCOLUMN.
-;; No answer: the explorer shows no rows.
-(defun hvac-projectExplorer_sqlQuery (sql column sortColumn) nil)
-
 ;; Whether the project's room table is empty. No answer: the module's default.
 (defun room-hvac-tableIsEmpty () nil)
-
-;; Repairs and compacts the database file PATH; anything but nil means it was repaired.
-;; No answer: not repaired, the open fails with its error.
-(defun compactDatabase (path unused mode) nil)
 
 ;; Tells the user that no drawing file defines the block NAME.
 (defun kvBlock-alertMissing (name)

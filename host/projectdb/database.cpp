@@ -593,34 +593,43 @@ HRESULT ProjectDatabaseImpl::QueryRow(BSTR sql, SAFEARRAY** values, VARIANT_BOOL
   setBool(found, false);
   ClearError();
   if (!RequireOpen()) return S_OK;
-  std::vector<Cell> cells;
-  if (!QueryColumn(TranslateSql(utf8(sql)), "", cells) || cells.empty()) return S_OK;
-  SAFEARRAY* array = SafeArrayCreateVector(VT_VARIANT, 0, static_cast<ULONG>(cells.size()));
+  std::vector<CellRow> rows;
+  if (!QueryColumns(TranslateSql(utf8(sql)), {}, rows) || rows.empty()) return S_OK;
+  SAFEARRAY* array = SafeArrayCreateVector(VT_VARIANT, 0, static_cast<ULONG>(rows.size()));
   if (!array) return E_OUTOFMEMORY;
   auto* items = static_cast<VARIANT*>(array->pvData);
-  for (std::size_t i = 0; i < cells.size(); ++i) items[i] = CellToVariant(cells[i], false);
+  for (std::size_t i = 0; i < rows.size(); ++i) items[i] = CellToVariant(rows[i][0], false);
   *values = array;
   setBool(found, true);
   return S_OK;
 }
 
-bool ProjectDatabaseImpl::QueryColumn(const std::string& sql, std::string_view column, std::vector<Cell>& out) {
+bool ProjectDatabaseImpl::QueryColumns(const std::string& sql, const std::vector<std::string>& columns,
+                                       std::vector<CellRow>& rows) {
+  if (!RequireOpen()) return false;
   sqlite3_stmt* raw = nullptr;
   int rc = sqlite3_prepare_v2(db_.get(), sql.c_str(), static_cast<int>(sql.size()), &raw, nullptr);
   StmtHandle s(raw);
   if (rc != SQLITE_OK) return Fail(rc, "Cannot run \"" + sql + "\"");
   if (!s) return true;
-  int pick = 0;
-  if (!column.empty()) {
-    pick = -1;
+  std::vector<int> picks;
+  for (const std::string& column : columns) {
+    int pick = -1;
     for (int i = 0; i < sqlite3_column_count(raw) && pick < 0; ++i)
       if (LowerAscii(sqlite3_column_name(raw, i)) == LowerAscii(column)) pick = i;
     if (pick < 0) {
-      SetError(ProjectDbError::FieldNotFound, "Item not found in this collection: no column '" + std::string(column) + "'.");
+      SetError(ProjectDbError::FieldNotFound, "Item not found in this collection: no column '" + column + "'.");
       return false;
     }
+    picks.push_back(pick);
   }
-  while ((rc = sqlite3_step(raw)) == SQLITE_ROW) out.push_back(Cell::FromColumn(raw, pick));
+  if (picks.empty()) picks.push_back(0);
+  while ((rc = sqlite3_step(raw)) == SQLITE_ROW) {
+    CellRow row;
+    row.reserve(picks.size());
+    for (int pick : picks) row.push_back(Cell::FromColumn(raw, pick));
+    rows.push_back(std::move(row));
+  }
   return rc == SQLITE_DONE || Fail(rc, "Query failed");
 }
 

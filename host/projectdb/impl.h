@@ -85,6 +85,12 @@ class ProjectDatabaseImpl final : public ComObject<ProjectDatabase> {
   HRESULT CreateProject(BSTR path, VARIANT_BOOL* ok) override;
   HRESULT Repair(BSTR path, LONG* rowsSaved, VARIANT_BOOL* ok) override;
 
+  // For the host's own LISP functions: runs one SELECT (already in SQLite's dialect) and collects,
+  // for every row, the named columns (any case), or the first column when none are named. False
+  // with the error recorded when the statement fails or names a column the result lacks.
+  bool QueryColumns(const std::string& sql, const std::vector<std::string>& columns, std::vector<CellRow>& rows);
+  std::pair<LONG, std::string> LastErrorUtf8() const { return {errorCode_, WideToUtf8(errorText_)}; }
+
  private:
   enum class OpenOutcome { Open, Failed, NeedsRepair };
 
@@ -107,8 +113,6 @@ class ProjectDatabaseImpl final : public ComObject<ProjectDatabase> {
   const TableInfo* LoadTable(std::string_view name);
   bool ReadColumns(TableInfo& info);
   bool ReadIndices(TableInfo& info);
-  // Runs one SELECT and collects the named column ("" for the first) of every row.
-  bool QueryColumn(const std::string& sql, std::string_view column, std::vector<Cell>& out);
   bool ReadFields(SAFEARRAY* row, const TableInfo& table, std::vector<std::pair<int, Cell>>& fields, HRESULT& hr);
   bool ReadRowById(const TableInfo& table, std::int64_t rowid, CellRow& out);
   SAFEARRAY* MakeRow(const TableInfo& table, const CellRow& row) const;
