@@ -11,6 +11,7 @@
 
 #include "bodies.h"
 #include "bridge.h"
+#include "loads/loads.h"
 
 namespace {
 
@@ -58,9 +59,9 @@ constexpr LispFunctionSpec kSpecs[kLispFunctionCount] = {
     /* 22 */ {L"kv_hvac-room-setPointInfo",            Guard::Lock,     NotBuilt<22>},
     /* 23 */ {L"kv_hvac-room-insert",                  Guard::Connect,  NotBuilt<23>},
     /* 24 */ {L"kv_hvac-addDuctToDwg",                 Guard::Lock,     NotBuilt<24>},
-    /* 25 */ {L"kv_hvac-getWallCLTDDxf",               Guard::Lock,     NotBuilt<25>},
-    /* 26 */ {L"kv_hvac-getGlassCLTDDxf",              Guard::Lock,     NotBuilt<26>},
-    /* 27 */ {L"kv_hvac-getRoofCLTDDxf",               Guard::Lock,     NotBuilt<27>},
+    /* 25 */ {L"kv_hvac-getWallCLTDDxf",               Guard::Lock,     lispGetWallCltdDxf},
+    /* 26 */ {L"kv_hvac-getGlassCLTDDxf",              Guard::Lock,     lispGetGlassCltdDxf},
+    /* 27 */ {L"kv_hvac-getRoofCLTDDxf",               Guard::Lock,     lispGetRoofCltdDxf},
     /* 28 */ {L"kv_hvac-zoneTree",                     Guard::Lock,     NotBuilt<28>},
     /* 29 */ {L"kv_hvac-floorTree",                    Guard::Lock,     NotBuilt<29>},
     /* 30 */ {L"kvDuct",                               Guard::Connect,  NotBuilt<30>},
@@ -76,12 +77,12 @@ constexpr LispFunctionSpec kSpecs[kLispFunctionCount] = {
     /* 40 */ {L"kv_hvac-room-setLeaderLocation",       Guard::Lock,     NotBuilt<40>},
     /* 41 */ {L"kv_hvac-duct-fillet",                  Guard::Connect,  NotBuilt<41>},
     /* 42 */ {L"kv_hvac-setIsMetric",                  Guard::Connect,  kv_hvac_setIsMetric},
-    /* 43 */ {L"kv_hvac-loads-storeWallData",          Guard::Lock,     NotBuilt<43>},
-    /* 44 */ {L"kv_hvac-loads-getWallData",            Guard::Lock,     NotBuilt<44>},
-    /* 45 */ {L"kv_hvac-loads-resetWallData",          Guard::Lock,     NotBuilt<45>},
-    /* 46 */ {L"kv_hvac-loads-storeRoomData",          Guard::Lock,     NotBuilt<46>},
-    /* 47 */ {L"kv_hvac-loads-getRoomData",            Guard::Lock,     NotBuilt<47>},
-    /* 48 */ {L"kv_hvac-loads-resetRoomData",          Guard::Lock,     NotBuilt<48>},
+    /* 43 */ {L"kv_hvac-loads-storeWallData",          Guard::Lock,     lispStoreWallData},
+    /* 44 */ {L"kv_hvac-loads-getWallData",            Guard::Lock,     lispGetWallData},
+    /* 45 */ {L"kv_hvac-loads-resetWallData",          Guard::Lock,     lispResetWallData},
+    /* 46 */ {L"kv_hvac-loads-storeRoomData",          Guard::Lock,     lispStoreRoomData},
+    /* 47 */ {L"kv_hvac-loads-getRoomData",            Guard::Lock,     lispGetRoomData},
+    /* 48 */ {L"kv_hvac-loads-resetRoomData",          Guard::Lock,     lispResetRoomData},
     /* 49 */ {L"kv_hvac-room-toggleLeader",            Guard::Connect,  NotBuilt<49>},
     /* 50 */ {L"kv_hvac-ProjectExplorer",              Guard::Connect,  NotBuilt<50>},
     /* 51 */ {L"ssgetx-duct",                          Guard::Lock,     ssgetx_duct},

@@ -64,15 +64,12 @@ TEST(LispFunctionTable, NotBuiltRows) {
       L"kv_hvac-room-setPoints", L"kv_hvac-room-getArea", L"kv_hvac-room-updateIndex",
       L"kv_hvac-room-find", L"kv_hvac-room-insertPoint", L"kv_hvac-room-removePoint",
       L"kv_hvac-room-updateLabel", L"kv_hvac-room-updateAttributes", L"kv_hvac-room-setPointInfo",
-      L"kv_hvac-room-insert", L"kv_hvac-addDuctToDwg", L"kv_hvac-getWallCLTDDxf",
-      L"kv_hvac-getGlassCLTDDxf", L"kv_hvac-getRoofCLTDDxf", L"kv_hvac-zoneTree",
+      L"kv_hvac-room-insert", L"kv_hvac-addDuctToDwg", L"kv_hvac-zoneTree",
       L"kv_hvac-floorTree", L"kvDuct", L"kvbreak", L"kvductforce",
       L"kv_hvac-insertDuct-likePlumbing", L"kv_hvac-getDuctCoord", L"kv_hvac-getLayer",
       L"kv_hvac-options", L"kv_hvac-dwgDiff", L"kv_hvac-loadDetail",
-      L"kv_hvac-room-setLeaderLocation", L"kv_hvac-duct-fillet", L"kv_hvac-loads-storeWallData",
-      L"kv_hvac-loads-getWallData", L"kv_hvac-loads-resetWallData",
-      L"kv_hvac-loads-storeRoomData", L"kv_hvac-loads-getRoomData",
-      L"kv_hvac-loads-resetRoomData", L"kv_hvac-room-toggleLeader", L"kv_hvac-ProjectExplorer",
+      L"kv_hvac-room-setLeaderLocation", L"kv_hvac-duct-fillet", L"kv_hvac-room-toggleLeader",
+      L"kv_hvac-ProjectExplorer",
   };
   EXPECT_EQ(NotBuiltLispFunctions(), expected);
 }
