@@ -2,6 +2,7 @@
 // scripts and the input queue.
 #include <gtest/gtest.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <filesystem>
@@ -21,7 +22,9 @@ struct HostRun {
 // the environment given says otherwise; stdout captured, stderr appended after "--stderr--".
 HostRun kvhost(const std::string& args, const std::string& env = "") {
   std::string bin = KV_BINARY_DIR;
-  fs::path err = fs::path(::testing::TempDir()) / "kvhost_stderr.txt";
+  static int calls = 0;  // test cases run in parallel processes: each call its own file
+  fs::path err = fs::path(::testing::TempDir()) /
+                 ("kvhost_stderr_" + std::to_string(getpid()) + "_" + std::to_string(++calls) + ".txt");
   std::string cmd = "KV_MODULE=" + bin + "/libkvhost_testmodule.so KV_LISP_DIR=/nonexistent " + env + " " + bin +
                     "/kvhost " + args + " 2>" + err.string();
   HostRun r{-1, ""};
@@ -35,6 +38,7 @@ HostRun kvhost(const std::string& args, const std::string& env = "") {
   std::ifstream e(err);
   std::string errText((std::istreambuf_iterator<char>(e)), std::istreambuf_iterator<char>());
   if (!errText.empty()) r.out += "--stderr--" + errText;
+  fs::remove(err);
   return r;
 }
 
