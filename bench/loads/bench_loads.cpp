@@ -42,6 +42,19 @@ void BM_WallCltd(benchmark::State& state) {
 }
 BENCHMARK(BM_WallCltd);
 
+// One day's curve, as the LISP functions read it: 24 neighbouring hours of one row.
+void BM_WallCltdDay(benchmark::State& state) {
+  const auto& args = lookupArgs();
+  std::size_t i = 0;
+  for (auto _ : state) {
+    const LookupArgs& a = args[i++ & 4095];
+    for (int hour = 0; hour < 24; ++hour)
+      benchmark::DoNotOptimize(wallCltd(a.latitude, a.number, a.orientation, a.month, hour));
+  }
+  state.SetItemsProcessed(state.iterations() * 24);
+}
+BENCHMARK(BM_WallCltdDay);
+
 void BM_RoofCltd(benchmark::State& state) {
   const auto& args = lookupArgs();
   std::size_t i = 0;

@@ -31,9 +31,8 @@ std::int16_t pairValue(const std::int16_t* row, OrientationPair p, int hour) {
   return static_cast<std::int16_t>((first + row[p.b * kHours + hour]) / 2);
 }
 
-}  // namespace
 
-OrientationPair orientationPositions(std::wstring_view name) {
+OrientationPair positionsOf(std::wstring_view name) {
   switch (pack(name)) {
     case pack(L"N"): return {0, 0};
     case pack(L"NNE"): return {0, 1};
@@ -56,9 +55,9 @@ OrientationPair orientationPositions(std::wstring_view name) {
   }
 }
 
-int latitudeRow(int latitude) { return latitude >= 16 && latitude <= 71 ? latitude / 8 - 2 : -1; }
+int rowOfLatitude(int latitude) { return latitude >= 16 && latitude <= 71 ? latitude / 8 - 2 : -1; }
 
-int zoneRow(wchar_t zone) {
+int rowOfZone(wchar_t zone) {
   switch (zone) {
     case L'B': case L'b': return 1;
     case L'C': case L'c': return 2;
@@ -67,40 +66,50 @@ int zoneRow(wchar_t zone) {
   }
 }
 
-int wallRow(int wallNumber) {
+int rowOfWall(int wallNumber) {
   if (wallNumber >= 1 && wallNumber <= 7) return wallNumber - 1;
   if (wallNumber >= 9 && wallNumber <= 16) return wallNumber - 2;
   return 0;
 }
 
-int roofRow(int roofNumber) {
+int rowOfRoof(int roofNumber) {
   static constexpr int kNumbers[kRoofRows] = {1, 2, 3, 4, 5, 6, 8, 10, 13, 14};
   for (int r = 0; r < kRoofRows; ++r)
     if (kNumbers[r] == roofNumber) return r;
   return 0;
 }
 
+}  // namespace
+
+// The public rules are the ones the look-ups inline; a shared library could otherwise interpose
+// them, which keeps the compiler from inlining a call to a public function.
+OrientationPair orientationPositions(std::wstring_view name) { return positionsOf(name); }
+int latitudeRow(int latitude) { return rowOfLatitude(latitude); }
+int zoneRow(wchar_t zone) { return rowOfZone(zone); }
+int wallRow(int wallNumber) { return rowOfWall(wallNumber); }
+int roofRow(int roofNumber) { return rowOfRoof(roofNumber); }
+
 std::int16_t glassCltd(int latitude, wchar_t zone, std::wstring_view orientation, int month, int hour) {
-  const int lat = latitudeRow(latitude);
+  const int lat = rowOfLatitude(latitude);
   if (lat < 0 || !inDay(month, hour)) return 0;
-  const std::size_t row = ((static_cast<std::size_t>(month) * kLatitudeRows + lat) * kZones + zoneRow(zone)) *
+  const std::size_t row = ((static_cast<std::size_t>(month) * kLatitudeRows + lat) * kZones + rowOfZone(zone)) *
                           kGlassPositions * kHours;
-  return pairValue(glassTable + row, orientationPositions(orientation), hour);
+  return pairValue(glassTable + row, positionsOf(orientation), hour);
 }
 
 std::int16_t wallCltd(int latitude, int wallNumber, std::wstring_view orientation, int month, int hour) {
-  const int lat = latitudeRow(latitude);
+  const int lat = rowOfLatitude(latitude);
   if (lat < 0 || !inDay(month, hour)) return 0;
-  OrientationPair p = orientationPositions(orientation);
+  OrientationPair p = positionsOf(orientation);
   // Walls have no horizontal position; "UP" would read into the next wall's row.
   if (p.a >= kWallPositions) p = {};
-  const std::size_t row = ((static_cast<std::size_t>(month) * kLatitudeRows + lat) * kWallRows + wallRow(wallNumber)) *
+  const std::size_t row = ((static_cast<std::size_t>(month) * kLatitudeRows + lat) * kWallRows + rowOfWall(wallNumber)) *
                           kWallPositions * kHours;
   return pairValue(wallTable + row, p, hour);
 }
 
 std::int16_t roofCltd(int latitude, int roofNumber, int month, int hour) {
-  const int lat = latitudeRow(latitude);
+  const int lat = rowOfLatitude(latitude);
   if (lat < 0 || !inDay(month, hour)) return 0;
-  return roofTable[((static_cast<std::size_t>(month) * kLatitudeRows + lat) * kRoofRows + roofRow(roofNumber)) * kHours + hour];
+  return roofTable[((static_cast<std::size_t>(month) * kLatitudeRows + lat) * kRoofRows + rowOfRoof(roofNumber)) * kHours + hour];
 }
