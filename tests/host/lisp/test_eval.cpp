@@ -71,8 +71,9 @@ TEST_F(LispTest, DeepRecursionIsALispErrorAndTheEnvironmentStaysUsable) {
   EXPECT_EQ(ev("(down 500)"), "500");
   std::string nested(300000, '(');
   EXPECT_EQ(ev("(eval (read \"" + nested + "\"))"), "ERROR: malformed list on input");
-  std::string deep = "(setq d 0)";
-  for (int i = 0; i < 50000; ++i) deep = "(progn " + deep + ")";  // a form far deeper than the limit
+  std::string deep;  // a form far deeper than the limit
+  for (int i = 0; i < 50000; ++i) deep += "(progn ";
+  deep += "(setq d 0)" + std::string(50000, ')');
   EXPECT_EQ(ev(deep), "ERROR: internal stack limit reached");
   EXPECT_EQ(ev("(setq l nil m nil) (repeat 100000 (setq l (list l) m (list m))) (equal l m)"), "ERROR: internal stack limit reached");
   EXPECT_EQ(ev("(setq l nil m nil) 1"), "1") << "a deeply nested list is freed without recursion";
