@@ -148,3 +148,43 @@ TEST_F(LoadStoreLisp, SuffixEmptyRecordsNilAndSeparateResets) {
 }
 
 }  // namespace
+
+namespace {
+
+// Builds one random cell of the kinds LISP can pass.
+resbuf* randomCell(unsigned& seed) {
+  seed = seed * 1103515245u + 12345u;
+  static const wchar_t* const names[] = {L"dRoof", L"iCoolingCFM", L"dGlass", L"x", L""};
+  static const ads_point pt = {1, 2, 3};
+  switch ((seed >> 16) % 9) {
+    case 0: return acutBuildList(RTSHORT, static_cast<int>((seed >> 8) % 30) - 5, RTNONE);
+    case 1: return acutBuildList(RTLONG, static_cast<std::int32_t>(seed), RTNONE);
+    case 2: return acutBuildList(RTREAL, ((seed >> 4) % 1000) / 7.0 - 50, RTNONE);
+    case 3: return acutBuildList(RTSTR, names[(seed >> 8) % 5], RTNONE);
+    case 4: return acutBuildList(RTLB, RTNONE);
+    case 5: return acutBuildList(RTLE, RTNONE);
+    case 6: return acutBuildList(RTDOTE, RTNONE);
+    case 7: return acutBuildList(RT3DPOINT, pt, RTNONE);
+    default: return acutBuildList(RTNIL, RTNONE);
+  }
+}
+
+TEST_F(LoadStoreLisp, PairsInsideListsAddAndAnyCellsAreSurvived) {
+  // ("dRoof" . 2.0) arrives as RTLB, name, value, RTDOTE: the walk skips the brackets.
+  run(lispStoreWallData, acutBuildList(RTSHORT, 0, RTSHORT, 0, RTSHORT, 1, RTLB, RTSTR, L"dWall", RTREAL, 2.0, RTDOTE,
+                                       RTLB, RTSTR, L"dWall", RTSHORT, 3, RTLE, RTNIL, RTNONE));
+  Call get = run(lispGetWallData, acutBuildList(RTSHORT, 0, RTSHORT, 0, RTSHORT, 1, RTNONE));
+  EXPECT_EQ(namedPairs(get.result.get())[0], std::make_pair(std::wstring(L"dWall"), 5.0));
+  unsigned seed = 7;
+  const LispBody bodies[] = {lispStoreRoomData, lispStoreWallData, lispGetRoomData, lispGetWallData,
+                             lispGetGlassCltdDxf, lispGetWallCltdDxf, lispGetRoofCltdDxf};
+  for (int trial = 0; trial < 3000; ++trial) {
+    resbuf* head = randomCell(seed);
+    resbuf* tail = head;
+    for (int n = static_cast<int>(seed >> 20) % 12; n > 0; --n) tail = tail->rbnext = randomCell(seed);
+    const LispStatus s = run(bodies[trial % 7], head).status;
+    ASSERT_TRUE(s == LispStatus::Success || s == LispStatus::WrongType) << trial;
+  }
+}
+
+}  // namespace
