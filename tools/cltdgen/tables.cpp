@@ -94,6 +94,7 @@ Day opaqueTarget(const Day& si, const Day* ip, const Day& model) {
 struct Anchored {
   TransferFunction f;
   std::vector<Day> residual, carried;
+  std::vector<Day> anchorResponse;  // the response alone at July 40 N
   Stat model;  // the response alone against the reference rows
 
   const Day& residualAt(int m, int l, std::size_t row) const {
@@ -118,8 +119,22 @@ Anchored anchoredFit(const std::vector<Day>& in, const std::vector<Day>& out, co
     }
     a.residual.push_back(r);
     a.carried.push_back(shifted(r, -mean(r)));
+    a.anchorResponse.push_back(y);
   }
   return a;
+}
+
+// The July 40 N glass residual carried to another day: hour by hour in proportion to the
+// model's load at that hour against July 40 N's (at most threefold), so it vanishes where the
+// other day has no sun and does not spread into dark hours.
+Day glassResidual(const Anchored& fit, std::size_t row, const Day& y) {
+  const Day& anchor = fit.anchorResponse[row];
+  Day r{};
+  for (int h = 0; h < kHours; ++h) {
+    const double share = anchor[h] > 0.5 ? std::clamp(y[h] / anchor[h], 0.0, 3.0) : 0.0;
+    r[h] = share * fit.residual[row][h];
+  }
+  return r;
 }
 
 class Builder {
@@ -177,7 +192,8 @@ void Builder::writePreamble() {
           << "values (glass exactly; walls and roofs at the integer within 1 F of 1.8 x the SI value that lies\n"
           << "nearest the model, or the IP print where we hold it). Other months and latitudes get the model\n"
           << "plus the same residual: with its daily mean removed for walls and roofs (so their unit gain\n"
-          << "stands), and scaled by the ratio of the day's solar heat gain to July 40 N's for glass.\n\n";
+          << "stands); for glass hour by hour in proportion to the model's load at that hour against July\n"
+          << "40 N's (at most threefold), so it vanishes in hours without sun.\n\n";
 }
 
 void Builder::checkSolarModel() {
@@ -308,10 +324,9 @@ void Builder::buildGlass() {
     for (int m = 0; m < kMonths; ++m)
       for (int l = 0; l < kLatitudes; ++l)
         for (int o = 0; o < kGlassPositions; ++o) {
-          const Day q = glassGain(p_, m, l, surfaceOfPosition(o));
-          // The residual grows and shrinks with the day's solar gain; glass cannot load below 0.
-          const Day y = fit.f.respond(q) + scaled(fit.residual[o], mean(q) / mean(in[o]));
-          for (int h = 0; h < kHours; ++h) g_.block[glassIndex(m, l, z, o, h)] = rounded(std::max(0.0, y[h]));
+          const Day y = fit.f.respond(glassGain(p_, m, l, surfaceOfPosition(o)));
+          const Day r = m == kJuly && l == kAnchorLatitude ? fit.residual[o] : glassResidual(fit, o, y);
+          for (int h = 0; h < kHours; ++h) g_.block[glassIndex(m, l, z, o, h)] = rounded(std::max(0.0, y[h] + r[h]));
         }
   }
   report_ << "## Glass\n\n"
