@@ -1,4 +1,4 @@
-// STEP and STL files of solids, and reading a STEP file back to measure what it holds.
+// STEP, STL and glTF files of solids, and reading a STEP file back to measure what it holds.
 #include <mutex>
 
 #include <BRepMesh_IncrementalMesh.hxx>
@@ -6,6 +6,13 @@
 #include <Bnd_Box.hxx>
 #include <BRepBndLib.hxx>
 #include <IFSelect_ReturnStatus.hxx>
+#include <Message_ProgressRange.hxx>
+#include <RWGltf_CafWriter.hxx>
+#include <TColStd_IndexedDataMapOfStringString.hxx>
+#include <TDocStd_Document.hxx>
+#include <XCAFApp_Application.hxx>
+#include <XCAFDoc_DocumentTool.hxx>
+#include <XCAFDoc_ShapeTool.hxx>
 #include <STEPControl_Controller.hxx>
 #include <STEPControl_Reader.hxx>
 #include <STEPControl_Writer.hxx>
@@ -71,6 +78,27 @@ int kvWriteStl(const std::vector<const SolidBodies*>& solids, const std::string&
     BRepMesh_IncrementalMesh(all, 0.001 * size, Standard_False, 0.3, Standard_False);
     StlAPI_Writer writer;
     if (!writer.Write(all, path.c_str())) throw Refusal("cannot write " + path);
+    return static_cast<int>(bodies.size());
+  });
+}
+
+int kvWriteGltf(const std::vector<const SolidBodies*>& solids, const std::string& path, std::string& error) {
+  return exchangeGuard(error, [&]() -> int {
+    const std::vector<TopoDS_Shape> bodies = allBodies(solids);
+    Handle(TDocStd_Document) doc;
+    XCAFApp_Application::GetApplication()->NewDocument("MDTV-XCAF", doc);
+    const Handle(XCAFDoc_ShapeTool) shapes = XCAFDoc_DocumentTool::ShapeTool(doc->Main());
+    for (const TopoDS_Shape& b : bodies) {
+      Bnd_Box box;
+      BRepBndLib::Add(b, box);
+      BRepMesh_IncrementalMesh(b, 0.002 * std::sqrt(box.SquareExtent()), Standard_False, 0.3, Standard_False);
+      shapes->AddShape(b, Standard_False);
+    }
+    const bool binary = path.size() >= 4 && path.compare(path.size() - 4, 4, ".glb") == 0;
+    RWGltf_CafWriter writer(path.c_str(), binary);
+    const bool written = writer.Perform(doc, TColStd_IndexedDataMapOfStringString(), Message_ProgressRange());
+    XCAFApp_Application::GetApplication()->Close(doc);
+    if (!written) throw Refusal("cannot write " + path);
     return static_cast<int>(bodies.size());
   });
 }

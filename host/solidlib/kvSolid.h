@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "db.h"
 #include "ge.h"
 
 // The plain point type in which the preparing operations lay out a fitting for the building one.
@@ -153,9 +154,111 @@ class SolidBodies {
   std::unique_ptr<Impl> impl_;
 };
 
-// STEP and STL files of many solids' bodies; each answers the number of bodies written, or -1
+// STEP, STL and glTF files of many solids' bodies; each answers the number of bodies written, or -1
 // with `error` filled.
 int kvWriteStep(const std::vector<const SolidBodies*>& solids, const std::string& path, std::string& error);
 int kvWriteStl(const std::vector<const SolidBodies*>& solids, const std::string& path, std::string& error);
+// glTF for viewers: binary (.glb) when the name ends so, else text glTF with a .bin beside it.
+int kvWriteGltf(const std::vector<const SolidBodies*>& solids, const std::string& path, std::string& error);
 // Reads a STEP file back with the kernel: the volume of each solid in it; false when unreadable.
 bool kvReadStepVolumes(const std::string& path, std::vector<double>& volumes, std::string& error);
+
+// The solid entity: one or more bodies, built by one of the operations below (each forwards to
+// SolidBodies and answers false, with the bodies unchanged, for what cannot be built). The
+// integer `option` that ends each building call belongs to the application and shapes nothing.
+// Filed as a versioned record holding the B-rep text; drawn from its tessellation (edges in the
+// standard wireframe pass, shells in hide/shade/render passes); explodes into one kv_hvacFace
+// per B-rep face.
+class kv_hvacSolid : public AcDbEntity {
+ public:
+  ACRX_DECLARE_MEMBERS(kv_hvacSolid);
+  kv_hvacSolid();
+  ~kv_hvacSolid() override;
+
+  bool addTransition(AcGePoint3d start, bool startRect, double startWidth, double startDepth, AcGePoint3d end,
+                     bool endRect, double endWidth, double endDepth, const AcGeVector3d* startFrame,
+                     const AcGeVector3d* endFrame, int option);
+  bool addFlex(AcGePoint3dArray& points, double radius, AcGeVector3d startDir, AcGeVector3d endDir, int option);
+  bool addSquareElbowPrep(AcGePoint3d& start, double inWidth, double inDepth, AcGePoint3d& end, double outWidth,
+                          double outDepth, const AcGeVector3d* inFrame, const AcGeVector3d* outFrame, bool rect,
+                          AModeler::Point3d* inSection, AModeler::Point3d* outSection, AcGePoint3d* layout,
+                          bool withCollar, double collar);
+  bool addSquareElbow(AcGePoint3d start, double inWidth, double inDepth, AcGePoint3d end, double outWidth,
+                      double outDepth, const AcGeVector3d* inFrame, const AcGeVector3d* outFrame, bool rect,
+                      AModeler::Point3d* inSection, AModeler::Point3d* outSection, AcGePoint3d* layout, int option);
+  // `lining` and `exteriorLining` are the part of the (outside) section that is lining; the two
+  // trailing flags are accepted as the caller passes them and change nothing.
+  bool addRadiusElbow(AcGePoint3d& start, double inWidth, double inDepth, double lining, double exteriorLining,
+                      AcGePoint3d& end, double outWidth, double outDepth, const AcGeVector3d* inFrame,
+                      const AcGeVector3d* outFrame, bool rect, double ratio, bool withCollar, int option,
+                      bool keepInletSize);
+  bool addWyePrep(AcGePoint3d& start, double width, double depth, AcGePoint3d& endB, double widthB, double depthB,
+                  AcGePoint3d& endC, double widthC, double depthC, const AcGeVector3d* frame,
+                  const AcGeVector3d* frameB, const AcGeVector3d* frameC, bool rect, AModeler::Point3d* sections,
+                  AModeler::Point3d* sectionsB, AModeler::Point3d* sectionsC, AcGePoint3d* layout,
+                  AcGePoint3d* layoutB, AcGePoint3d* layoutC, bool withCollar, double collar);
+  bool addWye(AcGePoint3d start, double width, double depth, AcGePoint3d endB, double widthB, double depthB,
+              AcGePoint3d endC, double widthC, double depthC, AcGePoint3d& junction, const AcGeVector3d* frame,
+              const AcGeVector3d* frameB, const AcGeVector3d* frameC, bool rect, AModeler::Point3d* sections,
+              AModeler::Point3d* sectionsB, AModeler::Point3d* sectionsC, AcGePoint3d* layout,
+              AcGePoint3d* layoutB, AcGePoint3d* layoutC, int option);
+  bool addDiffuser(AcGePoint3d position, AcGePoint3d& connection, DiffuserType type, double width, double length,
+                   bool neckRect, double neck1, double neck2, double transitionLength, bool ductRect,
+                   double ductWidth, double ductDepth, bool sideConnection, bool upright,
+                   const AcGeVector3d* diffuserFrame, const AcGeVector3d* ductFrame, int option);
+  bool addSidewallDiffuser(AcGePoint3d position, double width, double length, const AcGeVector3d* ductFrame,
+                           int option);
+  bool sliceLast(AcGePoint3d p1, AcGePoint3d p2, AcGePoint3d p3, AcGePoint3d keep);
+  bool sliceFirst(AcGePoint3d p1, AcGePoint3d p2, AcGePoint3d p3, AcGePoint3d keep);
+  bool doUnion(kv_hvacSolid* other);
+  void clearBodies();
+  bool addCableTraySquareRadiusElbow(AcGePoint3d& start, double width, double depth, AcGePoint3d& end,
+                                     const AcGeVector3d* inFrame, const AcGeVector3d* outFrame, double ratio,
+                                     int option);
+
+  const SolidBodies& bodies() const;
+  // Why the last operation answered false ("" after a success).
+  const std::string& lastError() const;
+
+  Acad::ErrorStatus dwgInFields(AcDbDwgFiler* filer) override;
+  Acad::ErrorStatus dwgOutFields(AcDbDwgFiler* filer) const override;
+  Acad::ErrorStatus dxfInFields(AcDbDxfFiler* filer) override;
+  Acad::ErrorStatus dxfOutFields(AcDbDxfFiler* filer) const override;
+  Adesk::Boolean subWorldDraw(AcGiWorldDraw* mode) override;
+  void subViewportDraw(AcGiViewportDraw* mode) override;
+  Acad::ErrorStatus subTransformBy(const AcGeMatrix3d& xform) override;
+  Acad::ErrorStatus subGetGeomExtents(AcDbExtents& extents) const override;
+  Acad::ErrorStatus subExplode(AcDbVoidPtrArray& entitySet) const override;
+
+ private:
+  bool changed(bool ok);
+  SolidBodies bodies_;
+  mutable std::unique_ptr<SolidMesh> mesh_;  // the picture, made on first draw after a change
+};
+
+// One B-rep face of an exploded solid, drawn by its own tessellation and filed like the solid.
+class kv_hvacFace : public AcDbEntity {
+ public:
+  ACRX_DECLARE_MEMBERS(kv_hvacFace);
+  kv_hvacFace();
+  explicit kv_hvacFace(SolidBodies face);
+  ~kv_hvacFace() override;
+  const SolidBodies& bodies() const;
+
+  Acad::ErrorStatus dwgInFields(AcDbDwgFiler* filer) override;
+  Acad::ErrorStatus dwgOutFields(AcDbDwgFiler* filer) const override;
+  Acad::ErrorStatus dxfInFields(AcDbDxfFiler* filer) override;
+  Acad::ErrorStatus dxfOutFields(AcDbDxfFiler* filer) const override;
+  Adesk::Boolean subWorldDraw(AcGiWorldDraw* mode) override;
+  void subViewportDraw(AcGiViewportDraw* mode) override;
+  Acad::ErrorStatus subTransformBy(const AcGeMatrix3d& xform) override;
+  Acad::ErrorStatus subGetGeomExtents(AcDbExtents& extents) const override;
+
+ private:
+  SolidBodies face_;
+  mutable std::unique_ptr<SolidMesh> mesh_;
+};
+
+// Registers kv_hvacSolid and kv_hvacFace with the class registry (done when the library loads;
+// calling it again does nothing).
+void kvSolidRegisterClasses();

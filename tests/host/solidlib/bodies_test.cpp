@@ -222,6 +222,14 @@ TEST(SolidExchange, StepReadsBackWithTheSameVolumes) {
   expectRelNear(volumes[1], b.volume(), 1e-3);
   ASSERT_EQ(kvWriteStl({&a, &b}, dir + "/two.stl", error), 2) << error;
   EXPECT_GT(std::filesystem::file_size(dir + "/two.stl"), 1000u);
+  ASSERT_EQ(kvWriteGltf({&a, &b}, dir + "/two.glb", error), 2) << error;
+  EXPECT_GT(std::filesystem::file_size(dir + "/two.glb"), 1000u);
+  char magic[5] = {};
+  std::FILE* glb = std::fopen((dir + "/two.glb").c_str(), "rb");
+  ASSERT_NE(glb, nullptr);
+  EXPECT_EQ(std::fread(magic, 1, 4, glb), 4u);
+  std::fclose(glb);
+  EXPECT_STREQ(magic, "glTF");
   EXPECT_EQ(kvWriteStep({&a}, "/nonexistent-dir/x.step", error), -1);
   EXPECT_FALSE(kvReadStepVolumes(dir + "/missing.step", volumes, error));
 }
