@@ -10,8 +10,8 @@ namespace kvlisp {
 
 using namespace detail;
 
-thread_local int DepthGuard::depth_ = 0;
-thread_local const char* DepthGuard::base_ = nullptr;
+int DepthGuard::depth_ = 0;
+const char* DepthGuard::base_ = nullptr;
 
 namespace {
 

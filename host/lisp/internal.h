@@ -18,9 +18,7 @@ struct RealObj : Object {
 struct StrObj : Object {
   std::string text;
 };
-struct ConsObj : Object {
-  Value car, cdr;
-};
+using ConsObj = ConsCell;
 struct NameObj : Object {
   std::int64_t a, b;
 };
@@ -153,8 +151,8 @@ class DepthGuard {
   DepthGuard& operator=(const DepthGuard&) = delete;
 
  private:
-  static thread_local int depth_;
-  static thread_local const char* base_;
+  static int depth_;  // the host runs LISP on its main thread only
+  static const char* base_;
 };
 
 // Arguments of one call: inline for the common few, on the heap beyond.

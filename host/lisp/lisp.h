@@ -78,8 +78,8 @@ class Value {
   std::uint32_t symbolId() const;
   std::array<std::int64_t, 2> asName() const;  // Ename or Pickset
   // car/cdr of a cons; nil for nil. Other types throw Error.
-  const Value& car() const;
-  const Value& cdr() const;
+  inline const Value& car() const;
+  inline const Value& cdr() const;
 
   // Identity as (eq a b) sees it: the same object, symbol, or equal number of the same type.
   bool eq(const Value& other) const;
@@ -95,6 +95,8 @@ class Value {
 
  private:
   bool isHeap() const { return bits_ != 0 && (bits_ & 3) == 0; }
+  const Value& carSlow() const;
+  const Value& cdrSlow() const;
   Type heapType() const { return isHeap() ? object()->type : Type::Nil; }
   void retain() const noexcept {
     if (isHeap()) ++object()->refs;
@@ -105,6 +107,23 @@ class Value {
   }
   std::uintptr_t bits_ = 0;
 };
+
+namespace detail {
+struct ConsCell : Object {
+  Value car, cdr;
+};
+}  // namespace detail
+
+// The evaluator walks lists constantly: the common case stays inline.
+const Value& Value::car() const {
+  if (isHeap() && object()->type == Type::List) return static_cast<const detail::ConsCell*>(object())->car;
+  return carSlow();
+}
+
+const Value& Value::cdr() const {
+  if (isHeap() && object()->type == Type::List) return static_cast<const detail::ConsCell*>(object())->cdr;
+  return cdrSlow();
+}
 
 // A LISP error: the text after "; error: ", e.g. "bad argument type: numberp: \"x\"".
 class Error : public std::runtime_error {

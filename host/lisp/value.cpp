@@ -53,7 +53,7 @@ namespace detail {
 
 // Releases iteratively: a long list or a deeply nested one must not recurse once per cell.
 void destroy(Object* object) noexcept {
-  static thread_local std::vector<Object*>* pending = nullptr;
+  static std::vector<Object*>* pending = nullptr;  // LISP runs on the host's main thread only
   std::vector<Object*> queue;
   if (pending) {
     pending->push_back(object);
@@ -218,18 +218,16 @@ std::array<std::int64_t, 2> Value::asName() const {
   return {o->a, o->b};
 }
 
-const Value& Value::car() const {
+const Value& Value::carSlow() const {
   static const Value nil;
-  if (isNil()) return nil;
-  if (!isCons()) badArgument("consp", *this);
-  return static_cast<ConsObj*>(object())->car;
+  if (!isNil()) badArgument("consp", *this);
+  return nil;
 }
 
-const Value& Value::cdr() const {
+const Value& Value::cdrSlow() const {
   static const Value nil;
-  if (isNil()) return nil;
-  if (!isCons()) badArgument("consp", *this);
-  return static_cast<ConsObj*>(object())->cdr;
+  if (!isNil()) badArgument("consp", *this);
+  return nil;
 }
 
 bool Value::eq(const Value& other) const {
