@@ -39,7 +39,41 @@ int indexIn(const std::array<const ACHAR*, N>& names, std::wstring_view name) {
   return -1;
 }
 
+struct ColumnGroup {
+  std::wstring_view name;
+  LoadColumnGroup group;
+};
+
+using G = LoadColumnGroup;
+constexpr ColumnGroup kColumnGroups[] = {
+    {L"dRoof", G::Envelope}, {L"dWall", G::Envelope}, {L"dDoor", G::Envelope}, {L"dGlass", G::Envelope},
+    {L"dFloor", G::Envelope}, {L"dSlab", G::Envelope},
+    {L"dRoofPlenum", G::PlenumShare}, {L"dWallPlenum", G::PlenumShare}, {L"dLightsPlenum", G::PlenumShare},
+    {L"dWallPlenumPartition", G::PlenumShare},
+    {L"dWallPartition", G::Partitions}, {L"dDoorPartition", G::Partitions}, {L"dGlassPartition", G::Partitions},
+    {L"dLights", G::Internal}, {L"dEquipmentSensible", G::Internal}, {L"dEquipmentLatent", G::Internal},
+    {L"dPeopleSensible", G::Internal}, {L"dPeopleLatent", G::Internal}, {L"dEquipment", G::Internal},
+    {L"dInfiltrationSensible", G::Infiltration}, {L"dInfiltrationLatent", G::Infiltration},
+    {L"dInfiltration", G::Infiltration},
+    {L"iCoolingCFM", G::AirQuantities}, {L"iHeatingCFM", G::AirQuantities}, {L"iOSACFM", G::AirQuantities},
+    {L"iOSA62CFM", G::AirQuantities}, {L"iOSAIMCCFM", G::AirQuantities}, {L"iOSAPeopleCFM", G::AirQuantities},
+    {L"iCoolingCFM62", G::AirQuantities}, {L"iOSA62PeopleCFM", G::AirQuantities},
+    {L"dRoomTemperature", G::Conditions}, {L"dRoomHumidity", G::Conditions},
+    {L"dRoomTotalSensible", G::Totals}, {L"dRoomTotalLatent", G::Totals}, {L"dRoomTotal", G::Totals},
+    {L"dPlenumTotal", G::Totals},
+    {L"dArea", G::Room}, {L"dPeople", G::Room}, {L"dPeopleRatio", G::Room},
+};
+
 }  // namespace
+
+std::optional<LoadColumnGroup> loadColumnGroup(std::wstring_view column) {
+  for (const ColumnGroup& c : kColumnGroups)
+    if (c.name == column) return c.group;
+  // Every method's ventilation columns and system totals share a prefix.
+  if (column.starts_with(L"dVentilation")) return LoadColumnGroup::Ventilation;
+  if (column.starts_with(L"dSystem")) return LoadColumnGroup::Totals;
+  return std::nullopt;
+}
 
 VentilationMethod ventilationMethodOf(std::wstring_view setting) {
   if (setting == L"YES") return VentilationMethod::Ashrae62;

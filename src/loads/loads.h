@@ -110,6 +110,23 @@ std::unordered_map<std::int32_t, roomData>& roomDataMap();
 // Load figures
 // ---------------------------------------------------------------------------------------------
 
+// What a column of the cooling or heating result tables holds.
+enum class LoadColumnGroup {
+  Envelope,       // load through the outer surfaces
+  PlenumShare,    // envelope and lighting loads that fall on the plenum, not the room
+  Partitions,     // load through inner walls, doors and glass
+  Internal,       // lights, equipment, people
+  Infiltration,
+  Ventilation,    // outside air, one set of columns per ventilation method
+  AirQuantities,  // supply and outside air flows, CFM
+  Conditions,     // room state used in the calculation
+  Totals,         // sums made by the LISP layer
+  Room,           // area and occupancy
+};
+// The group of a result column by its name (exact); nothing for keys, month, hour and the
+// method's own percentages.
+std::optional<LoadColumnGroup> loadColumnGroup(std::wstring_view column);
+
 // Which ventilation columns count: the setting passed by the LISP layer, "YES" and "IMC" exactly;
 // anything else is the plain method.
 enum class VentilationMethod { Plain, Ashrae62, Imc };

@@ -89,6 +89,21 @@ TEST(LoadFigures, MethodsReadTheirOwnColumns) {
   }
 }
 
+TEST(LoadFigures, ColumnGroups) {
+  EXPECT_EQ(loadColumnGroup(L"dSlab"), LoadColumnGroup::Envelope);
+  EXPECT_EQ(loadColumnGroup(L"dLightsPlenum"), LoadColumnGroup::PlenumShare);
+  EXPECT_EQ(loadColumnGroup(L"dLights"), LoadColumnGroup::Internal);
+  EXPECT_EQ(loadColumnGroup(L"dVentilation62LatentPeople"), LoadColumnGroup::Ventilation);
+  EXPECT_EQ(loadColumnGroup(L"dSystemIMCTotal"), LoadColumnGroup::Totals);
+  EXPECT_EQ(loadColumnGroup(L"iHeatingCFM"), LoadColumnGroup::AirQuantities);
+  EXPECT_EQ(loadColumnGroup(L"dPeopleRatio"), LoadColumnGroup::Room);
+  EXPECT_FALSE(loadColumnGroup(L"iMonth"));
+  EXPECT_FALSE(loadColumnGroup(L"ixRoomL"));
+  EXPECT_FALSE(loadColumnGroup(L"dslab"));
+  // Every store field of a room is a result column with a meaning.
+  for (const auto& f : roomDataFields()) EXPECT_TRUE(loadColumnGroup(f.name)) << f.name;
+}
+
 TEST(LoadFigures, CombinedLines) {
   CoolingLoad c;
   c.dWall = 1, c.dDoor = 2, c.dWallPartition = 4, c.dDoorPartition = 8, c.dGlassPartition = 16;
