@@ -156,6 +156,15 @@ Value lLoad(Environment& env, Args a) {
   }
 }
 
+Value lSymbolValue(Environment& env, Args a) {
+  if (a[0].isNil()) return Value();
+  if (!a[0].isSymbol()) badArgument("symbolp", a[0]);
+  return env.get(a[0].symbolId());
+}
+
+Value lVer(Environment&, Args) { return Value::string("kvhost LISP 1.0"); }
+Value lGc(Environment&, Args) { return Value(); }
+
 const NativeDef kCore[] = {
     {"null", "(null x)", "T when X is nil.", lNull},
     {"not", "(not x)", "T when X is nil.", lNull},
@@ -184,6 +193,9 @@ const NativeDef kCore[] = {
     {"mapcar", "(mapcar fn list lists...)", "FN over the items of the lists, in step.", lMapcar},
     {"set", "(set sym value)", "Sets the symbol SYM evaluates to.", lSet},
     {"vl-symbol-name", "(vl-symbol-name sym)", "The name of SYM.", lSymbolName},
+    {"vl-symbol-value", "(vl-symbol-value sym)", "The value of SYM.", lSymbolValue},
+    {"ver", "(ver)", "The interpreter's version text.", lVer},
+    {"gc", "(gc)", "Nothing to do: values are freed when their last use goes.", lGc},
     {"load", "(load file [onfailure])", "Evaluates a LISP file; ONFAILURE when it cannot be read.", lLoad},
 };
 

@@ -145,6 +145,64 @@ Value lRemoveIf(Environment& env, Args a) { return filter(env, a, false); }
 Value lRemoveIfNot(Environment& env, Args a) { return filter(env, a, true); }
 Value lConsp(Environment&, Args a) { return boolean(a[0].isCons()); }
 
+// FN over the lists in step until the shortest ends or `done` takes a value of FN; then
+// what `done` answered, else `atEnd`.
+template <typename Done>
+Value stepLists(Environment& env, Args a, Value atEnd, Done done) {
+  Value fn = env.impl().resolve(a[0]);
+  std::vector<const Value*> lists;
+  for (std::size_t i = 1; i < a.size(); ++i) lists.push_back(&checkedList(a, i));
+  std::vector<Value> args(lists.size());
+  for (;;) {
+    for (std::size_t i = 0; i < lists.size(); ++i) {
+      if (!lists[i]->isCons()) return atEnd;
+      args[i] = lists[i]->car();
+      lists[i] = &lists[i]->cdr();
+    }
+    Value r = env.impl().applyResolved(fn, args);
+    if (done(r)) return r;
+  }
+}
+
+Value lEvery(Environment& env, Args a) {
+  return stepLists(env, a, Value::t(), [](const Value& r) { return r.isNil(); });
+}
+
+Value lSome(Environment& env, Args a) {
+  return stepLists(env, a, Value(), [](const Value& r) { return !r.isNil(); });
+}
+
+Value memberIf(Environment& env, Args a, bool want) {
+  Value fn = env.impl().resolve(a[0]);
+  for (const Value* p = &checkedList(a, 1); p->isCons(); p = &p->cdr())
+    if (env.impl().applyResolved(fn, Args(&p->car(), 1)).isNil() != want) return *p;
+  return Value();
+}
+
+Value lMemberIf(Environment& env, Args a) { return memberIf(env, a, true); }
+Value lMemberIfNot(Environment& env, Args a) { return memberIf(env, a, false); }
+
+Value lListStar(Environment&, Args a) {
+  Value r = a.back();
+  for (std::size_t i = a.size() - 1; i-- > 0;) r = Value::cons(a[i], r);
+  return r;
+}
+
+Value lListLength(Environment&, Args a) {
+  std::int32_t n = 0;
+  const Value* p = &checkedList(a, 0);
+  for (; p->isCons(); p = &p->cdr()) ++n;
+  return p->isNil() ? Value::integer(n) : Value();
+}
+
+Value lStrlsort(Environment&, Args a) {
+  std::vector<Value> v = items(checkedList(a, 0));
+  for (const Value& x : v)
+    if (!x.isString()) badArgument("stringp", x);
+  std::stable_sort(v.begin(), v.end(), [](const Value& x, const Value& y) { return x.asString() < y.asString(); });
+  return Value::list(v);
+}
+
 const NativeDef kLists[] = {
     {"car", "(car list)", "The first item.", lCar},
     {"cdr", "(cdr list)", "All but the first item.", lCdr},
@@ -178,6 +236,14 @@ const NativeDef kLists[] = {
     {"vl-remove-if", "(vl-remove-if fn list)", "LIST without the items FN holds for.", lRemoveIf},
     {"vl-remove-if-not", "(vl-remove-if-not fn list)", "The items of LIST that FN holds for.", lRemoveIfNot},
     {"vl-consp", "(vl-consp x)", "T when X is a list cell.", lConsp},
+    {"vl-every", "(vl-every fn list lists...)", "T when FN holds for every step through the lists.", lEvery},
+    {"vl-some", "(vl-some fn list lists...)", "The first value of FN that is not nil.", lSome},
+    {"vl-member-if", "(vl-member-if fn list)", "LIST from the first item FN holds for.", lMemberIf},
+    {"vl-member-if-not", "(vl-member-if-not fn list)", "LIST from the first item FN fails for.", lMemberIfNot},
+    {"vl-list*", "(vl-list* item items...)", "A list of the items, the last one its tail.", lListStar},
+    {"vl-list-length", "(vl-list-length list)", "The length of a proper list; nil for a dotted one.",
+     lListLength},
+    {"acad_strlsort", "(acad_strlsort list)", "A list of strings sorted.", lStrlsort},
 };
 
 const NativeRegistrar registrar(kLists);

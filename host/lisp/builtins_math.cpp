@@ -225,6 +225,21 @@ Value lLogior(Environment&, Args a) {
   return Value::integer(r);
 }
 
+Value lLsh(Environment&, Args a) {
+  auto v = static_cast<std::uint32_t>(a.empty() ? 0 : argInt(a, 0));
+  std::int32_t n = a.size() > 1 ? argInt(a, 1) : 0;
+  if (n >= 32 || n <= -32) return Value::integer(0);
+  return Value::integer(static_cast<std::int32_t>(n >= 0 ? v << n : v >> -n));
+}
+
+Value lNot(Environment&, Args a) { return Value::integer(~argInt(a, 0)); }
+
+Value lGcd(Environment&, Args a) {
+  std::int64_t x = std::llabs(argInt(a, 0)), y = std::llabs(argInt(a, 1));
+  while (y) x %= y, std::swap(x, y);
+  return Value::integer(wrap(x));
+}
+
 double sinF(double x) { return std::sin(x); }
 double cosF(double x) { return std::cos(x); }
 double expF(double x) { return std::exp(x); }
@@ -259,6 +274,9 @@ const NativeDef kMath[] = {
     {"minusp", "(minusp number)", "T when NUMBER is negative.", lMinusp},
     {"logand", "(logand [int...])", "Bitwise and.", lLogand},
     {"logior", "(logior [int...])", "Bitwise or.", lLogior},
+    {"lsh", "(lsh [int [bits]])", "INT shifted left by BITS (right when negative).", lLsh},
+    {"~", "(~ int)", "Bitwise not.", lNot},
+    {"gcd", "(gcd int int2)", "The greatest common divisor.", lGcd},
 };
 
 const NativeRegistrar registrar(kMath);

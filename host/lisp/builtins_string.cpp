@@ -229,6 +229,109 @@ Value lTrim(Environment&, Args a) { return trim(a, true, true); }
 Value lLeftTrim(Environment&, Args a) { return trim(a, true, false); }
 Value lRightTrim(Environment&, Args a) { return trim(a, false, true); }
 
+// One pattern of wcmatch (no top-level commas) against a text from position si.
+bool wildMatch(const std::wstring& pat, std::size_t pi, const std::wstring& s, std::size_t si, int depth);
+
+// A [...] class at pat[pi] (on '['): whether c is in it, and where the class ends.
+bool inClass(const std::wstring& pat, std::size_t& pi, wchar_t c) {
+  std::size_t i = pi + 1;
+  bool negate = i < pat.size() && pat[i] == L'~' && i + 1 < pat.size() && pat[i + 1] != L']';
+  if (negate) ++i;
+  bool found = false;
+  bool first = true;
+  for (; i < pat.size() && (pat[i] != L']' || first); ++i, first = false) {
+    wchar_t lo = pat[i] == L'`' && i + 1 < pat.size() ? pat[++i] : pat[i];
+    wchar_t hi = lo;
+    if (i + 2 < pat.size() && pat[i + 1] == L'-' && pat[i + 2] != L']') {
+      hi = pat[i + 2];
+      i += 2;
+    }
+    if (c >= lo && c <= hi) found = true;
+  }
+  pi = i;  // on the closing ']' (or the end)
+  return found != negate;
+}
+
+bool wildMatch(const std::wstring& pat, std::size_t pi, const std::wstring& s, std::size_t si, int depth) {
+  if (depth > 200) return false;  // a pathological pattern ends as no match
+  for (; pi < pat.size(); ++pi, ++si) {
+    wchar_t p = pat[pi];
+    if (p == L'*') {
+      for (std::size_t k = si; k <= s.size(); ++k)
+        if (wildMatch(pat, pi + 1, s, k, depth + 1)) return true;
+      return false;
+    }
+    if (si >= s.size()) return false;
+    wchar_t c = s[si];
+    bool ok;
+    switch (p) {
+      case L'#': ok = c >= L'0' && c <= L'9'; break;
+      case L'@': ok = std::iswalpha(c) || (c >= 0xC0 && c <= 0x24F); break;
+      case L'.': ok = !std::iswalnum(c) && !(c >= 0xC0 && c <= 0x24F); break;
+      case L'?': ok = true; break;
+      case L'[': ok = inClass(pat, pi, c); break;
+      case L'`': ok = pi + 1 < pat.size() && pat[++pi] == c; break;
+      default: ok = p == c;
+    }
+    if (!ok) return false;
+  }
+  return si == s.size();
+}
+
+// (wcmatch string pattern): the platform's wildcards; commas separate alternatives and a leading
+// ~ negates one. Case counts.
+Value lWcmatch(Environment&, Args a) {
+  std::wstring s = wide(argString(a, 0)), pats = wide(argString(a, 1));
+  std::size_t start = 0;
+  for (std::size_t i = 0; i <= pats.size(); ++i) {
+    if (i < pats.size() && pats[i] == L'`') {
+      ++i;
+      continue;
+    }
+    if (i < pats.size() && pats[i] != L',') continue;
+    std::wstring one = pats.substr(start, i - start);
+    bool negate = !one.empty() && one[0] == L'~';
+    if (wildMatch(one, negate ? 1 : 0, s, 0, 0) != negate) return Value::t();
+    start = i + 1;
+  }
+  return Value();
+}
+
+Value lStringPosition(Environment&, Args a) {
+  std::int32_t code = argInt(a, 0);
+  std::wstring s = wide(argString(a, 1));
+  std::size_t start = a.size() > 2 && !a[2].isNil() ? static_cast<std::size_t>(std::max(0, argInt(a, 2))) : 0;
+  bool fromEnd = argBool(a, 3);
+  if (start > s.size()) return Value();
+  std::size_t at = fromEnd ? s.rfind(static_cast<wchar_t>(code)) : s.find(static_cast<wchar_t>(code), start);
+  if (at == std::wstring::npos || at < start) return Value();
+  return Value::integer(static_cast<std::int32_t>(at));
+}
+
+Value lStringToList(Environment&, Args a) {
+  std::vector<Value> codes;
+  for (wchar_t c : wide(argString(a, 0))) codes.push_back(Value::integer(static_cast<std::int32_t>(c)));
+  return Value::list(codes);
+}
+
+Value lListToString(Environment&, Args a) {
+  std::wstring s;
+  for (const Value* p = &argList(a, 0); p->isCons(); p = &p->cdr()) {
+    if (!p->car().isInt()) badArgument("fixnump:", p->car());
+    s.push_back(static_cast<wchar_t>(p->car().asInt()));
+  }
+  return str(s);
+}
+
+Value lStringTranslate(Environment&, Args a) {
+  std::wstring from = wide(argString(a, 0)), to = wide(argString(a, 1)), s = wide(argString(a, 2));
+  for (wchar_t& c : s) {
+    std::size_t k = from.find(c);
+    if (k != std::wstring::npos && k < to.size()) c = to[k];
+  }
+  return str(s);
+}
+
 Value lPrin1ToString(Environment&, Args a) { return Value::string(a[0].print(true)); }
 Value lPrincToString(Environment&, Args a) { return Value::string(a[0].print(false)); }
 Value lRead(Environment&, Args a) { return a.empty() ? Value() : readOne(argString(a, 0)); }
@@ -255,6 +358,13 @@ const NativeDef kStrings[] = {
     {"vl-prin1-to-string", "(vl-prin1-to-string x)", "X as prin1 writes it.", lPrin1ToString},
     {"vl-princ-to-string", "(vl-princ-to-string x)", "X as princ writes it.", lPrincToString},
     {"read", "(read [string])", "The first expression of STRING.", lRead},
+    {"wcmatch", "(wcmatch string pattern)", "T when STRING matches the wildcard PATTERN.", lWcmatch},
+    {"vl-string-position", "(vl-string-position code string [start [from-end]])",
+     "Where a character occurs, from 0; nil if absent.", lStringPosition},
+    {"vl-string->list", "(vl-string->list string)", "The character codes of STRING.", lStringToList},
+    {"vl-list->string", "(vl-list->string codes)", "The string of a list of character codes.", lListToString},
+    {"vl-string-translate", "(vl-string-translate from to string)", "STRING with each character of FROM "
+     "replaced by the one at the same place in TO.", lStringTranslate},
 };
 
 const NativeRegistrar registrar(kStrings);

@@ -104,3 +104,66 @@ TEST_F(LispTest, OutputGoesToTheConsoleInOrder) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST_F(LispTest, FilesAndFileNames) {
+  std::string path = ::testing::TempDir() + "kv_lisp_file.txt";
+  ev("(setq f (open \"" + path + "\" \"w\"))");
+  EXPECT_EQ(ev("(type f)"), "FILE");
+  ev("(write-line \"first\" f) (princ 12.5 f) (write-char 10 f) (prin1 \"q\" f) (close f)");
+  EXPECT_EQ(ev("(setq f (open \"" + path + "\" \"r\")) (list (read-line f) (read-line f) (read-char f) (read-line f) (read-line f))"),
+            "(\"first\" \"12.5\" 34 \"q\\\"\" nil)");
+  EXPECT_EQ(ev("(close f) (read-line f)"), "ERROR: bad argument type: streamp #<file \"" + path + "\">");
+  EXPECT_EQ(ev("(open \"/no/such/dir/x\" \"w\")"), "nil");
+  EXPECT_EQ(ev("(open \"x\" \"q\")"), "ERROR: bad argument value: file mode \"q\"");
+  EXPECT_EQ(ev("(list (findfile \"" + path + "\") (findfile \"/no/such\"))"), "(\"" + path + "\" nil)");
+  EXPECT_EQ(ev("(list (vl-file-delete \"" + path + "\") (findfile \"" + path + "\"))"), "(T nil)");
+  EXPECT_EQ(ev("(list (vl-filename-base \"/a/b/duct.run.lsp\") (vl-filename-extension \"/a/b/duct.lsp\") "
+               "(vl-filename-extension \"/a/b\") (vl-filename-directory \"/a/b/duct.lsp\"))"),
+            "(\"duct.run\" \".lsp\" nil \"/a/b\")");
+  EXPECT_EQ(ev("(getenv \"KV_NO_SUCH_VARIABLE\")"), "nil");
+  ev("(setq g (open \"" + path + "\" \"w\"))");
+  EXPECT_EQ(ev("(setq g nil)"), "nil") << "a file is closed when its last use goes";
+  std::remove(path.c_str());
+}
+
+TEST_F(LispTest, PlaneGeometry) {
+  EXPECT_EQ(ev("(list (distance '(0 0) '(3 4)) (distance '(0 0 0) '(0 0 2)) (distance '(0 0) '(0 0 2)))"),
+            "(5.0 2.0 0.0)");
+  EXPECT_EQ(ev("(list (angle '(0 0) '(0 1)) (angle '(0 0) '(0 -1)) (angle '(1 1 5) '(2 1 0)))"),
+            "(1.5708 4.71239 0.0)");
+  EXPECT_EQ(ev("(list (polar '(1 1) 0 2) (polar '(0 0 7) (/ pi 2) 1))"), "((3.0 1.0) (6.12323e-17 1.0 7.0))");
+  EXPECT_EQ(ev("(list (inters '(0 0) '(2 2) '(0 2) '(2 0)) (inters '(0 0) '(0.5 0.5) '(0 2) '(2 0)) "
+               "(inters '(0 0) '(0.5 0.5) '(0 2) '(2 0) nil) (inters '(0 0) '(1 0) '(0 1) '(1 1) nil))"),
+            "((1.0 1.0) nil (1.0 1.0) nil)");
+  EXPECT_EQ(ev("(distance '(0 0) \"x\")"), "ERROR: bad argument type: 2D/3D point: \"x\"");
+  EXPECT_EQ(ev("(distance '(0 0) '(1 2 3 4))"), "ERROR: bad argument type: 2D/3D point: (1 2 3 4)");
+}
+
+TEST_F(LispTest, Wildcards) {
+  EXPECT_EQ(ev("(mapcar '(lambda (p) (wcmatch \"DUCT-12\" p)) "
+               "'(\"DUCT*\" \"*-##\" \"*-#\" \"D?CT-12\" \"~DUCT*\" \"ROOM*,DUCT*\" \"[CD]UCT*\" \"[~D]*\" \"duct*\" \"@@@@.##\"))"),
+            "(T T nil T nil T T nil nil T)");
+  EXPECT_EQ(ev("(list (wcmatch \"a,b\" \"a`,b\") (wcmatch \"\" \"*\") (wcmatch \"x\" \"\") (wcmatch \"[\" \"[\"))"),
+            "(T T nil nil)");
+  EXPECT_EQ(ev("(wcmatch \"aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaab\" \"*a*a*a*a*a*a*a*a*c\")"), "nil");
+}
+
+TEST_F(LispTest, MoreListsStringsAndBits) {
+  EXPECT_EQ(ev("(list (vl-every 'numberp '(1 2.0)) (vl-every '= '(1 2) '(1 3)) (vl-some 'minusp '(1 -2)) (vl-some 'minusp nil))"),
+            "(T nil T nil)");
+  EXPECT_EQ(ev("(list (vl-member-if 'minusp '(1 -2 3)) (vl-member-if-not 'numberp '(1 a 2)))"), "((-2 3) (A 2))");
+  EXPECT_EQ(ev("(list (vl-list* 1 2 '(3)) (vl-list* 1 2) (vl-list-length '(1 2)) (vl-list-length '(1 . 2)))"),
+            "((1 2 3) (1 . 2) 2 nil)");
+  EXPECT_EQ(ev("(acad_strlsort '(\"b\" \"a\" \"C\"))"), "(\"C\" \"a\" \"b\")");
+  EXPECT_EQ(ev("(list (vl-string-position 46 \"a.b.c\") (vl-string-position 46 \"a.b.c\" nil t) (vl-string-position 120 \"ab\"))"),
+            "(1 3 nil)");
+  EXPECT_EQ(ev("(list (vl-string->list \"AB\") (vl-list->string '(67 8364)) (vl-string-translate \"ab\" \"xy\" \"abc\"))"),
+            "((65 66) \"C€\" \"xyc\")");
+  EXPECT_EQ(ev("(list (lsh 1 4) (lsh 16 -4) (lsh 1 40) (~ 5) (gcd 12 18) (logand 12 10) (logior 12 10))"),
+            "(16 1 0 -6 6 8 14)");
+  EXPECT_EQ(ev("(list (vl-symbol-value 'pi) (gc) (type (ver)))"), "(3.14159 nil STR)");
+}
+
+}  // namespace
