@@ -68,6 +68,7 @@ void addPairs(ArgCursor& cursor, Record& record) {
   }
 }
 
+// key1 key2 key3 then name/value pairs: adds into the record of the key, creating it zeroed.
 template <class Record>
 LispStatus storeBody(std::unordered_map<std::int32_t, Record>& map) {
   acedRetNil();
@@ -82,6 +83,7 @@ LispStatus storeBody(std::unordered_map<std::int32_t, Record>& map) {
   return LispStatus::Success;
 }
 
+// key1 key2 key3 [suffix]: the record as (("name" . value) ...) in field order, or nil.
 template <class Record>
 LispStatus getBody(const std::unordered_map<std::int32_t, Record>& map, std::span<const LoadField<Record>> fields,
                    bool takesSuffix) {
@@ -107,6 +109,7 @@ LispStatus getBody(const std::unordered_map<std::int32_t, Record>& map, std::spa
   return LispStatus::Success;
 }
 
+// Empties one store; its arguments, if any, are ignored.
 template <class Record>
 LispStatus resetBody(std::unordered_map<std::int32_t, Record>& map) {
   LispArgs args;

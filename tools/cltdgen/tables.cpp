@@ -248,7 +248,8 @@ void Builder::buildWalls() {
   }
   report_ << "## Walls\n\n"
           << "One transfer function per wall (b0..b" << kWallNb << ", d1..d" << kWallNd << ", unit steady gain),\n"
-          << "identified by least squares (equation-error start, then output-error refinement) from the\n"
+          << "identified by least squares (equation-error start, then output-error refinement kept stable:\n"
+          << "every pole within radius 0.99) from the\n"
           << "eight July 40 N rows of that wall (1.8 x the SI values; the IP rows of wall 1 S and wall 16 NW),\n"
           << "driven by the July 40 N sol-air temperature minus 78 F.\n\n"
           << "| wall | model RMS (F) | model worst (F) |\n|---|---|---|\n"

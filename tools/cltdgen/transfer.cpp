@@ -1,6 +1,7 @@
 // Transfer functions over a periodic day: the steady periodic response in the frequency domain,
 // and least-squares identification from hourly input/output pairs.
 #include <cmath>
+#include <algorithm>
 #include <complex>
 #include <stdexcept>
 
@@ -82,6 +83,25 @@ std::vector<double> equationError(std::span<const Day> inputs, std::span<const D
   return leastSquares(rows, target, 1e-9);
 }
 
+// Whether 1 + d1 z^-1 + ... has every root inside a circle of radius 0.99: the step-down
+// (Schur-Cohn) recursion, whose reflection coefficients must all stay below 1 in size.
+bool isStable(const std::vector<double>& d) {
+  const double radius = 0.99;
+  std::vector<double> a{1.0};
+  double scale = 1.0;
+  for (double v : d) a.push_back(v * (scale *= 1.0 / radius));
+  for (std::size_t m = a.size() - 1; m >= 1; --m) {
+    const double k = a[m];
+    if (std::fabs(k) >= 1.0) return false;
+    std::vector<double> next(m);
+    for (std::size_t i = 0; i < m; ++i) next[i] = (a[i] - k * a[m - i]) / (1.0 - k * k);
+    a = std::move(next);
+  }
+  return true;
+}
+
+// Sum of squared differences between the simulated and the given outputs; the differences
+// themselves into residuals when asked.
 double outputError(std::span<const Day> inputs, std::span<const Day> outputs, const TransferFunction& f,
                    std::vector<double>* residuals) {
   double sum = 0;
@@ -95,6 +115,27 @@ double outputError(std::span<const Day> inputs, std::span<const Day> outputs, co
     }
   }
   return sum;
+}
+
+// One Levenberg-Marquardt step from parameters p with residuals r: a forward-difference Jacobian
+// of the output error, then the damped normal equations.
+std::vector<double> dampedStep(std::span<const Day> inputs, std::span<const Day> outputs, const std::vector<double>& p,
+                               const std::vector<double>& r, int nb, int nd, double lambda) {
+  std::vector<std::vector<double>> jacobian(r.size(), std::vector<double>(p.size()));
+  std::vector<double> rj;
+  for (std::size_t i = 0; i < p.size(); ++i) {
+    std::vector<double> q = p;
+    const double step = 1e-6 * std::max(1.0, std::fabs(p[i]));
+    q[i] += step;
+    outputError(inputs, outputs, fromParameters(q, nb, nd), &rj);
+    for (std::size_t k = 0; k < r.size(); ++k) jacobian[k][i] = (rj[k] - r[k]) / step;
+  }
+  std::vector<double> minus(r.size());
+  for (std::size_t k = 0; k < r.size(); ++k) minus[k] = -r[k];
+  const std::vector<double> delta = leastSquares(jacobian, minus, lambda);
+  std::vector<double> q = p;
+  for (std::size_t i = 0; i < p.size(); ++i) q[i] += delta[i];
+  return q;
 }
 
 }  // namespace
@@ -119,26 +160,16 @@ Day TransferFunction::respond(const Day& u) const {
 
 TransferFunction identify(std::span<const Day> inputs, std::span<const Day> outputs, int nb, int nd) {
   std::vector<double> p = equationError(inputs, outputs, nb, nd);
+  // An unstable start would be a response that runs ahead of its cause: start from no feedback.
+  if (!isStable(fromParameters(p, nb, nd).d())) std::fill(p.begin() + nb, p.end(), 0.0);
   std::vector<double> r;
   double cost = outputError(inputs, outputs, fromParameters(p, nb, nd), &r);
   double lambda = 1e-3;
-  for (int iter = 0; iter < 60 && lambda < 1e8; ++iter) {
-    std::vector<std::vector<double>> jacobian(r.size(), std::vector<double>(p.size()));
-    std::vector<double> rj;
-    for (std::size_t i = 0; i < p.size(); ++i) {
-      std::vector<double> q = p;
-      const double step = 1e-6 * std::max(1.0, std::fabs(p[i]));
-      q[i] += step;
-      outputError(inputs, outputs, fromParameters(q, nb, nd), &rj);
-      for (std::size_t k = 0; k < r.size(); ++k) jacobian[k][i] = (rj[k] - r[k]) / step;
-    }
-    std::vector<double> minus(r.size());
-    for (std::size_t k = 0; k < r.size(); ++k) minus[k] = -r[k];
-    const std::vector<double> delta = leastSquares(jacobian, minus, lambda);
-    std::vector<double> q = p;
-    for (std::size_t i = 0; i < p.size(); ++i) q[i] += delta[i];
+  for (int iter = 0; iter < 100 && lambda < 1e8; ++iter) {
+    const std::vector<double> q = dampedStep(inputs, outputs, p, r, nb, nd, lambda);
     std::vector<double> rq;
-    const double trial = outputError(inputs, outputs, fromParameters(q, nb, nd), &rq);
+    const TransferFunction trialFunction = fromParameters(q, nb, nd);
+    const double trial = isStable(trialFunction.d()) ? outputError(inputs, outputs, trialFunction, &rq) : cost + 1;
     if (trial < cost) {
       const bool converged = cost - trial < 1e-10 * cost;
       p = q, r = rq, cost = trial, lambda *= 0.3;

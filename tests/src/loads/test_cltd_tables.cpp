@@ -201,6 +201,29 @@ TEST(CltdLookups, OutsideTheTablesIsZero) {
   EXPECT_EQ(wallCltd(40, 16, L"UP", 11, 3), wallCltd(40, 16, L"N", 11, 3));
 }
 
+TEST(CltdGenerator, IdentificationRecoversAKnownResponse) {
+  // A heavy wall's kind of response: lag and damping, unit gain.
+  const cltd::TransferFunction truth({0.05, 0.15, 0.1}, {-0.9, 0.2});
+  std::vector<cltd::Day> in, out;
+  for (int o = 0; o < 8; ++o) {
+    cltd::Day u = cltd::solAir(data(), kJuly, 3, 2 * o, 0.0);
+    for (double& v : u) v -= 78.0;
+    in.push_back(u);
+    out.push_back(truth.respond(u));
+  }
+  double gain = 0;
+  for (double b : truth.b()) gain += b;
+  EXPECT_NEAR(gain, 1 + truth.d()[0] + truth.d()[1], 1e-12);
+  const cltd::TransferFunction found = cltd::identify(in, out, 2, 2);
+  for (int o = 0; o < 8; ++o) {
+    const cltd::Day y = found.respond(in[o]);
+    for (int h = 0; h < 24; ++h) ASSERT_NEAR(y[h], out[o][h], 1e-4) << o << " " << h;
+  }
+  EXPECT_NEAR(found.d()[0], -0.9, 1e-3);
+  // The periodic response of a unit-gain function keeps the daily mean of its input.
+  EXPECT_NEAR(mean(found.respond(in[4])), mean(in[4]), 1e-9);
+}
+
 TEST(CltdGenerator, UnreadableDataIsReportedWithItsFile) {
   try {
     cltd::loadPublished(std::string(KV_SOURCE_DIR) + "/no-such-folder");
