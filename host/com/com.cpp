@@ -1,6 +1,7 @@
 // The host's component-object layer: strings, variants, arrays, errors and class creation.
 #include "com.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -49,6 +50,8 @@ std::uint32_t SysStringLen(BSTR text) { return text ? *lengthSlot(text) : 0; }
 
 std::string WideToUtf8(std::wstring_view text) {
   std::string out;
+  if (std::all_of(text.begin(), text.end(), [](wchar_t c) { return c >= 0 && c < 0x80; }))
+    return std::string(text.begin(), text.end());
   out.reserve(text.size());
   for (wchar_t wc : text) {
     auto c = static_cast<std::uint32_t>(wc);
@@ -74,6 +77,8 @@ std::string WideToUtf8(std::wstring_view text) {
 
 std::wstring Utf8ToWide(std::string_view text) {
   std::wstring out;
+  if (std::all_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; }))
+    return std::wstring(text.begin(), text.end());
   out.reserve(text.size());
   std::size_t i = 0;
   while (i < text.size()) {

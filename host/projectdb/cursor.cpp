@@ -59,7 +59,8 @@ bool ProjectDatabaseImpl::TableIsEmpty(const TableInfo& table) {
 }
 
 bool ProjectDatabaseImpl::FetchFirst(Cursor& c, std::size_t limit, std::vector<CellRow>& out) {
-  sqlite3_stmt* s = Prepare(SelectFrom(*c.table) + OrderBy(c) + " LIMIT ?1");
+  if (!c.index->first) c.index->first = Prepare(SelectFrom(*c.table) + OrderBy(c) + " LIMIT ?1");
+  sqlite3_stmt* s = c.index->first;
   if (!s) return false;
   StmtScope scope(s);
   sqlite3_bind_int64(s, 1, static_cast<sqlite3_int64>(limit));
@@ -74,15 +75,11 @@ bool ProjectDatabaseImpl::FetchAfter(Cursor& c, std::size_t limit, std::vector<C
   const std::vector<int>& cols = c.index->columns;
   const std::size_t k = cols.size();
   auto value = [&](std::size_t j) -> const Cell& { return c.current[static_cast<std::size_t>(cols[j]) + 1]; };
+  c.index->after.resize(2 * (k + 1), nullptr);
   for (std::size_t level = k + 1; level-- > 0 && out.size() < limit;) {
-    std::string where;
-    for (std::size_t j = 0; j < level; ++j)
-      where += quoted(c.table->columns[static_cast<std::size_t>(cols[j])]) + " IS ?" + std::to_string(j + 1) + " AND ";
     bool nullAtLevel = level < k && value(level).type == SQLITE_NULL;
-    if (level == k) where += "rowid > ?" + std::to_string(k + 1);
-    else if (nullAtLevel) where += quoted(c.table->columns[static_cast<std::size_t>(cols[level])]) + " IS NOT NULL";
-    else where += quoted(c.table->columns[static_cast<std::size_t>(cols[level])]) + " > ?" + std::to_string(level + 1);
-    sqlite3_stmt* s = Prepare(SelectFrom(*c.table) + " WHERE " + where + OrderBy(c) + " LIMIT ?" + std::to_string(k + 2));
+    sqlite3_stmt*& s = c.index->after[2 * level + (nullAtLevel ? 1 : 0)];
+    if (!s) s = Prepare(AfterSql(c, level, nullAtLevel));
     if (!s) return false;
     StmtScope scope(s);
     for (std::size_t j = 0; j < level; ++j) value(j).Bind(s, static_cast<int>(j) + 1);
@@ -93,6 +90,18 @@ bool ProjectDatabaseImpl::FetchAfter(Cursor& c, std::size_t limit, std::vector<C
     if (rc != SQLITE_DONE) return Fail(rc, "Cannot read " + c.table->name);
   }
   return true;
+}
+
+std::string ProjectDatabaseImpl::AfterSql(const Cursor& c, std::size_t level, bool nullAtLevel) const {
+  const std::vector<int>& cols = c.index->columns;
+  const std::size_t k = cols.size();
+  auto column = [&](std::size_t j) { return quoted(c.table->columns[static_cast<std::size_t>(cols[j])]); };
+  std::string where;
+  for (std::size_t j = 0; j < level; ++j) where += column(j) + " IS ?" + std::to_string(j + 1) + " AND ";
+  if (level == k) where += "rowid > ?" + std::to_string(k + 1);
+  else if (nullAtLevel) where += column(level) + " IS NOT NULL";
+  else where += column(level) + " > ?" + std::to_string(level + 1);
+  return SelectFrom(*c.table) + " WHERE " + where + OrderBy(c) + " LIMIT ?" + std::to_string(k + 2);
 }
 
 // Moves one row on. Past the end the cursor is AfterLast; a move from there is an error, as
@@ -168,11 +177,14 @@ HRESULT ProjectDatabaseImpl::SeekKeys(const VARIANT* const* keys, int count, SAF
   std::vector<Cell> values(static_cast<std::size_t>(count));
   for (int i = 0; i < count; ++i)
     if (!Cell::FromVariant(*keys[i], values[static_cast<std::size_t>(i)])) return DISP_E_TYPEMISMATCH;
-  std::string where;
-  if (cols.empty()) where = "rowid = ?1";
-  for (std::size_t j = 0; j < cols.size() && j < values.size(); ++j)
-    where += (j ? " AND " : "") + quoted(c->table->columns[static_cast<std::size_t>(cols[j])]) + " IS ?" + std::to_string(j + 1);
-  sqlite3_stmt* s = Prepare(SelectFrom(*c->table) + " WHERE " + where + OrderBy(*c) + " LIMIT 1");
+  sqlite3_stmt*& s = c->index->seek[count - 1];
+  if (!s) {
+    std::string where;
+    if (cols.empty()) where = "rowid = ?1";
+    for (std::size_t j = 0; j < cols.size() && j < values.size(); ++j)
+      where += (j ? " AND " : "") + quoted(c->table->columns[static_cast<std::size_t>(cols[j])]) + " IS ?" + std::to_string(j + 1);
+    s = Prepare(SelectFrom(*c->table) + " WHERE " + where + OrderBy(*c) + " LIMIT 1");
+  }
   if (!s) return S_OK;
   std::vector<CellRow> rows;
   {

@@ -56,6 +56,16 @@ std::string LowerAscii(std::string_view text) {
   return out;
 }
 
+bool EqualsNoCase(std::string_view a, std::string_view b) {
+  if (a.size() != b.size()) return false;
+  for (std::size_t i = 0; i < a.size(); ++i) {
+    char x = a[i] >= 'A' && a[i] <= 'Z' ? static_cast<char>(a[i] - 'A' + 'a') : a[i];
+    char y = b[i] >= 'A' && b[i] <= 'Z' ? static_cast<char>(b[i] - 'A' + 'a') : b[i];
+    if (x != y) return false;
+  }
+  return true;
+}
+
 bool EndsWithNoCase(std::string_view text, std::string_view suffix) {
   return text.size() >= suffix.size() && LowerAscii(text.substr(text.size() - suffix.size())) == LowerAscii(suffix);
 }
@@ -73,17 +83,14 @@ int ConfigureConnection(sqlite3* db, bool readOnly) {
 // ---- TableInfo ---------------------------------------------------------------------------------------
 
 const IndexInfo* TableInfo::FindIndex(std::string_view name) const {
-  std::string wanted = LowerAscii(name);
   for (const IndexInfo& ix : indices)
-    if (LowerAscii(ix.name) == wanted) return &ix;
+    if (EqualsNoCase(ix.name, name)) return &ix;
   return nullptr;
 }
 
 int TableInfo::FindColumn(std::string_view name) const {
-  std::string wanted = LowerAscii(name);
-  for (std::size_t i = 0; i < columns.size(); ++i)
-    if (LowerAscii(columns[i]) == wanted) return static_cast<int>(i);
-  return -1;
+  auto found = columnByLowerName.find(LowerAscii(name));
+  return found == columnByLowerName.end() ? -1 : found->second;
 }
 
 // ---- Lifetime, errors ----------------------------------------------------------------------------------
@@ -159,6 +166,26 @@ bool ProjectDatabaseImpl::Run(sqlite3_stmt* s) {
   StmtScope scope(s);
   int rc;
   while ((rc = sqlite3_step(s)) == SQLITE_ROW) {
+  }
+  return rc == SQLITE_DONE || Fail(rc, "Statement failed");
+}
+
+bool ProjectDatabaseImpl::RunReturning(sqlite3_stmt* s, const TableInfo& table, CellRow& out) {
+  StmtScope scope(s);
+  out.clear();
+  int rc;
+  while ((rc = sqlite3_step(s)) == SQLITE_ROW) {
+    if (!out.empty()) continue;
+    int n = sqlite3_column_count(s);
+    out.resize(static_cast<std::size_t>(n));
+    for (int i = 0; i < n; ++i) out[static_cast<std::size_t>(i)] = Cell::FromColumn(s, i);
+    for (std::size_t c = 0; c < table.real.size() && c + 1 < out.size(); ++c) {
+      Cell& cell = out[c + 1];
+      if (table.real[c] && cell.type == SQLITE_INTEGER) {
+        cell.type = SQLITE_FLOAT;
+        cell.d = static_cast<double>(cell.i);
+      }
+    }
   }
   return rc == SQLITE_DONE || Fail(rc, "Statement failed");
 }
@@ -314,6 +341,8 @@ const TableInfo* ProjectDatabaseImpl::LoadTable(std::string_view name) {
     info->name = reinterpret_cast<const char*>(sqlite3_column_text(s, 0));
   }
   if (!ReadColumns(*info) || !ReadIndices(*info)) return nullptr;
+  info->wideName = Utf8ToWide(info->name);
+  for (IndexInfo& ix : info->indices) ix.wideName = Utf8ToWide(ix.name);
   return tables_.emplace(key, std::move(info)).first->second.get();
 }
 
@@ -327,16 +356,21 @@ bool ProjectDatabaseImpl::ReadColumns(TableInfo& info) {
     std::string column = reinterpret_cast<const char*>(sqlite3_column_text(s, 0));
     std::string type = LowerAscii(reinterpret_cast<const char*>(sqlite3_column_text(s, 1)));
     if (sqlite3_column_int(s, 2) == 1 && type == "integer") info.keyColumn = static_cast<int>(info.columns.size());
+    info.columnByLowerName.emplace(LowerAscii(column), static_cast<int>(info.columns.size()));
     info.columns.push_back(column);
     info.wideColumns.push_back(Utf8ToWide(column));
     info.boolean.push_back(type == "boolean");
+    info.real.push_back(type == "real" || type == "double" || type == "float");
   }
   return rc == SQLITE_DONE || Fail(rc, "Cannot read the columns of " + info.name);
 }
 
 // Named indices are stored as "<table>__<name>"; any other index of the table keeps its name.
 bool ProjectDatabaseImpl::ReadIndices(TableInfo& info) {
-  if (info.keyColumn >= 0) info.indices.push_back({info.columns[info.keyColumn], {}});
+  if (info.keyColumn >= 0) {
+    info.indices.emplace_back();
+    info.indices.back().name = info.columns[static_cast<std::size_t>(info.keyColumn)];
+  }
   sqlite3_stmt* s = Prepare(
       "SELECT il.name, ii.name FROM pragma_index_list(?1) AS il, pragma_index_info(il.name) AS ii "
       "WHERE il.origin = 'c' ORDER BY il.name, ii.seqno");
@@ -349,7 +383,10 @@ bool ProjectDatabaseImpl::ReadIndices(TableInfo& info) {
     std::string stored = reinterpret_cast<const char*>(sqlite3_column_text(s, 0));
     std::string name = stored.rfind(prefix, 0) == 0 ? stored.substr(prefix.size()) : stored;
     const char* column = reinterpret_cast<const char*>(sqlite3_column_text(s, 1));
-    if (info.indices.empty() || info.indices.back().name != name) info.indices.push_back({name, {}});
+    if (info.indices.empty() || info.indices.back().name != name) {
+      info.indices.emplace_back();
+      info.indices.back().name = name;
+    }
     info.indices.back().columns.push_back(info.FindColumn(column ? column : ""));
   }
   return rc == SQLITE_DONE || Fail(rc, "Cannot read the indices of " + info.name);
@@ -360,6 +397,13 @@ HRESULT ProjectDatabaseImpl::SetTable(BSTR table, BSTR index, VARIANT_BOOL* ok) 
   ClearError();
   setBool(ok, false);
   if (!RequireOpen()) return S_OK;
+  // Record objects name their table before every step: the same table again costs no lookup.
+  std::wstring_view tableName(table ? table : L"", SysStringLen(table));
+  std::wstring_view indexWide(index ? index : L"", SysStringLen(index));
+  if (current_ && tableName == current_->table->wideName && (indexWide.empty() || indexWide == current_->index->wideName)) {
+    setBool(ok, true);
+    return S_OK;
+  }
   const TableInfo* info = LoadTable(utf8(table));
   if (!info) return S_OK;
   Cursor& cursor = cursors_[info];
@@ -432,7 +476,8 @@ SAFEARRAY* ProjectDatabaseImpl::MakeRow(const TableInfo& table, const CellRow& r
 }
 
 bool ProjectDatabaseImpl::ReadRowById(const TableInfo& table, std::int64_t rowid, CellRow& out) {
-  sqlite3_stmt* s = Prepare(SelectFrom(table) + " WHERE rowid = ?1");
+  if (!table.byRowid) table.byRowid = Prepare(SelectFrom(table) + " WHERE rowid = ?1");
+  sqlite3_stmt* s = table.byRowid;
   if (!s) return false;
   StmtScope scope(s);
   sqlite3_bind_int64(s, 1, rowid);
@@ -500,15 +545,11 @@ HRESULT ProjectDatabaseImpl::AddRecord(SAFEARRAY* row, LONG, SAFEARRAY** outRow,
   }
   std::string sql = fields.empty() ? "INSERT INTO \"" + table.name + "\" DEFAULT VALUES"
                                    : "INSERT INTO \"" + table.name + "\" (" + names + ") VALUES (" + marks + ")";
-  sqlite3_stmt* s = Prepare(sql);
-  if (!s || !Begin()) return S_OK;
+  sqlite3_stmt* s = Prepare(sql + " RETURNING rowid, *");
+  if (!s) return S_OK;
   for (std::size_t i = 0; i < fields.size(); ++i) fields[i].second.Bind(s, static_cast<int>(i) + 1);
   CellRow stored;
-  bool done = Run(s) && ReadRowById(table, sqlite3_last_insert_rowid(db_.get()), stored) && Commit();
-  if (!done) {
-    Rollback();
-    return S_OK;
-  }
+  if (!RunReturning(s, table, stored)) return S_OK;
   Invalidate(&table, cursor);
   cursor->Forget();
   cursor->state = Cursor::State::OnRow;
@@ -537,22 +578,20 @@ HRESULT ProjectDatabaseImpl::UpdateRecord(SAFEARRAY* row, SAFEARRAY** outRow, VA
   std::string sets;
   for (std::size_t i = 0; i < fields.size(); ++i)
     sets += (i ? ", \"" : "\"") + table.columns[fields[i].first] + "\" = ?";
-  if (!Begin()) return S_OK;
-  bool done = true;
-  if (!fields.empty()) {
-    sqlite3_stmt* s = Prepare("UPDATE \"" + table.name + "\" SET " + sets + " WHERE rowid = ?" +
-                              std::to_string(fields.size() + 1));
-    if (s) {
-      for (std::size_t i = 0; i < fields.size(); ++i) fields[i].second.Bind(s, static_cast<int>(i) + 1);
-      sqlite3_bind_int64(s, static_cast<int>(fields.size()) + 1, rowid);
-    }
-    done = s && Run(s);
-  }
   CellRow stored;
-  done = done && ReadRowById(table, rowid, stored) && Commit();
-  if (!done) {
-    Rollback();
-    return S_OK;
+  if (fields.empty()) {
+    if (!ReadRowById(table, rowid, stored)) return S_OK;
+  } else {
+    sqlite3_stmt* s = Prepare("UPDATE \"" + table.name + "\" SET " + sets + " WHERE rowid = ?" +
+                              std::to_string(fields.size() + 1) + " RETURNING rowid, *");
+    if (!s) return S_OK;
+    for (std::size_t i = 0; i < fields.size(); ++i) fields[i].second.Bind(s, static_cast<int>(i) + 1);
+    sqlite3_bind_int64(s, static_cast<int>(fields.size()) + 1, rowid);
+    if (!RunReturning(s, table, stored)) return S_OK;
+    if (stored.empty()) {
+      SetError(ProjectDbError::NoCurrentRecord, "No current record: the row was deleted elsewhere.");
+      return S_OK;
+    }
   }
   Invalidate(&table, cursor);
   cursor->current = std::move(stored);

@@ -16,7 +16,12 @@ namespace kvprojectdb {
 
 struct IndexInfo {
   std::string name;          // as callers name it
+  std::wstring wideName;
   std::vector<int> columns;  // positions in TableInfo::columns; empty: the key (rowid) order
+  // Statements prepared for this index, owned by the connection's statement cache.
+  mutable sqlite3_stmt* seek[3] = {};
+  mutable sqlite3_stmt* first = nullptr;
+  mutable std::vector<sqlite3_stmt*> after;  // by level * 2 + (null at the level)
 };
 
 // A table as the file describes it; rows read with "SELECT rowid, *" put the rowid first.
@@ -24,9 +29,13 @@ struct TableInfo {
   std::string name;
   std::vector<std::string> columns;
   std::vector<std::wstring> wideColumns;
+  std::wstring wideName;
   std::vector<bool> boolean;  // declared BOOLEAN: answered as VT_BOOL
+  std::vector<bool> real;     // declared REAL: a whole number comes back as a real
   int keyColumn = -1;         // the INTEGER PRIMARY KEY column
   std::vector<IndexInfo> indices;
+  std::unordered_map<std::string, int> columnByLowerName;
+  mutable sqlite3_stmt* byRowid = nullptr;
 
   const IndexInfo* FindIndex(std::string_view name) const;
   int FindColumn(std::string_view name) const;  // case-insensitive, -1 if none
@@ -104,6 +113,10 @@ class ProjectDatabaseImpl final : public ComObject<ProjectDatabase> {
   bool RequireOpen();
   sqlite3_stmt* Prepare(const std::string& sql);
   bool Run(sqlite3_stmt* s);  // steps to the end; false (error recorded) on failure
+  // Steps a write with RETURNING to the end, keeping its first row (empty when none).
+  // RETURNING reports a REAL column's whole number as an integer (the stored form); it is given the
+  // column's type again, as a read would.
+  bool RunReturning(sqlite3_stmt* s, const TableInfo& table, CellRow& out);
   bool Begin();
   bool Commit();
   void Rollback();
@@ -130,6 +143,8 @@ class ProjectDatabaseImpl final : public ComObject<ProjectDatabase> {
   bool TableIsEmpty(const TableInfo& table);
   std::string SelectFrom(const TableInfo& table) const;
   std::string OrderBy(const Cursor& c) const;
+  // The statement of one level of FetchAfter.
+  std::string AfterSql(const Cursor& c, std::size_t level, bool nullAtLevel) const;
 
   DbHandle db_;
   std::string path_;
@@ -148,6 +163,7 @@ bool RepairProjectFile(const std::string& path, long* rowsSaved, ProjectDbError*
 // Applies the settings every connection runs with (WAL, full sync, busy timeout).
 int ConfigureConnection(sqlite3* db, bool readOnly);
 std::string LowerAscii(std::string_view text);
+bool EqualsNoCase(std::string_view a, std::string_view b);
 bool EndsWithNoCase(std::string_view text, std::string_view suffix);
 
 }  // namespace kvprojectdb

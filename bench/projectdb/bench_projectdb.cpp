@@ -1,0 +1,190 @@
+// Benchmarks of the project database component against raw prepared SQLite statements on the same
+// file and settings: keyed read + update and inserts on tblDuct, and index-order walks.
+#include <benchmark/benchmark.h>
+#include <sqlite3.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+
+#include "ProjectDatabase.h"
+
+namespace {
+
+// Project files go to KV_BENCH_DIR (default: the system's temporary folder), so the cost of
+// syncing to a real disk can be compared with a memory file system.
+std::string benchFile(const std::string& name) {
+  const char* dir = std::getenv("KV_BENCH_DIR");
+  std::filesystem::path folder = dir ? dir : std::filesystem::temp_directory_path().string();
+  folder /= "kvprojectdb-bench";
+  std::filesystem::create_directories(folder);
+  std::string file = (folder / (name + "_kv_hvac.kv")).string();
+  for (const char* suffix : {"", "-wal", "-shm", ".damaged"}) std::filesystem::remove(file + suffix);
+  return file;
+}
+
+ProjectDatabasePtr createProject(const std::string& file, int ducts) {
+  ProjectDatabasePtr db;
+  VARIANT_BOOL ok = VARIANT_FALSE;
+  ComCheck(CreateProjectDatabase(db));
+  ComCheck(db->CreateProject(_bstr_t(Utf8ToWide(file)), &ok));
+  if (!ok) throw std::runtime_error("cannot create " + file);
+  std::wstring fill = L"WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < " +
+                      std::to_wstring(ducts) +
+                      L") INSERT INTO tblDuct (WIDTH, DEPTH, DISTANCE1, AIRFLOW, DRAWING) "
+                      L"SELECT 12, 8, (i * 7919) % 100003, \"sa\", \"plan.dwg\" FROM n";
+  ComCheck(db->Execute(_bstr_t(fill), &ok));
+  return db;
+}
+
+bool setTable(ProjectDatabase* db, const wchar_t* table, const wchar_t* index) {
+  VARIANT_BOOL ok = VARIANT_FALSE;
+  ComCheck(db->SetTable(_bstr_t(table), _bstr_t(index), &ok));
+  return ok;
+}
+
+SafeArrayPtr oneField(const wchar_t* name, const _variant_t& value) {
+  SafeArrayPtr row(SafeArrayCreateVector(VT_VARIANT, 0, 2));
+  LONG at = 0;
+  _variant_t n(name);
+  SafeArrayPutElement(row.get(), &at, &n);
+  at = 1;
+  SafeArrayPutElement(row.get(), &at, &value);
+  return row;
+}
+
+// Raw SQLite on the same file with the component's settings (WAL, full sync, busy timeout).
+struct RawDb {
+  sqlite3* db = nullptr;
+  explicit RawDb(const std::string& file) {
+    sqlite3_open_v2(file.c_str(), &db, SQLITE_OPEN_READWRITE, nullptr);
+    sqlite3_busy_timeout(db, 10000);
+    sqlite3_exec(db, "PRAGMA journal_mode=WAL; PRAGMA synchronous=FULL;", nullptr, nullptr, nullptr);
+  }
+  ~RawDb() { sqlite3_close_v2(db); }
+  sqlite3_stmt* prepare(const char* sql) {
+    sqlite3_stmt* s = nullptr;
+    sqlite3_prepare_v2(db, sql, -1, &s, nullptr);
+    return s;
+  }
+};
+
+constexpr int kRows = 10000;
+
+// The work of a keyed edit: read the whole row by key, write one column back.
+void BM_RawSeekUpdate(benchmark::State& state) {
+  std::string file = benchFile("rawseek");
+  createProject(file, kRows).Reset();
+  RawDb raw(file);
+  sqlite3_stmt* select = raw.prepare("SELECT * FROM tblDuct WHERE ixDuct = ?1");
+  sqlite3_stmt* update = raw.prepare("UPDATE tblDuct SET WIDTH = ?1 WHERE ixDuct = ?2");
+  int key = 0;
+  for (auto _ : state) {
+    key = key % kRows + 1;
+    sqlite3_bind_int(select, 1, key);
+    if (sqlite3_step(select) == SQLITE_ROW)
+      for (int i = 0; i < sqlite3_column_count(select); ++i) benchmark::DoNotOptimize(sqlite3_column_value(select, i));
+    sqlite3_reset(select);
+    sqlite3_bind_double(update, 1, 10.0 + key % 7);
+    sqlite3_bind_int(update, 2, key);
+    sqlite3_step(update);
+    sqlite3_reset(update);
+  }
+  sqlite3_finalize(select);
+  sqlite3_finalize(update);
+}
+BENCHMARK(BM_RawSeekUpdate)->Unit(benchmark::kMicrosecond);
+
+void BM_ComponentSeekUpdate(benchmark::State& state) {
+  std::string file = benchFile("comseek");
+  ProjectDatabasePtr db = createProject(file, kRows);
+  int key = 0;
+  for (auto _ : state) {
+    key = key % kRows + 1;
+    setTable(db.Get(), L"tblDuct", L"ixDuct");
+    SAFEARRAY* out = nullptr;
+    VARIANT_BOOL found = VARIANT_FALSE;
+    ComCheck(db->Seek(_variant_t(key), &out, &found));
+    SafeArrayPtr row(out);
+    SafeArrayPtr change = oneField(L"WIDTH", _variant_t(10.0 + key % 7));
+    ComCheck(db->UpdateRecord(change.get(), &out, &found));
+    SafeArrayPtr stored(out);
+  }
+}
+BENCHMARK(BM_ComponentSeekUpdate)->Unit(benchmark::kMicrosecond);
+
+void BM_RawInsert(benchmark::State& state) {
+  std::string file = benchFile("rawinsert");
+  createProject(file, 0).Reset();
+  RawDb raw(file);
+  sqlite3_stmt* insert = raw.prepare("INSERT INTO tblDuct (WIDTH, AIRFLOW) VALUES (?1, 'sa')");
+  sqlite3_stmt* select = raw.prepare("SELECT * FROM tblDuct WHERE ixDuct = ?1");
+  for (auto _ : state) {
+    sqlite3_bind_double(insert, 1, 12.0);
+    sqlite3_step(insert);
+    sqlite3_reset(insert);
+    sqlite3_bind_int64(select, 1, sqlite3_last_insert_rowid(raw.db));
+    if (sqlite3_step(select) == SQLITE_ROW) benchmark::DoNotOptimize(sqlite3_column_int(select, 0));
+    sqlite3_reset(select);
+  }
+  sqlite3_finalize(insert);
+  sqlite3_finalize(select);
+}
+BENCHMARK(BM_RawInsert)->Unit(benchmark::kMicrosecond);
+
+void BM_ComponentInsert(benchmark::State& state) {
+  std::string file = benchFile("cominsert");
+  ProjectDatabasePtr db = createProject(file, 0);
+  for (auto _ : state) {
+    setTable(db.Get(), L"tblDuct", L"ixDuct");
+    SafeArrayPtr fields = oneField(L"WIDTH", _variant_t(12.0));
+    SAFEARRAY* out = nullptr;
+    VARIANT_BOOL ok = VARIANT_FALSE;
+    ComCheck(db->AddRecord(fields.get(), 0, &out, &ok));
+    SafeArrayPtr stored(out);
+  }
+}
+BENCHMARK(BM_ComponentInsert)->Unit(benchmark::kMicrosecond);
+
+// A whole walk in the order of an index: the primary key, or the secondary "distance1".
+void BM_ComponentScan(benchmark::State& state) {
+  const int rows = static_cast<int>(state.range(0));
+  const wchar_t* index = state.range(1) ? L"distance1" : L"ixDuct";
+  std::string file = benchFile("scan" + std::to_string(rows));
+  ProjectDatabasePtr db = createProject(file, rows);
+  for (auto _ : state) {
+    setTable(db.Get(), L"tblDuct", index);
+    SAFEARRAY* out = nullptr;
+    VARIANT_BOOL found = VARIANT_FALSE;
+    int seen = 0;
+    for (ComCheck(db->MoveFirst(&out, &found)); found; ComCheck(db->MoveNext(1, &out, &found))) {
+      SafeArrayDestroy(out);
+      setTable(db.Get(), L"tblDuct", L"");
+      ++seen;
+    }
+    if (seen != rows) state.SkipWithError("walk lost rows");
+  }
+  state.SetItemsProcessed(state.iterations() * rows);
+}
+BENCHMARK(BM_ComponentScan)->Args({10000, 0})->Args({100000, 0})->Args({10000, 1})->Args({100000, 1})
+    ->Unit(benchmark::kMillisecond);
+
+void BM_RawScan(benchmark::State& state) {
+  const int rows = static_cast<int>(state.range(0));
+  std::string file = benchFile("rawscan" + std::to_string(rows));
+  createProject(file, rows).Reset();
+  RawDb raw(file);
+  sqlite3_stmt* scan = raw.prepare("SELECT rowid, * FROM tblDuct ORDER BY DISTANCE1, rowid");
+  for (auto _ : state) {
+    while (sqlite3_step(scan) == SQLITE_ROW)
+      for (int i = 0; i < sqlite3_column_count(scan); ++i) benchmark::DoNotOptimize(sqlite3_column_value(scan, i));
+    sqlite3_reset(scan);
+  }
+  sqlite3_finalize(scan);
+  state.SetItemsProcessed(state.iterations() * rows);
+}
+BENCHMARK(BM_RawScan)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond);
+
+}  // namespace
+
+BENCHMARK_MAIN();
