@@ -3,6 +3,7 @@
 // Host extensions (not in the platform) are marked "Host:".
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -410,6 +411,31 @@ class AcDbDwgFiler : public AcRxObject {
   virtual Acad::ErrorStatus writeHandle(const AcDbHandle& val) = 0;
 };
 
+// The drawing file (".dwg" by the platform's convention; the host's own format, not the
+// commercial one), all little-endian, written by AcDbDatabase::saveAs:
+//
+// | offset | kind                 | meaning                                                        |
+// |--------|----------------------|----------------------------------------------------------------|
+// | 0      | 8 bytes              | "KVDWG1\r\n"                                                   |
+// | 8      | UInt32               | format version, 1                                              |
+// | 12     | UInt64               | next free handle                                               |
+// | 20     | 12 x UInt64          | handles of the block, layer, text style, linetype and regapp   |
+// |        |                      | tables, *Model_Space, *Paper_Space, ByLayer, ByBlock,          |
+// |        |                      | Continuous, layer "0", style "Standard"                        |
+// | 116    | UInt32 n             | header variables, then n x (String name, UInt8 kind 1 int /    |
+// |        |                      | 2 real / 3 string / 4 point2d / 5 point3d, value)              |
+// | ...    | UInt32 c             | classes, then c x (String class name, String DXF name, Bool is |
+// |        |                      | entity, Int32 DWG version, Int32 maintenance, Int32 proxy flags)|
+// | ...    | UInt64 m             | objects in handle order, then m x (UInt32 class index, UInt64  |
+// |        |                      | handle, UInt32 byte count, the bytes of the object's dwgOut)   |
+// | end-8  | 8 bytes              | "KVDWGEND"                                                     |
+//
+// An object's bytes: AcDbObject's fields (soft pointer owner, UInt32 count of extended data
+// cells, each Int16 code and its value), then each class's dwgOutFields in class order; an
+// entity's: layer and linetype (hard pointers), UInt8 colour method, UInt16 colour index, 3 x
+// UInt8 RGB, Int16 line weight, Double linetype scale, Bool visible. A proxy writes back the
+// bytes after the fields it understands exactly as they were read.
+//
 // Host: a DWG filer over a byte buffer in memory, for copies, undo-like snapshots and tests.
 // Values are stored untagged, little-endian: bool 1 byte, integers their width, doubles 8,
 // strings a UInt32 count of UTF-8 bytes then the bytes, points 2 or 3 doubles, ids the UInt64
@@ -426,8 +452,11 @@ class AcDbDwgMemoryFiler : public AcDbDwgFiler {
   void setBuffer(std::vector<unsigned char> bytes);
   std::size_t position() const;
   std::size_t remaining() const;
-  // When set, a handle read is mapped through this database's handle table without creating ids.
+  // Whether a handle read that no object has yet makes an id for it (file reading) or fails.
   void setCreateIdsOnRead(bool create);
+  // Maps every handle read through `map` (copies between databases); a null answer reads as
+  // eUnknownHandle.
+  void setIdMap(std::function<AcDbObjectId(Adesk::UInt64)> map);
 
   Acad::ErrorStatus filerStatus() const override;
   AcDb::FilerType filerType() const override;
@@ -480,9 +509,9 @@ class AcDbDwgMemoryFiler : public AcDbDwgFiler {
   Acad::ErrorStatus writeScale3d(const AcGeScale3d& val) override;
   Acad::ErrorStatus readHandle(AcDbHandle* pVal) override;
   Acad::ErrorStatus writeHandle(const AcDbHandle& val) override;
+  struct Impl;
 
  private:
-  struct Impl;
   std::unique_ptr<Impl> impl_;
 };
 
@@ -1372,6 +1401,10 @@ class AcDbDatabase : public AcRxObject {
   // names: false (get) or eInvalidInput (set); eInvalidInput also for a wrong kind of value.
   bool getSysVar(const ACHAR* name, AcDbSysVarValue& value) const;
   Acad::ErrorStatus setSysVar(const ACHAR* name, const AcDbSysVarValue& value);
+  // Host: sets a variable the user may only read (SAVEFILE, SCREENSIZE), or adds one.
+  void setSysVarHost(const ACHAR* name, const AcDbSysVarValue& value);
+  // Host: model space entities whose extents overlap the box (XY), through the spatial index.
+  void queryModelSpace(double minX, double minY, double maxX, double maxY, std::vector<AcDbObjectId>& out);
 
   // Reads a drawing saved by saveAs into this database, which must be empty (constructed with
   // buildDefaultDrawing false). eFileNotFound, eFileAccessErr, eInvalidDwgVersion for a file
@@ -1439,7 +1472,7 @@ inline AcDbDatabase* acdbCurDwg() { return acdbHostApplicationServices()->workin
 
 // Entity names for LISP: the name holds the database and the handle, so a stale name of a
 // destroyed database is refused (eInvalidAdsName), never followed.
-Acad::ErrorStatus acdbGetAdsName(ads_name& objName, AcDbObjectId objId);
+Acad::ErrorStatus acdbGetAdsName(ads_name objName, AcDbObjectId objId);
 Acad::ErrorStatus acdbGetObjectId(AcDbObjectId& objId, const ads_name objName);
 
 // The entity functions of LISP over the working database's model space. RTNORM or RTERROR.

@@ -37,15 +37,11 @@ class AcArray {
   AcArray& setLogicalLength(int n) { items_.resize(static_cast<std::size_t>(std::max(n, 0))); return *this; }
   AcArray& setPhysicalLength(int n) { items_.reserve(static_cast<std::size_t>(std::max(n, 0))); return *this; }
   AcArray& reverse() { std::reverse(items_.begin(), items_.end()); return *this; }
-  bool contains(const T& v, int start = 0) const { return find(v, start) >= 0; }
-  // Index of the first element equal to v at or after `start`, or -1.
-  int find(const T& v, int start = 0) const {
-    for (int i = std::max(start, 0); i < length(); ++i)
-      if (items_[static_cast<std::size_t>(i)] == v) return i;
-    return -1;
-  }
-  bool find(const T& v, int& foundAt, int start = 0) const { foundAt = find(v, start); return foundAt >= 0; }
-  bool remove(const T& v, int start = 0) { int i = find(v, start); if (i < 0) return false; removeAt(i); return true; }
+  bool contains(const T& v, int start = 0) const { return indexFrom(v, start) >= 0; }
+  // Index of the first element equal to v, or -1.
+  int find(const T& v) const { return indexFrom(v, 0); }
+  bool find(const T& v, int& foundAt, int start = 0) const { foundAt = indexFrom(v, start); return foundAt >= 0; }
+  bool remove(const T& v, int start = 0) { int i = indexFrom(v, start); if (i < 0) return false; removeAt(i); return true; }
   T* asArrayPtr() { return items_.data(); }
   const T* asArrayPtr() const { return items_.data(); }
   auto begin() { return items_.begin(); }
@@ -55,6 +51,11 @@ class AcArray {
   bool operator==(const AcArray& o) const { return items_ == o.items_; }
 
  private:
+  int indexFrom(const T& v, int start) const {
+    for (int i = std::max(start, 0); i < length(); ++i)
+      if (items_[static_cast<std::size_t>(i)] == v) return i;
+    return -1;
+  }
   std::vector<T> items_;
 };
 

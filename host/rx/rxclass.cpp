@@ -52,7 +52,7 @@ bool AcRxObject::isKindOf(const AcRxClass* aClass) const {
 }
 
 AcRxClass* AcRxClass::desc() {
-  static AcRxClass* cls = newAcRxClass(L"AcRxClass", L"AcRxObject", 0, 0, 0, nullptr, L"", L"");
+  static AcRxClass* cls = (AcRxObject::desc(), newAcRxClass(L"AcRxClass", L"AcRxObject", 0, 0, 0, nullptr, L"", L""));
   return cls;
 }
 
@@ -100,6 +100,7 @@ AcRxClass* newAcRxClass(const ACHAR* className, const ACHAR* parentClassName, in
                         int proxyFlags, AcRxPseudoConstructor pseudoConstructor, const ACHAR* dxfName,
                         const ACHAR* appName) {
   if (className == nullptr || className[0] == 0) return nullptr;
+  if (std::wcscmp(className, L"AcRxObject") != 0) AcRxObject::desc();  // the root is always there
   auto& r = registry().byName;
   auto it = r.find(className);
   if (it != r.end()) return it->second;

@@ -11,7 +11,7 @@ struct AcRxDictionary::Impl {
 };
 
 AcRxClass* AcRxDictionary::desc() {
-  static AcRxClass* cls = newAcRxClass(L"AcRxDictionary", L"AcRxObject", 0, 0, 0, nullptr, L"", L"");
+  static AcRxClass* cls = (AcRxObject::desc(), newAcRxClass(L"AcRxDictionary", L"AcRxObject", 0, 0, 0, nullptr, L"", L""));
   return cls;
 }
 AcRxClass* AcRxDictionary::isA() const { return AcRxDictionary::desc(); }

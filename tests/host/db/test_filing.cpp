@@ -1,0 +1,257 @@
+// Saving and reading drawings: round trips of every host class and of a custom class, proxies
+// for objects that refuse to read, damaged files, and inserting a drawing as a block.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+
+#include "db.h"
+
+namespace {
+
+// A custom entity as a module writes one: a versioned record after the entity's fields; a newer
+// version than it knows answers eMakeMeProxy.
+class TestMarker : public AcDbEntity {
+ public:
+  ACRX_DECLARE_MEMBERS(TestMarker);
+  static inline int version = 2;
+  AcGePoint3d at;
+  std::wstring tag;
+  Adesk::Boolean subWorldDraw(AcGiWorldDraw* mode) override {
+    AcGePoint3d pts[2] = {at, at + AcGeVector3d(1, 1, 0)};
+    mode->geometry().polyline(2, pts);
+    return true;
+  }
+  Acad::ErrorStatus subGetGeomExtents(AcDbExtents& ext) const override {
+    ext.addPoint(at);
+    return Acad::eOk;
+  }
+  Acad::ErrorStatus dwgOutFields(AcDbDwgFiler* filer) const override {
+    Acad::ErrorStatus es = AcDbEntity::dwgOutFields(filer);
+    if (es != Acad::eOk) return es;
+    filer->writeInt32(version);
+    filer->writePoint3d(at);
+    filer->writeString(tag);
+    return filer->filerStatus();
+  }
+  Acad::ErrorStatus dwgInFields(AcDbDwgFiler* filer) override {
+    Acad::ErrorStatus es = AcDbEntity::dwgInFields(filer);
+    if (es != Acad::eOk) return es;
+    Adesk::Int32 v = 0;
+    filer->readInt32(&v);
+    if (v > 2) return Acad::eMakeMeProxy;
+    filer->readPoint3d(&at);
+    filer->readString(tag);
+    return filer->filerStatus();
+  }
+};
+ACRX_DXF_DEFINE_MEMBERS(TestMarker, AcDbEntity, 1, 1, 1, TESTMARKER, "Test|Marker")
+
+struct Registered {
+  Registered() {
+    TestMarker::rxInit();
+    acrxBuildClassHierarchy();
+  }
+};
+const Registered registered;
+
+std::filesystem::path tempFile(const std::string& name) {
+  auto dir = std::filesystem::temp_directory_path() / "kv_db_tests";
+  std::filesystem::create_directories(dir);
+  return dir / name;
+}
+
+AcDbObjectId append(AcDbDatabase& db, AcDbEntity* e) {
+  AcDbBlockTableRecord* ms = nullptr;
+  EXPECT_EQ(acdbOpenObject(ms, db.modelSpaceId(), AcDb::kForWrite), Acad::eOk);
+  AcDbObjectId id;
+  EXPECT_EQ(ms->appendAcDbEntity(id, e), Acad::eOk);
+  e->close();
+  ms->close();
+  return id;
+}
+
+// A readable digest of model space: class, layer and filed fields by the copy filer.
+std::vector<std::string> digest(AcDbDatabase& db) {
+  std::vector<std::string> out;
+  AcDbBlockTableRecord* ms = nullptr;
+  EXPECT_EQ(acdbOpenObject(ms, db.modelSpaceId(), AcDb::kForRead), Acad::eOk);
+  AcDbBlockTableRecordIterator* it = nullptr;
+  ms->newIterator(it);
+  for (; !it->done(); it->step()) {
+    AcDbEntity* e = nullptr;
+    it->getEntity(e, AcDb::kForRead);
+    AcDbDxfMemoryFiler f(&db);
+    e->dxfOut(&f);
+    std::string line = acrxToUtf8(e->isA()->name());
+    for (const auto& g : f.groups()) {
+      char buf[200];
+      std::snprintf(buf, sizeof buf, " %d:%s:%.6g,%.6g,%.6g:%lld", g.code, acrxToUtf8(g.text).c_str(), g.values[0],
+                    g.values[1], g.values[2], static_cast<long long>(g.integer));
+      line += buf;
+    }
+    out.push_back(line);
+    e->close();
+  }
+  delete it;
+  ms->close();
+  return out;
+}
+
+void buildSample(AcDbDatabase& db) {
+  acdbHostApplicationServices()->setWorkingDatabase(&db);  // new entities resolve names there
+  AcDbLayerTable* lt = nullptr;
+  db.getLayerTable(lt, AcDb::kForWrite);
+  auto* layer = new AcDbLayerTableRecord;
+  layer->setName(L"DUCT");
+  AcCmColor c;
+  c.setColorIndex(3);
+  layer->setColor(c);
+  lt->add(layer);
+  layer->close();
+  lt->close();
+  auto* line = new AcDbLine(AcGePoint3d(0, 0, 0), AcGePoint3d(10, 5, 2));
+  line->setLayer(L"DUCT");
+  append(db, line);
+  auto* pl = new AcDbPolyline;
+  pl->addVertexAt(0, {0, 0}, 0.5);
+  pl->addVertexAt(1, {5, 0});
+  pl->addVertexAt(2, {5, 5});
+  pl->setClosed(true);
+  append(db, pl);
+  auto* text = new AcDbMText;
+  text->setContents(L"ROOM\\P101");
+  text->setLocation({3, 4, 0});
+  text->setTextHeight(0.5);
+  append(db, text);
+  auto* marker = new TestMarker;
+  marker->at = {7, 7, 0};
+  marker->tag = L"tag é";
+  append(db, marker);
+  db.setDimscale(24);
+  acdbHostApplicationServices()->setWorkingDatabase(nullptr);
+}
+
+TEST(DbFiling, SaveAndReadGivesTheSameDrawing) {
+  auto path = tempFile("roundtrip.dwg");
+  std::vector<std::string> before;
+  {
+    AcDbDatabase db;
+    buildSample(db);
+    before = digest(db);
+    ASSERT_EQ(db.saveAs(acrxFromUtf8(path.string()).c_str()), Acad::eOk);
+  }
+  AcDbDatabase back(false, true);
+  ASSERT_EQ(back.readDwgFile(acrxFromUtf8(path.string()).c_str()), Acad::eOk);
+  EXPECT_EQ(digest(back), before);
+  EXPECT_EQ(back.dimscale(), 24.0);
+  AcDbLayerTable* lt = nullptr;
+  ASSERT_EQ(back.getLayerTable(lt, AcDb::kForRead), Acad::eOk);
+  AcDbLayerTableRecord* duct = nullptr;
+  ASSERT_EQ(lt->getAt(L"duct", duct, AcDb::kForRead), Acad::eOk);
+  EXPECT_EQ(duct->color().colorIndex(), 3);
+  duct->close();
+  lt->close();
+  auto again = tempFile("roundtrip2.dwg");
+  ASSERT_EQ(back.saveAs(acrxFromUtf8(again.string()).c_str()), Acad::eOk);
+  std::ifstream a(path, std::ios::binary), b(again, std::ios::binary);
+  std::string da((std::istreambuf_iterator<char>(a)), {}), dbytes((std::istreambuf_iterator<char>(b)), {});
+  EXPECT_EQ(da, dbytes) << "a drawing read and saved again is byte for byte the same";
+}
+
+TEST(DbFiling, NewerObjectsSurviveAsProxiesUnchanged) {
+  auto path = tempFile("proxy.dwg"), again = tempFile("proxy2.dwg");
+  TestMarker::version = 3;
+  {
+    AcDbDatabase db;
+    auto* m = new TestMarker;
+    m->at = {1, 2, 3};
+    append(db, m);
+    ASSERT_EQ(db.saveAs(acrxFromUtf8(path.string()).c_str()), Acad::eOk);
+  }
+  TestMarker::version = 2;
+  {
+    AcDbDatabase db(false, true);
+    ASSERT_EQ(db.readDwgFile(acrxFromUtf8(path.string()).c_str()), Acad::eOk);
+    AcDbObjectId id;
+    AcDbBlockTableRecord* ms = nullptr;
+    ASSERT_EQ(acdbOpenObject(ms, db.modelSpaceId(), AcDb::kForRead), Acad::eOk);
+    id = ms->entityIds().at(0);
+    ms->close();
+    AcDbProxyEntity* proxy = nullptr;
+    ASSERT_EQ(acdbOpenObject(proxy, id, AcDb::kForRead), Acad::eOk);
+    EXPECT_STREQ(proxy->originalClassName(), L"TestMarker");
+    EXPECT_STREQ(proxy->originalDxfName(), L"TESTMARKER");
+    proxy->close();
+    ASSERT_EQ(db.saveAs(acrxFromUtf8(again.string()).c_str()), Acad::eOk);
+  }
+  std::ifstream a(path, std::ios::binary), b(again, std::ios::binary);
+  std::string da((std::istreambuf_iterator<char>(a)), {}), dbytes((std::istreambuf_iterator<char>(b)), {});
+  EXPECT_EQ(da, dbytes);
+  TestMarker::version = 3;
+  AcDbDatabase db(false, true);
+  ASSERT_EQ(db.readDwgFile(acrxFromUtf8(again.string()).c_str()), Acad::eOk);
+  TestMarker::version = 2;
+}
+
+TEST(DbFiling, DamagedAndForeignFilesAreRefused) {
+  auto path = tempFile("damaged.dwg");
+  {
+    AcDbDatabase db;
+    buildSample(db);
+    ASSERT_EQ(db.saveAs(acrxFromUtf8(path.string()).c_str()), Acad::eOk);
+  }
+  auto size = std::filesystem::file_size(path);
+  std::filesystem::resize_file(path, size / 2);
+  AcDbDatabase db(false, true);
+  EXPECT_NE(db.readDwgFile(acrxFromUtf8(path.string()).c_str()), Acad::eOk);
+  std::ofstream(path, std::ios::binary | std::ios::trunc) << "AC1032 not ours";
+  EXPECT_EQ(db.readDwgFile(acrxFromUtf8(path.string()).c_str()), Acad::eInvalidDwgVersion);
+  EXPECT_EQ(db.readDwgFile(L"/nonexistent/x.dwg"), Acad::eFileNotFound);
+}
+
+TEST(DbFiling, InsertCopiesModelSpaceAsABlockWithItsLayers) {
+  AcDbDatabase source;
+  buildSample(source);
+  AcDbDatabase target;
+  AcDbObjectId blockId;
+  ASSERT_EQ(target.insert(blockId, L"SAMPLE", &source, true), Acad::eOk);
+  EXPECT_EQ(target.insert(blockId, L"SAMPLE", &source, true), Acad::eDuplicateRecordName);
+  AcDbBlockTable* bt = nullptr;
+  target.getBlockTable(bt, AcDb::kForRead);
+  AcDbObjectId id = bt->getIdAt(L"SAMPLE");
+  bt->close();
+  AcDbBlockTableRecord* btr = nullptr;
+  ASSERT_EQ(acdbOpenObject(btr, id, AcDb::kForRead), Acad::eOk);
+  EXPECT_EQ(btr->entityIds().size(), 4u);
+  AcDbLine* line = nullptr;
+  ASSERT_EQ(acdbOpenObject(line, btr->entityIds()[0], AcDb::kForRead), Acad::eOk);
+  EXPECT_EQ(line->database(), &target);
+  EXPECT_EQ(line->layerId().database(), &target) << "the layer was copied into the target";
+  EXPECT_STREQ(line->layer(), L"DUCT");
+  line->close();
+  btr->close();
+}
+
+TEST(DbFiling, FindFileLooksBesideTheDrawingThenOnTheSupportPath) {
+  auto dir = tempFile("find");
+  std::filesystem::remove_all(dir);
+  std::filesystem::create_directories(dir / "support");
+  std::ofstream(dir / "support" / "ARROW.dwg") << "x";
+  AcDbDatabase db;
+  ASSERT_EQ(db.saveAs(acrxFromUtf8((dir / "plan.dwg").string()).c_str()), Acad::eOk);
+  auto* services = acdbHostApplicationServices();
+  ACHAR found[512];
+  EXPECT_EQ(services->findFile(found, 512, L"ARROW.dwg", &db), Acad::eFileNotFound);
+  services->setSupportPath(acrxFromUtf8((dir / "support").string()).c_str());
+  ASSERT_EQ(services->findFile(found, 512, L"ARROW.dwg", &db), Acad::eOk);
+  EXPECT_EQ(std::filesystem::path(acrxToUtf8(found)), dir / "support" / "ARROW.dwg");
+  EXPECT_EQ(services->findFile(found, 4, L"ARROW.dwg", &db), Acad::eBufferTooSmall);
+  std::ofstream(dir / "ARROW.dwg") << "y";
+  ASSERT_EQ(services->findFile(found, 512, L"ARROW.dwg", &db), Acad::eOk);
+  EXPECT_EQ(std::filesystem::path(acrxToUtf8(found)), dir / "ARROW.dwg") << "the drawing's folder comes first";
+  services->setSupportPath(L"");
+}
+
+}  // namespace
