@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
 #include <string>
 #include <vector>
 
@@ -100,8 +101,18 @@ class Module {
   }
   bool loaded() const { return entry_ != nullptr; }
   const std::string& error() const { return error_; }
-  // Sends a message; false when the module refuses it.
-  bool send(AcRx::AppMsgCode msg) { return !entry_ || entry_(msg, handle_) == AcRx::kRetOK; }
+  // Sends a message; false when the module refuses it or lets an exception out.
+  bool send(AcRx::AppMsgCode msg) {
+    if (!entry_) return true;
+    try {
+      return entry_(msg, handle_) == AcRx::kRetOK;
+    } catch (const std::exception& e) {
+      std::fprintf(stderr, "kvhost: the module failed on message %d: %s\n", static_cast<int>(msg), e.what());
+    } catch (...) {
+      std::fprintf(stderr, "kvhost: the module failed on message %d\n", static_cast<int>(msg));
+    }
+    return false;
+  }
 
  private:
   bool fail(const std::string& why) {
@@ -132,6 +143,12 @@ std::vector<std::string> applicationFiles(const std::string& folder) {
   return files;
 }
 
+// True for the reader's complaints about input that may go on on the next line.
+bool unfinished(const kvlisp::Error& e) {
+  std::string_view what = e.what();
+  return what == "malformed list on input" || what == "malformed string on input";
+}
+
 // Reads complete expressions from the console and prints each value, until end of input.
 void repl(kvlisp::Environment& env) {
   std::string pending;
@@ -143,15 +160,18 @@ void repl(kvlisp::Environment& env) {
     std::free(line);
     if (!text.empty()) add_history(text.c_str());
     pending += text + "\n";
+    std::vector<kvlisp::Value> forms;
     try {
-      kvlisp::readAll(pending);
+      forms = kvlisp::readAll(pending);
     } catch (const kvlisp::Error& e) {
-      if (std::string(e.what()) == "malformed list on input" || std::string(e.what()) == "malformed string on input")
-        continue;  // the expression goes on on the next line
+      if (unfinished(e)) continue;
+      kvads::consoleWrite(std::string("; error: ") + e.what() + "\n");
     }
-    std::string source;
-    source.swap(pending);
-    env.runTopLevel("(progn (prin1 (progn " + source + "\n)) (terpri) (princ))");
+    pending.clear();
+    for (const kvlisp::Value& form : forms) {
+      kvlisp::Value v;
+      if (env.evalTopLevel(form, v)) kvads::consoleWrite(v.print(true) + "\n");
+    }
   }
   kvads::consoleWrite("\n");
 }

@@ -407,6 +407,16 @@ bool Environment::runTopLevel(std::string_view source) {
   }
 }
 
+bool Environment::evalTopLevel(const Value& form, Value& result) {
+  try {
+    result = impl_->eval(form);
+    return true;
+  } catch (const Error& e) {
+    impl_->topLevelError(e.what());
+    return false;
+  }
+}
+
 bool Environment::loadTopLevel(const std::string& path) {
   try {
     load(path);

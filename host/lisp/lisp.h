@@ -230,6 +230,8 @@ class Environment final : public kvads::LispSession {
   // defined, else prints "; error: TEXT". False when an error escaped. ExitRequest passes through.
   bool runTopLevel(std::string_view source);
   bool loadTopLevel(const std::string& path);
+  // One expression at top level, its value in `result` when no error escaped.
+  bool evalTopLevel(const Value& form, Value& result);
 
   Value get(std::string_view name) const;
   void set(std::string_view name, Value value);

@@ -138,12 +138,13 @@ TEST(Kvhost, InteractiveConsoleReadsWholeExpressions) {
   HostRun r = kvhost("-i < /dev/null");
   EXPECT_EQ(r.status, 0);
   fs::path dir = tempDir("kvhost_repl");
-  std::ofstream(dir / "in.txt") << "(setq a\n 5)\n(car 1)\n(+ a 1)\n";
+  std::ofstream(dir / "in.txt") << "(setq a\n 5)\n(car 1)\n(+ a 1) \"s\"\n)\n(princ)\n";
   r = kvhost("-i < " + (dir / "in.txt").string());
   EXPECT_EQ(r.status, 0) << "errors at the console do not end the session";
   EXPECT_NE(r.out.find("5\n"), std::string::npos) << r.out;
   EXPECT_NE(r.out.find("; error: bad argument type: consp 1"), std::string::npos) << r.out;
-  EXPECT_NE(r.out.find("6\n"), std::string::npos) << r.out;
+  EXPECT_NE(r.out.find("6\n\"s\"\n"), std::string::npos) << r.out;
+  EXPECT_NE(r.out.find("; error: extra right paren on input"), std::string::npos) << r.out;
 }
 
 }  // namespace
