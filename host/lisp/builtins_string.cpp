@@ -229,10 +229,7 @@ Value lTrim(Environment&, Args a) { return trim(a, true, true); }
 Value lLeftTrim(Environment&, Args a) { return trim(a, true, false); }
 Value lRightTrim(Environment&, Args a) { return trim(a, false, true); }
 
-// One pattern of wcmatch (no top-level commas) against a text from position si.
-bool wildMatch(const std::wstring& pat, std::size_t pi, const std::wstring& s, std::size_t si, int depth);
-
-// A [...] class at pat[pi] (on '['): whether c is in it, and where the class ends.
+// A [...] class at pat[pi] (on '['): whether c is in it; pi moves to the closing ']'.
 bool inClass(const std::wstring& pat, std::size_t& pi, wchar_t c) {
   std::size_t i = pi + 1;
   bool negate = i < pat.size() && pat[i] == L'~' && i + 1 < pat.size() && pat[i + 1] != L']';
@@ -248,34 +245,47 @@ bool inClass(const std::wstring& pat, std::size_t& pi, wchar_t c) {
     }
     if (c >= lo && c <= hi) found = true;
   }
-  pi = i;  // on the closing ']' (or the end)
+  pi = i;
   return found != negate;
 }
 
-bool wildMatch(const std::wstring& pat, std::size_t pi, const std::wstring& s, std::size_t si, int depth) {
-  if (depth > 200) return false;  // a pathological pattern ends as no match
-  for (; pi < pat.size(); ++pi, ++si) {
-    wchar_t p = pat[pi];
-    if (p == L'*') {
-      for (std::size_t k = si; k <= s.size(); ++k)
-        if (wildMatch(pat, pi + 1, s, k, depth + 1)) return true;
-      return false;
-    }
-    if (si >= s.size()) return false;
-    wchar_t c = s[si];
-    bool ok;
-    switch (p) {
-      case L'#': ok = c >= L'0' && c <= L'9'; break;
-      case L'@': ok = std::iswalpha(c) || (c >= 0xC0 && c <= 0x24F); break;
-      case L'.': ok = !std::iswalnum(c) && !(c >= 0xC0 && c <= 0x24F); break;
-      case L'?': ok = true; break;
-      case L'[': ok = inClass(pat, pi, c); break;
-      case L'`': ok = pi + 1 < pat.size() && pat[++pi] == c; break;
-      default: ok = p == c;
-    }
-    if (!ok) return false;
+bool isLetter(wchar_t c) { return std::iswalpha(c) || (c >= 0xC0 && c <= 0x24F && c != 0xD7 && c != 0xF7); }
+
+// Whether the one-character token at pat[pi] matches c; pi moves to the token's last character.
+bool matchOne(const std::wstring& pat, std::size_t& pi, wchar_t c) {
+  switch (pat[pi]) {
+    case L'#': return c >= L'0' && c <= L'9';
+    case L'@': return isLetter(c);
+    case L'.': return !isLetter(c) && !(c >= L'0' && c <= L'9');
+    case L'?': return true;
+    case L'[': return inClass(pat, pi, c);
+    case L'`': return pi + 1 < pat.size() && pat[++pi] == c;
+    default: return pat[pi] == c;
   }
-  return si == s.size();
+}
+
+// One alternative against the whole text. Stars backtrack to the latest one only, which is
+// enough for single-character tokens and keeps the match linear per star.
+bool wildMatch(const std::wstring& pat, std::size_t p, const std::wstring& s) {
+  std::size_t i = 0, starP = std::wstring::npos, starI = 0;
+  while (i < s.size()) {
+    if (p < pat.size() && pat[p] == L'*') {
+      starP = p++;
+      starI = i;
+      continue;
+    }
+    std::size_t token = p;
+    if (p < pat.size() && matchOne(pat, token, s[i])) {
+      p = token + 1;
+      ++i;
+      continue;
+    }
+    if (starP == std::wstring::npos) return false;
+    p = starP + 1;
+    i = ++starI;
+  }
+  while (p < pat.size() && pat[p] == L'*') ++p;
+  return p == pat.size();
 }
 
 // (wcmatch string pattern): the platform's wildcards; commas separate alternatives and a leading
@@ -291,7 +301,7 @@ Value lWcmatch(Environment&, Args a) {
     if (i < pats.size() && pats[i] != L',') continue;
     std::wstring one = pats.substr(start, i - start);
     bool negate = !one.empty() && one[0] == L'~';
-    if (wildMatch(one, negate ? 1 : 0, s, 0, 0) != negate) return Value::t();
+    if (wildMatch(one, negate ? 1 : 0, s) != negate) return Value::t();
     start = i + 1;
   }
   return Value();
