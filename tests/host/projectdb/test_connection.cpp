@@ -154,6 +154,16 @@ TEST_F(Connection, SqlInTheAccessDialectRunsAsWritten) {
   ASSERT_EQ(ducts.size(), 1u);
   EXPECT_EQ(ducts[0].lVal, 1);
   EXPECT_EQ(Query(L"Select [ixDuct] from tblDuct where AIRFLOW = \"zz\"").size(), 0u);
+  // Quotes of either kind inside literals, True/False only as whole words, case of keywords.
+  std::vector<_variant_t> texts = Query(L"select \"it's\" union all select 'say \"hi\"' union all select 'TRUE story'");
+  ASSERT_EQ(texts.size(), 3u);
+  EXPECT_EQ(std::wstring(texts[0].bstrVal), L"it's");
+  EXPECT_EQ(std::wstring(texts[1].bstrVal), L"say \"hi\"");
+  EXPECT_EQ(std::wstring(texts[2].bstrVal), L"TRUE story");
+  EXPECT_EQ(Query(L"select TRUE + false")[0].lVal, -1);
+  EXPECT_EQ(Query(L"select count(*) as trueCount from tblDuct where AIRFLOW = 'ra'")[0].lVal, 1);
+  // Text compares without regard to case, as drawing names do.
+  EXPECT_EQ(Query(L"select ixDuct from tblDuct where DRAWING = \"OTHER.DWG\"").size(), 1u);
   // Failures are reported through the error slots, never as a failing call.
   EXPECT_FALSE(Execute(L"update tblNothing set x = 1"));
   EXPECT_EQ(LastError().first, 3078);
