@@ -47,6 +47,26 @@ FileKind sniff(const std::string& path) {
   return FileKind::Other;
 }
 
+std::string folderOf(const std::string& path) {
+  std::size_t slash = path.rfind('/');
+  return slash == std::string::npos ? "." : slash == 0 ? "/" : path.substr(0, slash);
+}
+
+// A file: URI that opens path without any journal, for files in folders that cannot be written.
+std::string immutableUri(const std::string& path) {
+  std::string uri = "file:";
+  for (char c : path) {
+    if (c == '%' || c == '?' || c == '#') {
+      char escaped[4];
+      std::snprintf(escaped, sizeof escaped, "%%%02X", static_cast<unsigned char>(c));
+      uri += escaped;
+    } else {
+      uri += c;
+    }
+  }
+  return uri + "?immutable=1";
+}
+
 }  // namespace
 
 std::string LowerAscii(std::string_view text) {
@@ -227,8 +247,12 @@ ProjectDatabaseImpl::OpenOutcome ProjectDatabaseImpl::OpenFile(const std::string
     return OpenOutcome::Failed;
   }
   sqlite3* raw = nullptr;
-  int flags = (readOnly ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE) | SQLITE_OPEN_NOMUTEX;
-  int rc = sqlite3_open_v2(path.c_str(), &raw, flags, nullptr);
+  int flags = (readOnly ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE) | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_URI;
+  // In a folder nobody can write, no journal can exist beside the file and none could be made:
+  // the file is read as it stands.
+  bool sealed = readOnly && access(folderOf(path).c_str(), W_OK) != 0;
+  std::string name = sealed ? immutableUri(path) : path;
+  int rc = sqlite3_open_v2(name.c_str(), &raw, flags, nullptr);
   db_.reset(raw);
   if (rc == SQLITE_OK) rc = ConfigureConnection(raw, readOnly);
   if (rc != SQLITE_OK) {
@@ -270,7 +294,7 @@ HRESULT ProjectDatabaseImpl::OpenView(BSTR path, VARIANT_BOOL* readOnly, VARIANT
   if (!readOnly || !ok) return E_POINTER;
   ClearError();
   std::string file = utf8(path);
-  std::string folder = file.find('/') == std::string::npos ? "." : file.substr(0, file.rfind('/') + 1);
+  std::string folder = folderOf(file);
   // A file without write permission bits counts as read-only even for a user who could override
   // them, as the read-only attribute does on the platform's file systems.
   struct stat info {};
