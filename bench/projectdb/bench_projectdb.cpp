@@ -12,16 +12,29 @@
 namespace {
 
 // Project files go to KV_BENCH_DIR (default: the system's temporary folder), so the cost of
-// syncing to a real disk can be compared with a memory file system.
-std::string benchFile(const std::string& name) {
-  const char* dir = std::getenv("KV_BENCH_DIR");
-  std::filesystem::path folder = dir ? dir : std::filesystem::temp_directory_path().string();
-  folder /= "kvprojectdb-bench";
-  std::filesystem::create_directories(folder);
-  std::string file = (folder / (name + "_kv_hvac.kv")).string();
-  for (const char* suffix : {"", "-wal", "-shm", ".damaged"}) std::filesystem::remove(file + suffix);
-  return file;
-}
+// syncing to a real disk can be compared with a memory file system. Each benchmark's file is
+// removed when the benchmark ends.
+class BenchFile {
+ public:
+  explicit BenchFile(const std::string& name) {
+    const char* dir = std::getenv("KV_BENCH_DIR");
+    std::filesystem::path folder = dir ? dir : std::filesystem::temp_directory_path().string();
+    folder /= "kvprojectdb-bench";
+    std::filesystem::create_directories(folder);
+    path_ = (folder / (name + "_kv_hvac.kv")).string();
+    Remove();
+  }
+  BenchFile(const BenchFile&) = delete;
+  BenchFile& operator=(const BenchFile&) = delete;
+  ~BenchFile() { Remove(); }
+  operator const std::string&() const { return path_; }
+
+ private:
+  void Remove() {
+    for (const char* suffix : {"", "-wal", "-shm"}) std::filesystem::remove(path_ + suffix);
+  }
+  std::string path_;
+};
 
 ProjectDatabasePtr createProject(const std::string& file, int ducts) {
   ProjectDatabasePtr db;
@@ -73,7 +86,7 @@ constexpr int kRows = 10000;
 
 // The work of a keyed edit: read the whole row by key, write one column back.
 void BM_RawSeekUpdate(benchmark::State& state) {
-  std::string file = benchFile("rawseek");
+  BenchFile file("rawseek");
   createProject(file, kRows).Reset();
   RawDb raw(file);
   sqlite3_stmt* select = raw.prepare("SELECT * FROM tblDuct WHERE ixDuct = ?1");
@@ -96,7 +109,7 @@ void BM_RawSeekUpdate(benchmark::State& state) {
 BENCHMARK(BM_RawSeekUpdate)->Unit(benchmark::kMicrosecond);
 
 void BM_ComponentSeekUpdate(benchmark::State& state) {
-  std::string file = benchFile("comseek");
+  BenchFile file("comseek");
   ProjectDatabasePtr db = createProject(file, kRows);
   int key = 0;
   for (auto _ : state) {
@@ -114,7 +127,7 @@ void BM_ComponentSeekUpdate(benchmark::State& state) {
 BENCHMARK(BM_ComponentSeekUpdate)->Unit(benchmark::kMicrosecond);
 
 void BM_RawInsert(benchmark::State& state) {
-  std::string file = benchFile("rawinsert");
+  BenchFile file("rawinsert");
   createProject(file, 0).Reset();
   RawDb raw(file);
   sqlite3_stmt* insert = raw.prepare("INSERT INTO tblDuct (WIDTH, AIRFLOW) VALUES (?1, 'sa')");
@@ -133,7 +146,7 @@ void BM_RawInsert(benchmark::State& state) {
 BENCHMARK(BM_RawInsert)->Unit(benchmark::kMicrosecond);
 
 void BM_ComponentInsert(benchmark::State& state) {
-  std::string file = benchFile("cominsert");
+  BenchFile file("cominsert");
   ProjectDatabasePtr db = createProject(file, 0);
   for (auto _ : state) {
     setTable(db.Get(), L"tblDuct", L"ixDuct");
@@ -150,7 +163,7 @@ BENCHMARK(BM_ComponentInsert)->Unit(benchmark::kMicrosecond);
 void BM_ComponentScan(benchmark::State& state) {
   const int rows = static_cast<int>(state.range(0));
   const wchar_t* index = state.range(1) ? L"distance1" : L"ixDuct";
-  std::string file = benchFile("scan" + std::to_string(rows));
+  BenchFile file("scan" + std::to_string(rows));
   ProjectDatabasePtr db = createProject(file, rows);
   for (auto _ : state) {
     setTable(db.Get(), L"tblDuct", index);
@@ -171,7 +184,7 @@ BENCHMARK(BM_ComponentScan)->Args({10000, 0})->Args({100000, 0})->Args({10000, 1
 
 void BM_RawScan(benchmark::State& state) {
   const int rows = static_cast<int>(state.range(0));
-  std::string file = benchFile("rawscan" + std::to_string(rows));
+  BenchFile file("rawscan" + std::to_string(rows));
   createProject(file, rows).Reset();
   RawDb raw(file);
   sqlite3_stmt* scan = raw.prepare("SELECT rowid, * FROM tblDuct ORDER BY DISTANCE1, rowid");
