@@ -1,21 +1,22 @@
 // kvhost: the stand-in host program. Loads the module, gives each document its LISP
 // environment and the application layer, and runs expressions, scripts and a console.
 #include <dirent.h>
-#include <dlfcn.h>
 #include <readline/history.h>
 #include <readline/readline.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <exception>
+#include <filesystem>
 #include <string>
 #include <vector>
 
+#include "documents.h"
 #include "inputqueue.h"
 #include "lisp.h"
-#include "rxdefs.h"
+#include "module.h"
 
 namespace {
 
@@ -24,7 +25,7 @@ const char kUsage[] =
     "              [--no-module] [SCRIPT.lsp]...\n"
     "\n"
     "Runs the HVAC module in the stand-in host.\n"
-    "  --project DIR    the project folder of the unsaved drawing\n"
+    "  --project DIR    works in DIR (made when missing): the project of an unsaved drawing\n"
     "  --open DRAWING   opens a drawing, or creates it (the last one is current)\n"
     "  --input FILE     fills the user-input queue (grammar: host/kvhost/README.md)\n"
     "  -e EXPR          evaluates a LISP expression\n"
@@ -85,44 +86,6 @@ std::string exeFolder() {
   std::string path(buf.data(), static_cast<std::size_t>(n));
   return path.substr(0, path.rfind('/'));
 }
-
-// The module as the platform holds it: the library and its entry point.
-class Module {
- public:
-  using Entry = AcRx::AppRetCode (*)(AcRx::AppMsgCode, void*);
-
-  // Loads it; false with a message in error() when it cannot.
-  bool load(const std::string& path) {
-    handle_ = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (!handle_) return fail(dlerror());
-    entry_ = reinterpret_cast<Entry>(dlsym(handle_, "acrxEntryPoint"));
-    if (!entry_) return fail(path + " exports no acrxEntryPoint");
-    return true;
-  }
-  bool loaded() const { return entry_ != nullptr; }
-  const std::string& error() const { return error_; }
-  // Sends a message; false when the module refuses it or lets an exception out.
-  bool send(AcRx::AppMsgCode msg) {
-    if (!entry_) return true;
-    try {
-      return entry_(msg, handle_) == AcRx::kRetOK;
-    } catch (const std::exception& e) {
-      std::fprintf(stderr, "kvhost: the module failed on message %d: %s\n", static_cast<int>(msg), e.what());
-    } catch (...) {
-      std::fprintf(stderr, "kvhost: the module failed on message %d\n", static_cast<int>(msg));
-    }
-    return false;
-  }
-
- private:
-  bool fail(const std::string& why) {
-    error_ = why;
-    return false;
-  }
-  void* handle_ = nullptr;  // kept open to the end: functions it defined stay callable
-  Entry entry_ = nullptr;
-  std::string error_;
-};
 
 std::string lispFolder() {
   if (const char* dir = std::getenv("KV_LISP_DIR")) return dir;
@@ -187,14 +150,62 @@ bool startDocument(kvlisp::Environment& env, Module& module) {
   return ok;
 }
 
-int run(const Options& o, kvlisp::Environment& env, Module& module) {
-  int status = startDocument(env, module) ? 0 : 1;
+// Expressions and scripts in order, each in the document current when it starts; the first
+// uncaught error ends the run with 1.
+int runActions(const Options& o, Documents& docs) {
   for (const Action& a : o.actions) {
-    if (status != 0) break;
-    bool ok = a.isScript ? env.loadTopLevel(a.text) : env.runTopLevel(a.text);
-    if (!ok) status = 1;
+    kvlisp::Environment* env = docs.current();
+    if (!env) {
+      std::fprintf(stderr, "kvhost: no document is open\n");
+      return 1;
+    }
+    if (!(a.isScript ? env->loadTopLevel(a.text) : env->runTopLevel(a.text))) return 1;
   }
-  if (o.interactive) repl(env);
+  if (o.interactive && docs.current()) repl(*docs.current());
+  return 0;
+}
+
+// Paths given relative to where kvhost was started, made absolute before --project moves there.
+void anchorPaths(Options& o) {
+  auto absolute = [](std::string& p) { p = std::filesystem::absolute(p).lexically_normal().string(); };
+  for (auto& d : o.drawings) absolute(d);
+  for (auto& i : o.inputs) absolute(i);
+  for (auto& a : o.actions)
+    if (a.isScript) absolute(a.text);
+}
+
+// --project DIR: the working folder, so that an unsaved drawing's project (the folder "") is DIR.
+bool enterProject(const std::string& dir) {
+  std::error_code ec;
+  std::filesystem::create_directories(dir, ec);
+  if (chdir(dir.c_str()) != 0) {
+    std::fprintf(stderr, "kvhost: cannot work in the project folder %s\n", dir.c_str());
+    return false;
+  }
+  return true;
+}
+
+// Start, documents, actions, stop: the exit status.
+int session(const Options& o, Module& module) {
+  if (!module.send(AcRx::kInitAppMsg)) {
+    std::fprintf(stderr, "kvhost: the module refused to start\n");
+    return 2;
+  }
+  int status = 0;
+  {
+    Documents docs([&module](kvlisp::Environment& env) { return startDocument(env, module); });
+    try {
+      switch (docs.open(o.drawings)) {
+        case Documents::Opened::CannotOpen: status = 2; break;
+        case Documents::Opened::StartupFailed: status = 1; break;
+        case Documents::Opened::Ok: status = runActions(o, docs); break;
+      }
+    } catch (const kvlisp::ExitRequest& e) {
+      status = e.status;
+    }
+    docs.closeAll();
+  }
+  module.send(AcRx::kUnloadAppMsg);
   return status;
 }
 
@@ -202,15 +213,16 @@ int run(const Options& o, kvlisp::Environment& env, Module& module) {
 
 int main(int argc, char** argv) {
   Options o = parseArgs(argc, argv);
+  if (!o.project.empty()) {
+    anchorPaths(o);
+    if (!enterProject(o.project)) return 2;
+  }
   try {
     for (const std::string& f : o.inputs) kvinput::InputQueue::instance().loadFile(f);
   } catch (const kvinput::ParseError& e) {
     std::fprintf(stderr, "kvhost: %s\n", e.what());
     return 2;
   }
-  for (const std::string& d : o.drawings)
-    std::fprintf(stderr, "kvhost: drawings are not built yet; --open %s is ignored\n", d.c_str());
-
   Module module;
   const char* override = std::getenv("KV_MODULE");
   std::string path = override ? override : exeFolder() + "/libkv_hvac.so";
@@ -219,20 +231,7 @@ int main(int argc, char** argv) {
                  o.noModule ? "; going on without it" : "");
     if (!o.noModule) return 2;
   }
-
-  kvlisp::Environment env;  // the one unsaved document
-  kvads::setCurrentSession(&env);
-  int status = 0;
-  try {
-    if (!module.send(AcRx::kInitAppMsg)) {
-      std::fprintf(stderr, "kvhost: the module refused to start\n");
-      return 2;
-    }
-    status = run(o, env, module);
-  } catch (const kvlisp::ExitRequest& e) {
-    status = e.status;
-  }
-  module.send(AcRx::kUnloadAppMsg);
+  int status = session(o, module);
   kvads::consoleFlush();
   return status;
 }

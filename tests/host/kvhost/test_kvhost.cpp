@@ -19,14 +19,15 @@ struct HostRun {
 };
 
 // Runs kvhost through the shell with the stand-in module and an empty application layer unless
-// the environment given says otherwise; stdout captured, stderr appended after "--stderr--".
-HostRun kvhost(const std::string& args, const std::string& env = "") {
+// the environment given says otherwise, after `prefix` (a shell command such as a cd); stdout
+// captured, stderr appended after "--stderr--".
+HostRun kvhost(const std::string& args, const std::string& env = "", const std::string& prefix = "") {
   std::string bin = KV_BINARY_DIR;
   static int calls = 0;  // test cases run in parallel processes: each call its own file
   fs::path err = fs::path(::testing::TempDir()) /
                  ("kvhost_stderr_" + std::to_string(getpid()) + "_" + std::to_string(++calls) + ".txt");
-  std::string cmd = "KV_MODULE=" + bin + "/libkvhost_testmodule.so KV_LISP_DIR=/nonexistent " + env + " " + bin +
-                    "/kvhost " + args + " 2>" + err.string();
+  std::string cmd = prefix + " KV_MODULE=" + bin + "/libkvhost_testmodule.so KV_LISP_DIR=/nonexistent " + env + " " +
+                    bin + "/kvhost " + args + " 2>" + err.string();
   HostRun r{-1, ""};
   FILE* p = popen(cmd.c_str(), "r");
   if (!p) return r;
@@ -114,9 +115,20 @@ TEST(Kvhost, CommandLine) {
   EXPECT_TRUE(r.out.starts_with("usage: kvhost [--project DIR] [--open DRAWING]...")) << r.out;
   EXPECT_EQ(kvhost("--frobnicate").status, 2);
   EXPECT_EQ(kvhost("-e").status, 2);
-  r = kvhost("--project /tmp --open plan.dwg -e '(princ 1)'");
+  fs::path dir = tempDir("kvhost_project");
+  std::ofstream(dir / "script.lsp") << "(princ (findfile \"here.txt\"))";
+  fs::create_directories(dir / "proj");
+  std::ofstream(dir / "proj" / "here.txt") << "x";
+  r = kvhost("--project proj script.lsp", "", "cd " + dir.string() + " &&");
   EXPECT_EQ(r.status, 0);
-  EXPECT_EQ(r.out, "[init][load]1[unload]--stderr--kvhost: drawings are not built yet; --open plan.dwg is ignored\n");
+  EXPECT_EQ(r.out, "[init][load]" + (dir / "proj" / "here.txt").string() + "[unload]")
+      << "scripts named before the move still load; the project folder is where kvhost works";
+  r = kvhost("--project new/sub -e '(princ 1)'", "", "cd " + dir.string() + " &&");
+  EXPECT_EQ(r.status, 0);
+  EXPECT_TRUE(fs::is_directory(dir / "new" / "sub")) << "a missing project folder is made";
+  r = kvhost("--open " + (dir / "plan.dwg").string() + " -e '(princ 1)'");
+  EXPECT_EQ(r.status, 0);
+  EXPECT_TRUE(r.out.starts_with("[init][load]1[unload]")) << r.out;
 }
 
 TEST(Kvhost, InputFileFillsTheQueue) {
