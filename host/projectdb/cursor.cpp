@@ -11,8 +11,6 @@ constexpr std::size_t kMaxBatch = 256;
 
 std::string quoted(const std::string& name) { return "\"" + name + "\""; }
 
-void setBool(VARIANT_BOOL* out, bool value) { *out = value ? VARIANT_TRUE : VARIANT_FALSE; }
-
 // Steps a bound statement, appending up to limit rows to out; false on an SQLite error.
 int readRows(sqlite3_stmt* s, std::size_t limit, std::vector<CellRow>& out) {
   int rc;
@@ -137,7 +135,7 @@ bool ProjectDatabaseImpl::StepForward(Cursor& c, bool& found) {
 HRESULT ProjectDatabaseImpl::MoveFirst(SAFEARRAY** row, VARIANT_BOOL* found) {
   if (!row || !found) return E_POINTER;
   *row = nullptr;
-  setBool(found, false);
+  SetFlag(found, false);
   ClearError();
   Cursor* c = Current();
   if (!c) return S_OK;
@@ -145,14 +143,14 @@ HRESULT ProjectDatabaseImpl::MoveFirst(SAFEARRAY** row, VARIANT_BOOL* found) {
   bool got = false;
   if (!StepForward(*c, got) || !got) return S_OK;
   *row = MakeRow(*c->table, c->current);
-  setBool(found, true);
+  SetFlag(found, true);
   return *row ? S_OK : E_OUTOFMEMORY;
 }
 
 HRESULT ProjectDatabaseImpl::MoveNext(LONG count, SAFEARRAY** row, VARIANT_BOOL* found) {
   if (!row || !found) return E_POINTER;
   *row = nullptr;
-  setBool(found, false);
+  SetFlag(found, false);
   if (count < 1) return E_NOTIMPL;  // moving backwards is not offered by this host
   ClearError();
   Cursor* c = Current();
@@ -161,14 +159,14 @@ HRESULT ProjectDatabaseImpl::MoveNext(LONG count, SAFEARRAY** row, VARIANT_BOOL*
   for (LONG i = 0; i < count; ++i)
     if (!StepForward(*c, got) || !got) return S_OK;
   *row = MakeRow(*c->table, c->current);
-  setBool(found, true);
+  SetFlag(found, true);
   return *row ? S_OK : E_OUTOFMEMORY;
 }
 
 HRESULT ProjectDatabaseImpl::SeekKeys(const VARIANT* const* keys, int count, SAFEARRAY** row, VARIANT_BOOL* found) {
   if (!row || !found) return E_POINTER;
   *row = nullptr;
-  setBool(found, false);
+  SetFlag(found, false);
   ClearError();
   Cursor* c = Current();
   if (!c) return S_OK;
@@ -201,7 +199,7 @@ HRESULT ProjectDatabaseImpl::SeekKeys(const VARIANT* const* keys, int count, SAF
   c->state = Cursor::State::OnRow;
   c->current = std::move(rows.front());
   *row = MakeRow(*c->table, c->current);
-  setBool(found, true);
+  SetFlag(found, true);
   return *row ? S_OK : E_OUTOFMEMORY;
 }
 
@@ -223,19 +221,19 @@ HRESULT ProjectDatabaseImpl::Seek3(const VARIANT& key1, const VARIANT& key2, con
 
 HRESULT ProjectDatabaseImpl::IsEof(VARIANT_BOOL* eof) {
   if (!eof) return E_POINTER;
-  if (!db_ || !current_) return setBool(eof, true), S_OK;
+  if (!db_ || !current_) return SetFlag(eof, true), S_OK;
   using State = Cursor::State;
   State st = current_->state;
-  setBool(eof, st == State::AfterLast || st == State::NoMatch || (st == State::Fresh && TableIsEmpty(*current_->table)));
+  SetFlag(eof, st == State::AfterLast || st == State::NoMatch || (st == State::Fresh && TableIsEmpty(*current_->table)));
   return S_OK;
 }
 
 HRESULT ProjectDatabaseImpl::IsBof(VARIANT_BOOL* bof) {
   if (!bof) return E_POINTER;
-  if (!db_ || !current_) return setBool(bof, true), S_OK;
+  if (!db_ || !current_) return SetFlag(bof, true), S_OK;
   using State = Cursor::State;
   State st = current_->state;
-  setBool(bof, (st == State::AfterLast && current_->emptyAtFirst) ||
+  SetFlag(bof, (st == State::AfterLast && current_->emptyAtFirst) ||
                    (st == State::Fresh && TableIsEmpty(*current_->table)));
   return S_OK;
 }

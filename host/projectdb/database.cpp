@@ -1,5 +1,5 @@
-// ProjectDatabase: opening and closing a project file, errors, table descriptions, the writes
-// (add, update, delete, statements) and queries. Walking and seeking live in cursor.cpp.
+// ProjectDatabase: opening and closing a project file, errors, table descriptions, and the whole
+// file's operations (create, repair). Rows and SQL live in rows.cpp, walking and seeking in cursor.cpp.
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -27,10 +27,6 @@ HRESULT createInstance(REFIID iid, void** out) {
 
 // Linking the library makes the class creatable, as installing the component does.
 const bool registered = (ComRegisterClass(CLSID_ProjectDatabase, createInstance), true);
-
-std::string utf8(BSTR text) { return WideToUtf8(std::wstring_view(text ? text : L"", SysStringLen(text))); }
-
-void setBool(VARIANT_BOOL* out, bool value) { *out = value ? VARIANT_TRUE : VARIANT_FALSE; }
 
 bool fileExists(const std::string& path) { return access(path.c_str(), F_OK) == 0; }
 
@@ -278,7 +274,7 @@ void ProjectDatabaseImpl::CloseFile() {
 HRESULT ProjectDatabaseImpl::Open(BSTR path, short, short, BSTR* result) {
   if (!result) return E_POINTER;
   ClearError();
-  std::string file = utf8(path);
+  std::string file = BstrToUtf8(path);
   OpenOutcome outcome = OpenFile(file, false);
   if (outcome == OpenOutcome::NeedsRepair) {
     CloseFile();
@@ -293,7 +289,7 @@ HRESULT ProjectDatabaseImpl::Open(BSTR path, short, short, BSTR* result) {
 HRESULT ProjectDatabaseImpl::OpenView(BSTR path, VARIANT_BOOL* readOnly, VARIANT_BOOL* ok) {
   if (!readOnly || !ok) return E_POINTER;
   ClearError();
-  std::string file = utf8(path);
+  std::string file = BstrToUtf8(path);
   std::string folder = folderOf(file);
   // A file without write permission bits counts as read-only even for a user who could override
   // them, as the read-only attribute does on the platform's file systems.
@@ -305,14 +301,14 @@ HRESULT ProjectDatabaseImpl::OpenView(BSTR path, VARIANT_BOOL* readOnly, VARIANT
     CloseFile();
     SetError(ProjectDbError::CannotOpen, "The database '" + file + "' is damaged and needs repair.");
   }
-  setBool(readOnly, fileExists(file) && !writable);
-  setBool(ok, outcome == OpenOutcome::Open);
+  SetFlag(readOnly, fileExists(file) && !writable);
+  SetFlag(ok, outcome == OpenOutcome::Open);
   return S_OK;
 }
 
 HRESULT ProjectDatabaseImpl::IsOpen(VARIANT_BOOL* open) {
   if (!open) return E_POINTER;
-  setBool(open, db_ != nullptr);
+  SetFlag(open, db_ != nullptr);
   return S_OK;
 }
 
@@ -321,7 +317,7 @@ HRESULT ProjectDatabaseImpl::CloseTables(VARIANT_BOOL* done) {
   ClearError();
   cursors_.clear();
   current_ = nullptr;
-  setBool(done, true);
+  SetFlag(done, true);
   return S_OK;
 }
 
@@ -329,13 +325,13 @@ HRESULT ProjectDatabaseImpl::Close(VARIANT_BOOL* done) {
   if (!done) return E_POINTER;
   ClearError();
   CloseFile();
-  setBool(done, true);
+  SetFlag(done, true);
   return S_OK;
 }
 
 HRESULT ProjectDatabaseImpl::HasError(VARIANT_BOOL* hasError) {
   if (!hasError) return E_POINTER;
-  setBool(hasError, errorCode_ != 0);
+  SetFlag(hasError, errorCode_ != 0);
   return S_OK;
 }
 
@@ -419,23 +415,23 @@ bool ProjectDatabaseImpl::ReadIndices(TableInfo& info) {
 HRESULT ProjectDatabaseImpl::SetTable(BSTR table, BSTR index, VARIANT_BOOL* ok) {
   if (!ok) return E_POINTER;
   ClearError();
-  setBool(ok, false);
+  SetFlag(ok, false);
   if (!RequireOpen()) return S_OK;
   // Record objects name their table before every step: the same table again costs no lookup.
   std::wstring_view tableName(table ? table : L"", SysStringLen(table));
   std::wstring_view indexWide(index ? index : L"", SysStringLen(index));
   if (current_ && tableName == current_->table->wideName && (indexWide.empty() || indexWide == current_->index->wideName)) {
-    setBool(ok, true);
+    SetFlag(ok, true);
     return S_OK;
   }
-  const TableInfo* info = LoadTable(utf8(table));
+  const TableInfo* info = LoadTable(BstrToUtf8(table));
   if (!info) return S_OK;
   Cursor& cursor = cursors_[info];
   if (!cursor.table) {
     cursor.table = info;
     cursor.index = info->indices.empty() ? nullptr : &info->indices.front();
   }
-  std::string indexName = utf8(index);
+  std::string indexName = BstrToUtf8(index);
   if (!indexName.empty()) {
     const IndexInfo* ix = info->FindIndex(indexName);
     if (!ix) {
@@ -448,294 +444,7 @@ HRESULT ProjectDatabaseImpl::SetTable(BSTR table, BSTR index, VARIANT_BOOL* ok) 
     }
   }
   current_ = &cursor;
-  setBool(ok, true);
-  return S_OK;
-}
-
-// ---- Rows -------------------------------------------------------------------------------------------
-
-VARIANT ProjectDatabaseImpl::CellToVariant(const Cell& c, bool boolean) {
-  VARIANT v;
-  VariantInit(&v);
-  switch (c.type) {
-    case SQLITE_INTEGER:
-      if (boolean) {
-        v.vt = VT_BOOL;
-        v.boolVal = c.i ? VARIANT_TRUE : VARIANT_FALSE;
-      } else if (c.i >= INT32_MIN && c.i <= INT32_MAX) {
-        v.vt = VT_I4;
-        v.lVal = static_cast<LONG>(c.i);
-      } else {
-        v.vt = VT_R8;
-        v.dblVal = static_cast<double>(c.i);
-      }
-      break;
-    case SQLITE_FLOAT:
-      v.vt = VT_R8;
-      v.dblVal = c.d;
-      break;
-    case SQLITE_TEXT: {
-      std::wstring wide = Utf8ToWide(c.text);
-      v.vt = VT_BSTR;
-      v.bstrVal = SysAllocStringLen(wide.data(), static_cast<std::uint32_t>(wide.size()));
-      break;
-    }
-    default: v.vt = VT_NULL;
-  }
-  return v;
-}
-
-SAFEARRAY* ProjectDatabaseImpl::MakeRow(const TableInfo& table, const CellRow& row) const {
-  std::size_t n = table.columns.size();
-  SAFEARRAY* array = SafeArrayCreateVector(VT_VARIANT, 0, static_cast<ULONG>(2 * n));
-  if (!array) return nullptr;
-  auto* items = static_cast<VARIANT*>(array->pvData);
-  for (std::size_t i = 0; i < n; ++i) {
-    const std::wstring& name = table.wideColumns[i];
-    items[2 * i].vt = VT_BSTR;
-    items[2 * i].bstrVal = SysAllocStringLen(name.data(), static_cast<std::uint32_t>(name.size()));
-    if (i + 1 < row.size()) items[2 * i + 1] = CellToVariant(row[i + 1], table.boolean[i]);
-  }
-  return array;
-}
-
-bool ProjectDatabaseImpl::ReadRowById(const TableInfo& table, std::int64_t rowid, CellRow& out) {
-  if (!table.byRowid) table.byRowid = Prepare(SelectFrom(table) + " WHERE rowid = ?1");
-  sqlite3_stmt* s = table.byRowid;
-  if (!s) return false;
-  StmtScope scope(s);
-  sqlite3_bind_int64(s, 1, rowid);
-  int rc = sqlite3_step(s);
-  if (rc == SQLITE_DONE) {
-    SetError(ProjectDbError::NoCurrentRecord, "No current record.");
-    return false;
-  }
-  if (rc != SQLITE_ROW) return Fail(rc, "Cannot read the row of " + table.name);
-  int n = sqlite3_column_count(s);
-  out.resize(static_cast<std::size_t>(n));
-  for (int i = 0; i < n; ++i) out[static_cast<std::size_t>(i)] = Cell::FromColumn(s, i);
-  return true;
-}
-
-// Checks the shape of a name/value array and maps each name to a column; the key column is left
-// out, since the database owns it. A malformed array is the caller's bug (E_INVALIDARG); an unknown
-// name is a database error.
-bool ProjectDatabaseImpl::ReadFields(SAFEARRAY* row, const TableInfo& table,
-                                     std::vector<std::pair<int, Cell>>& fields, HRESULT& hr) {
-  hr = S_OK;
-  if (!row || row->cDims != 1 || row->rgsabound[0].cElements % 2 != 0) {
-    hr = E_INVALIDARG;
-    return false;
-  }
-  auto* items = static_cast<VARIANT*>(row->pvData);
-  for (ULONG i = 0; i < row->rgsabound[0].cElements; i += 2) {
-    if (items[i].vt != VT_BSTR) {
-      hr = E_INVALIDARG;
-      return false;
-    }
-    std::string name = utf8(items[i].bstrVal);
-    int column = table.FindColumn(name);
-    if (column < 0) {
-      SetError(ProjectDbError::FieldNotFound, "Item not found in this collection: no field '" + name + "' in " + table.name + ".");
-      return false;
-    }
-    Cell cell;
-    if (!Cell::FromVariant(items[i + 1], cell)) {
-      hr = DISP_E_TYPEMISMATCH;
-      return false;
-    }
-    if (column != table.keyColumn) fields.emplace_back(column, std::move(cell));
-  }
-  return true;
-}
-
-// ---- Writes -------------------------------------------------------------------------------------------
-
-HRESULT ProjectDatabaseImpl::AddRecord(SAFEARRAY* row, LONG, SAFEARRAY** outRow, VARIANT_BOOL* ok) {
-  if (!outRow || !ok) return E_POINTER;
-  *outRow = nullptr;
-  setBool(ok, false);
-  ClearError();
-  Cursor* cursor = Current();
-  if (!cursor) return S_OK;
-  const TableInfo& table = *cursor->table;
-  std::vector<std::pair<int, Cell>> fields;
-  HRESULT hr;
-  if (!ReadFields(row, table, fields, hr)) return hr;
-  std::string names, marks;
-  for (std::size_t i = 0; i < fields.size(); ++i) {
-    names += (i ? ", \"" : "\"") + table.columns[fields[i].first] + "\"";
-    marks += i ? ", ?" : "?";
-  }
-  std::string sql = fields.empty() ? "INSERT INTO \"" + table.name + "\" DEFAULT VALUES"
-                                   : "INSERT INTO \"" + table.name + "\" (" + names + ") VALUES (" + marks + ")";
-  sqlite3_stmt* s = Prepare(sql + " RETURNING rowid, *");
-  if (!s) return S_OK;
-  for (std::size_t i = 0; i < fields.size(); ++i) fields[i].second.Bind(s, static_cast<int>(i) + 1);
-  CellRow stored;
-  if (!RunReturning(s, table, stored)) return S_OK;
-  Invalidate(&table, cursor);
-  cursor->Forget();
-  cursor->state = Cursor::State::OnRow;
-  cursor->current = std::move(stored);
-  *outRow = MakeRow(table, cursor->current);
-  setBool(ok, true);
-  return *outRow ? S_OK : E_OUTOFMEMORY;
-}
-
-HRESULT ProjectDatabaseImpl::UpdateRecord(SAFEARRAY* row, SAFEARRAY** outRow, VARIANT_BOOL* ok) {
-  if (!outRow || !ok) return E_POINTER;
-  *outRow = nullptr;
-  setBool(ok, false);
-  ClearError();
-  Cursor* cursor = Current();
-  if (!cursor) return S_OK;
-  const TableInfo& table = *cursor->table;
-  std::vector<std::pair<int, Cell>> fields;
-  HRESULT hr;
-  if (!ReadFields(row, table, fields, hr)) return hr;
-  if (cursor->state != Cursor::State::OnRow) {
-    SetError(ProjectDbError::NoCurrentRecord, "No current record.");
-    return S_OK;
-  }
-  std::int64_t rowid = cursor->current[0].i;
-  std::string sets;
-  for (std::size_t i = 0; i < fields.size(); ++i)
-    sets += (i ? ", \"" : "\"") + table.columns[fields[i].first] + "\" = ?";
-  CellRow stored;
-  if (fields.empty()) {
-    if (!ReadRowById(table, rowid, stored)) return S_OK;
-  } else {
-    sqlite3_stmt* s = Prepare("UPDATE \"" + table.name + "\" SET " + sets + " WHERE rowid = ?" +
-                              std::to_string(fields.size() + 1) + " RETURNING rowid, *");
-    if (!s) return S_OK;
-    for (std::size_t i = 0; i < fields.size(); ++i) fields[i].second.Bind(s, static_cast<int>(i) + 1);
-    sqlite3_bind_int64(s, static_cast<int>(fields.size()) + 1, rowid);
-    if (!RunReturning(s, table, stored)) return S_OK;
-    if (stored.empty()) {
-      SetError(ProjectDbError::NoCurrentRecord, "No current record: the row was deleted elsewhere.");
-      return S_OK;
-    }
-  }
-  Invalidate(&table, cursor);
-  cursor->current = std::move(stored);
-  *outRow = MakeRow(table, cursor->current);
-  setBool(ok, true);
-  return *outRow ? S_OK : E_OUTOFMEMORY;
-}
-
-HRESULT ProjectDatabaseImpl::DeleteRecord(VARIANT_BOOL* done) {
-  if (!done) return E_POINTER;
-  setBool(done, false);
-  ClearError();
-  Cursor* cursor = Current();
-  if (!cursor) return S_OK;
-  if (cursor->state != Cursor::State::OnRow) {
-    SetError(ProjectDbError::NoCurrentRecord, "No current record.");
-    return S_OK;
-  }
-  sqlite3_stmt* s = Prepare("DELETE FROM \"" + cursor->table->name + "\" WHERE rowid = ?1");
-  if (!s) return S_OK;
-  sqlite3_bind_int64(s, 1, cursor->current[0].i);
-  if (!Run(s)) return S_OK;
-  if (sqlite3_changes(db_.get()) == 0) {
-    SetError(ProjectDbError::NoCurrentRecord, "No current record: the row was deleted elsewhere.");
-    return S_OK;
-  }
-  Invalidate(cursor->table, cursor);
-  cursor->state = Cursor::State::Gap;
-  setBool(done, true);
-  return S_OK;
-}
-
-// ---- SQL ----------------------------------------------------------------------------------------------
-
-HRESULT ProjectDatabaseImpl::QueryRow(BSTR sql, SAFEARRAY** values, VARIANT_BOOL* found) {
-  if (!values || !found) return E_POINTER;
-  *values = nullptr;
-  setBool(found, false);
-  ClearError();
-  if (!RequireOpen()) return S_OK;
-  std::vector<CellRow> rows;
-  if (!QueryColumns(TranslateSql(utf8(sql)), {}, rows) || rows.empty()) return S_OK;
-  SAFEARRAY* array = SafeArrayCreateVector(VT_VARIANT, 0, static_cast<ULONG>(rows.size()));
-  if (!array) return E_OUTOFMEMORY;
-  auto* items = static_cast<VARIANT*>(array->pvData);
-  for (std::size_t i = 0; i < rows.size(); ++i) items[i] = CellToVariant(rows[i][0], false);
-  *values = array;
-  setBool(found, true);
-  return S_OK;
-}
-
-bool ProjectDatabaseImpl::QueryColumns(const std::string& sql, const std::vector<std::string>& columns,
-                                       std::vector<CellRow>& rows) {
-  if (!RequireOpen()) return false;
-  sqlite3_stmt* raw = nullptr;
-  int rc = sqlite3_prepare_v2(db_.get(), sql.c_str(), static_cast<int>(sql.size()), &raw, nullptr);
-  StmtHandle s(raw);
-  if (rc != SQLITE_OK) return Fail(rc, "Cannot run \"" + sql + "\"");
-  if (!s) return true;
-  std::vector<int> picks;
-  for (const std::string& column : columns) {
-    int pick = -1;
-    for (int i = 0; i < sqlite3_column_count(raw) && pick < 0; ++i)
-      if (LowerAscii(sqlite3_column_name(raw, i)) == LowerAscii(column)) pick = i;
-    if (pick < 0) {
-      SetError(ProjectDbError::FieldNotFound, "Item not found in this collection: no column '" + column + "'.");
-      return false;
-    }
-    picks.push_back(pick);
-  }
-  if (picks.empty()) picks.push_back(0);
-  while ((rc = sqlite3_step(raw)) == SQLITE_ROW) {
-    CellRow row;
-    row.reserve(picks.size());
-    for (int pick : picks) row.push_back(Cell::FromColumn(raw, pick));
-    rows.push_back(std::move(row));
-  }
-  return rc == SQLITE_DONE || Fail(rc, "Query failed");
-}
-
-HRESULT ProjectDatabaseImpl::Execute(BSTR sql, VARIANT_BOOL* ok) {
-  if (!ok) return E_POINTER;
-  setBool(ok, false);
-  ClearError();
-  if (!RequireOpen()) return S_OK;
-  std::string text = TranslateSql(utf8(sql));
-  bool ownTransaction = sqlite3_get_autocommit(db_.get()) != 0;
-  if (ownTransaction && !Begin()) return S_OK;
-  const char* next = text.c_str();
-  bool schemaChanged = false;
-  while (next && *next) {
-    sqlite3_stmt* raw = nullptr;
-    int rc = sqlite3_prepare_v2(db_.get(), next, -1, &raw, &next);
-    StmtHandle s(raw);
-    if (rc != SQLITE_OK) {
-      Fail(rc, "Cannot run \"" + text + "\"");
-      Rollback();
-      return S_OK;
-    }
-    if (!s) continue;
-    std::string head = LowerAscii(std::string_view(sqlite3_sql(raw)).substr(0, 6));
-    schemaChanged = schemaChanged || head.rfind("create", 0) == 0 || head.rfind("drop", 0) == 0 ||
-                    head.rfind("alter", 0) == 0;
-    while ((rc = sqlite3_step(raw)) == SQLITE_ROW) {
-    }
-    if (rc != SQLITE_DONE) {
-      Fail(rc, "Statement failed");
-      Rollback();
-      return S_OK;
-    }
-  }
-  if (ownTransaction && !Commit()) return S_OK;
-  Invalidate(nullptr, nullptr);
-  if (schemaChanged) {
-    cursors_.clear();
-    current_ = nullptr;
-    tables_.clear();
-    statements_.clear();
-  }
-  setBool(ok, true);
+  SetFlag(ok, true);
   return S_OK;
 }
 
@@ -743,26 +452,26 @@ HRESULT ProjectDatabaseImpl::Execute(BSTR sql, VARIANT_BOOL* ok) {
 
 HRESULT ProjectDatabaseImpl::CreateProject(BSTR path, VARIANT_BOOL* ok) {
   if (!ok) return E_POINTER;
-  setBool(ok, false);
+  SetFlag(ok, false);
   ClearError();
   CloseFile();
-  std::string file = utf8(path);
+  std::string file = BstrToUtf8(path);
   ProjectDbError code = ProjectDbError::None;
   std::string error;
   if (!CreateProjectFile(file, &code, &error)) {
     SetError(code, error);
     return S_OK;
   }
-  setBool(ok, OpenFile(file, false) == OpenOutcome::Open);
+  SetFlag(ok, OpenFile(file, false) == OpenOutcome::Open);
   return S_OK;
 }
 
 HRESULT ProjectDatabaseImpl::Repair(BSTR path, LONG* rowsSaved, VARIANT_BOOL* ok) {
   if (!rowsSaved || !ok) return E_POINTER;
   *rowsSaved = 0;
-  setBool(ok, false);
+  SetFlag(ok, false);
   ClearError();
-  std::string file = utf8(path);
+  std::string file = BstrToUtf8(path);
   if (db_ && file == path_) {
     SetError(ProjectDbError::CannotOpen, "Cannot repair '" + file + "' while this connection has it open.");
     return S_OK;
@@ -775,7 +484,7 @@ HRESULT ProjectDatabaseImpl::Repair(BSTR path, LONG* rowsSaved, VARIANT_BOOL* ok
     return S_OK;
   }
   *rowsSaved = static_cast<LONG>(saved);
-  setBool(ok, true);
+  SetFlag(ok, true);
   return S_OK;
 }
 

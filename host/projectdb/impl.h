@@ -163,6 +163,8 @@ bool RepairProjectFile(const std::string& path, long* rowsSaved, ProjectDbError*
 // Applies the settings every connection runs with (WAL, full sync, busy timeout).
 int ConfigureConnection(sqlite3* db, bool readOnly);
 std::string LowerAscii(std::string_view text);
+inline std::string BstrToUtf8(BSTR text) { return WideToUtf8(std::wstring_view(text ? text : L"", SysStringLen(text))); }
+inline void SetFlag(VARIANT_BOOL* out, bool value) { *out = value ? VARIANT_TRUE : VARIANT_FALSE; }
 bool EqualsNoCase(std::string_view a, std::string_view b);
 bool EndsWithNoCase(std::string_view text, std::string_view suffix);
 
