@@ -37,9 +37,10 @@ class AcApDocument : public AcRxObject {
   bool isReadOnly() const { return false; }
   // Host: whether the drawing has a file on disk.
   bool isNamed() const;
-  // Host: the document's LISP environment, an opaque pointer owned by whoever set it.
-  void* lispEnvironment() const;
-  void setLispEnvironment(void* env);
+  // Host: the document's LISP environment (owned by whoever set it, normally kvhost); it becomes
+  // the bridge's current session whenever this document becomes current.
+  kvads::LispSession* lispSession() const;
+  void setLispSession(kvads::LispSession* session);
   // Host: counts LISP calls or commands in progress (isQuiescent is false while > 0).
   void beginActivity();
   void endActivity();
@@ -150,10 +151,14 @@ class AcApDocManager : public AcRxObject {
   Acad::ErrorStatus closeDocument(AcApDocument* pDoc);
   // Host: closes every document (at exit).
   void closeAll();
-  // Host: called after a document becomes current (and before documentActivated), so the LISP
-  // host can switch environments; and after a document is created (to send kLoadDwgMsg).
-  void setActivationHook(std::function<void(AcApDocument*)> hook);
-  void setCreationHook(std::function<void(AcApDocument*)> hook);
+  // Host: what the program does around a document's life. `created` runs when the document and
+  // its database exist, before any reactor hears of it (make its LISP environment there);
+  // `loaded` runs once it is current after creation (send kLoadDwgMsg, load start-up LISP);
+  // `destroyed` runs after the reactors heard of its end, before it is deleted.
+  struct Hooks {
+    std::function<void(AcApDocument*)> created, loaded, destroyed;
+  };
+  void setHooks(Hooks hooks);
   // Host: folder where unnamed drawings' automatic saves go (default: the temp folder).
   std::wstring autoSavePath(AcApDocument* pDoc) const;
 

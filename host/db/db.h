@@ -1423,6 +1423,8 @@ class AcDbDatabase : public AcRxObject {
   Acad::ErrorStatus insert(AcDbObjectId& blockId, const ACHAR* pBlockName, AcDbDatabase* pDb,
                            bool preserveSourceDatabase = true);
   Acad::ErrorStatus getFilename(const ACHAR*& pOutput) const;
+  // Host: the name save() writes to (the document manager names new drawings this way).
+  void setFilename(const ACHAR* name);
   const ACHAR* originalFileName() const;
 
   // The id of the object with this handle; with createIfNotFound a new empty id is made.

@@ -437,6 +437,7 @@ Acad::ErrorStatus AcDbDatabase::getFilename(const ACHAR*& pOutput) const {
   pOutput = impl_->fileName.c_str();
   return impl_->fileName.empty() ? Acad::eNotApplicable : Acad::eOk;
 }
+void AcDbDatabase::setFilename(const ACHAR* name) { impl_->fileName = name ? name : L""; }
 const ACHAR* AcDbDatabase::originalFileName() const { return impl_->originalFileName.c_str(); }
 
 Acad::ErrorStatus AcDbDatabase::getAcDbObjectId(AcDbObjectId& retId, bool createIfNotFound, const AcDbHandle& objHandle,

@@ -16,7 +16,7 @@ enum { kAcedWcs = 0, kAcedUcs = 1, kAcedDcs = 2 };
 
 // Selection. Modes: "X" (all of model space, erased excluded), "C" (crossing window from pt1
 // to pt2, in UCS coordinates, through a spatial index), "W" (window: entirely inside), "_"
-// prefixes and ":" suffixes are accepted. `filter` is a chain of (0 . "DXFNAME") groups (several
+// prefixes and ":" suffixes are accepted. `filter` is a chain of (0 . "DXFNAME") groups (RTDXF0 or 0;
 // names separated by commas; "*" wildcards) and (8 . "LAYER") groups. RTNORM with a new set in
 // ss; RTERROR with no match or a bad mode; RTCAN when the scripted queue cancels.
 int acedSSGet(const ACHAR* str, const void* pt1, const void* pt2, const resbuf* filter, ads_name ss);

@@ -151,9 +151,9 @@ class AcGiCapture {
   void clear();
   // Makes regenAbort() answer true from now on.
   void setAbort(bool abort);
+  struct Impl;
 
  private:
-  struct Impl;
   std::unique_ptr<Impl> impl_;
 };
 

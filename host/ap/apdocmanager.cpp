@@ -1,0 +1,320 @@
+// The document manager: open, new, activate, save, save as, automatic save and close, each
+// telling the document and editor reactors in the platform's order; nested document locks.
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <vector>
+
+#include "ap.h"
+
+struct AcApDocument::Impl {
+  std::wstring path;
+  std::unique_ptr<AcDbDatabase> db;
+  kvads::LispSession* session = nullptr;
+  std::vector<AcAp::DocLockMode> locks;
+  int activity = 0;
+  bool named = false;
+};
+
+AcRxClass* AcApDocument::desc() {
+  static AcRxClass* cls = newAcRxClass(L"AcApDocument", L"AcRxObject", 0, 0, 0, nullptr, L"", L"");
+  return cls;
+}
+AcRxClass* AcApDocument::isA() const { return AcApDocument::desc(); }
+AcApDocument::AcApDocument(Impl* impl) : impl_(impl) {}
+AcApDocument::~AcApDocument() { delete impl_; }
+const ACHAR* AcApDocument::fileName() const { return impl_->path.c_str(); }
+
+const ACHAR* AcApDocument::docTitle() const {
+  std::size_t cut = impl_->path.find_last_of(L"/\\");
+  return impl_->path.c_str() + (cut == std::wstring::npos ? 0 : cut + 1);
+}
+
+AcDbDatabase* AcApDocument::database() const { return impl_->db.get(); }
+bool AcApDocument::isQuiescent() const { return impl_->activity == 0; }
+AcAp::DocLockMode AcApDocument::lockMode(bool) const { return myLockMode(); }
+AcAp::DocLockMode AcApDocument::myLockMode() const { return impl_->locks.empty() ? AcAp::kNone : impl_->locks.back(); }
+bool AcApDocument::isNamed() const { return impl_->named; }
+kvads::LispSession* AcApDocument::lispSession() const { return impl_->session; }
+void AcApDocument::setLispSession(kvads::LispSession* session) { impl_->session = session; }
+void AcApDocument::beginActivity() { ++impl_->activity; }
+void AcApDocument::endActivity() {
+  if (impl_->activity > 0) --impl_->activity;
+}
+
+// ---- the manager ----
+
+struct AcApDocManager::Impl {
+  std::vector<std::unique_ptr<AcApDocument>> docs;  // in order of opening
+  std::vector<AcApDocument*> recent;                // most recently current first
+  AcApDocument* current = nullptr;
+  std::vector<AcApDocManagerReactor*> reactors;
+  Hooks hooks;
+  int untitled = 0;
+
+  // Calls `fn` for each reactor; reactors added or removed during the walk are respected.
+  template <class Fn>
+  void fire(Fn fn) {
+    std::vector<AcApDocManagerReactor*> copy = reactors;
+    for (AcApDocManagerReactor* r : copy)
+      if (std::find(reactors.begin(), reactors.end(), r) != reactors.end()) fn(r);
+  }
+  template <class Fn>
+  void fireEditor(Fn fn) {
+    acedEditorPtr()->forEachReactor(fn);
+  }
+  AcApDocument* create(const std::wstring& path, std::unique_ptr<AcDbDatabase> db, bool named, bool opened);
+  void activate(AcApDocument* doc);
+  bool has(const AcApDocument* doc) const {
+    return std::any_of(docs.begin(), docs.end(), [&](const auto& d) { return d.get() == doc; });
+  }
+};
+
+AcRxClass* AcApDocManager::desc() {
+  static AcRxClass* cls = newAcRxClass(L"AcApDocManager", L"AcRxObject", 0, 0, 0, nullptr, L"", L"");
+  return cls;
+}
+AcRxClass* AcApDocManager::isA() const { return AcApDocManager::desc(); }
+AcApDocManager::AcApDocManager() : impl_(new Impl) {}
+AcApDocManager::~AcApDocManager() {
+  closeAll();
+  delete impl_;
+}
+
+AcApDocManager* acDocManagerPtr() {
+  static AcApDocManager manager;
+  return &manager;
+}
+
+AcApDocument* AcApDocManager::curDocument() const { return impl_->current; }
+AcApDocument* AcApDocManager::mdiActiveDocument() const { return impl_->current; }
+
+AcApDocument* AcApDocManager::document(const AcDbDatabase* pDb) const {
+  for (const auto& d : impl_->docs)
+    if (d->database() == pDb) return d.get();
+  return nullptr;
+}
+
+int AcApDocManager::documentCount() const { return static_cast<int>(impl_->docs.size()); }
+
+namespace {
+// Walks a snapshot of the open documents.
+class DocIterator : public AcApDocumentIterator {
+ public:
+  explicit DocIterator(std::vector<AcApDocument*> docs) : docs_(std::move(docs)) {}
+  bool done() const override { return pos_ >= docs_.size(); }
+  void step() override { ++pos_; }
+  AcApDocument* document() override { return done() ? nullptr : docs_[pos_]; }
+
+ private:
+  std::vector<AcApDocument*> docs_;
+  std::size_t pos_ = 0;
+};
+}  // namespace
+
+AcApDocumentIterator* AcApDocManager::newAcApDocumentIterator() {
+  std::vector<AcApDocument*> docs;
+  for (const auto& d : impl_->docs) docs.push_back(d.get());
+  return new DocIterator(std::move(docs));
+}
+
+Acad::ErrorStatus AcApDocManager::lockDocument(AcApDocument* pDoc, AcAp::DocLockMode lockMode, const ACHAR*,
+                                               const ACHAR*, bool) {
+  if (pDoc == nullptr || !impl_->has(pDoc)) return Acad::eNoDocument;
+  pDoc->impl()->locks.push_back(lockMode);
+  return Acad::eOk;
+}
+
+Acad::ErrorStatus AcApDocManager::unlockDocument(AcApDocument* pDoc) {
+  if (pDoc == nullptr || !impl_->has(pDoc)) return Acad::eNoDocument;
+  if (pDoc->impl()->locks.empty()) return Acad::eNotApplicable;
+  pDoc->impl()->locks.pop_back();
+  return Acad::eOk;
+}
+
+Acad::ErrorStatus AcApDocManager::setCurDocument(AcApDocument* pDoc, AcAp::DocLockMode mode, bool activate) {
+  if (pDoc == nullptr || !impl_->has(pDoc)) return Acad::eNoDocument;
+  impl_->activate(pDoc);
+  if (mode != AcAp::kNone) lockDocument(pDoc, mode);
+  return Acad::eOk;
+}
+
+Acad::ErrorStatus AcApDocManager::activateDocument(AcApDocument* pDoc, bool) {
+  if (pDoc == nullptr || !impl_->has(pDoc)) return Acad::eNoDocument;
+  impl_->activate(pDoc);
+  return Acad::eOk;
+}
+
+void AcApDocManager::addReactor(AcApDocManagerReactor* r) {
+  if (r != nullptr && std::find(impl_->reactors.begin(), impl_->reactors.end(), r) == impl_->reactors.end())
+    impl_->reactors.push_back(r);
+}
+
+void AcApDocManager::removeReactor(AcApDocManagerReactor* r) {
+  impl_->reactors.erase(std::remove(impl_->reactors.begin(), impl_->reactors.end(), r), impl_->reactors.end());
+}
+
+void AcApDocManager::setHooks(Hooks hooks) { impl_->hooks = std::move(hooks); }
+
+// Activation, also of the document already current (the platform repeats the events then).
+void AcApDocManager::Impl::activate(AcApDocument* doc) {
+  if (current != nullptr && current != doc) fire([&](auto* r) { r->documentToBeDeactivated(current); });
+  fire([&](auto* r) { r->documentToBeActivated(doc); });
+  current = doc;
+  recent.erase(std::remove(recent.begin(), recent.end(), doc), recent.end());
+  recent.insert(recent.begin(), doc);
+  acdbHostApplicationServices()->setWorkingDatabase(doc->database());
+  kvads::setCurrentSession(doc->lispSession());
+  fire([&](auto* r) { r->documentBecameCurrent(doc); });
+  fire([&](auto* r) { r->documentActivated(doc); });
+}
+
+AcApDocument* AcApDocManager::Impl::create(const std::wstring& path, std::unique_ptr<AcDbDatabase> db, bool named,
+                                           bool opened) {
+  auto* impl = new AcApDocument::Impl;
+  impl->path = path;
+  impl->named = named;
+  impl->db = std::move(db);
+  auto doc = std::make_unique<AcApDocument>(impl);
+  AcApDocument* d = doc.get();
+  docs.push_back(std::move(doc));
+  AcDbSysVarValue savefile;
+  savefile.kind = AcDbSysVarValue::Kind::String;
+  savefile.text = acDocManagerPtr()->autoSavePath(d);
+  d->database()->setSysVarHost(L"SAVEFILE", savefile);
+  if (hooks.created) hooks.created(d);
+  fire([&](auto* r) { r->documentCreateStarted(d); });
+  if (opened) fireEditor([&](AcEditorReactor* r) { r->beginDwgOpen(path.c_str()); });
+  fireEditor([&](AcEditorReactor* r) { r->databaseConstructed(d->database()); });
+  if (opened) fireEditor([&](AcEditorReactor* r) { r->endDwgOpen(path.c_str(), d->database()); });
+  fire([&](auto* r) { r->documentCreated(d); });
+  activate(d);
+  if (hooks.loaded) hooks.loaded(d);
+  return d;
+}
+
+AcApDocument* AcApDocManager::openDocument(const ACHAR* path, Acad::ErrorStatus* status) {
+  Acad::ErrorStatus dummy;
+  Acad::ErrorStatus& es = status ? *status : dummy;
+  es = Acad::eOk;
+  if (path == nullptr || path[0] == 0) {
+    es = Acad::eInvalidInput;
+    return nullptr;
+  }
+  for (const auto& d : impl_->docs)
+    if (d->impl()->path == path) {
+      impl_->activate(d.get());
+      return d.get();
+    }
+  std::error_code ec;
+  bool exists = std::filesystem::exists(std::filesystem::path(acrxToUtf8(path)), ec);
+  auto db = std::make_unique<AcDbDatabase>(!exists, false);
+  if (exists && (es = db->readDwgFile(path)) != Acad::eOk) {
+    std::printf("\nCannot open %s (status %d).", acrxToUtf8(path).c_str(), static_cast<int>(es));
+    std::fflush(stdout);
+    return nullptr;
+  }
+  db->setFilename(path);
+  return impl_->create(path, std::move(db), true, exists);
+}
+
+AcApDocument* AcApDocManager::newDocument() {
+  std::wstring name = L"Drawing" + std::to_wstring(++impl_->untitled) + L".dwg";
+  return impl_->create(name, std::make_unique<AcDbDatabase>(true, false), false, false);
+}
+
+std::wstring AcApDocManager::autoSavePath(AcApDocument* pDoc) const {
+  std::filesystem::path title(acrxToUtf8(pDoc ? pDoc->docTitle() : L"Drawing"));
+  std::error_code ec;
+  std::filesystem::path dir = std::filesystem::temp_directory_path(ec);
+  return acrxFromUtf8((dir / (title.stem().string() + "_kvhost.sv$")).string());
+}
+
+namespace {
+// Writes the database under `name`, told to the editor reactors; abortSave when it fails.
+Acad::ErrorStatus saveWithEvents(AcDbDatabase* db, const std::wstring& intended, bool keepName) {
+  acedEditorPtr()->forEachReactor([&](AcEditorReactor* r) { r->beginSave(db, intended.c_str()); });
+  const ACHAR* old = nullptr;
+  db->getFilename(old);
+  std::wstring oldName = old ? old : L"";
+  bool wasModified = db->isModified();
+  Acad::ErrorStatus es = db->saveAs(intended.c_str());
+  if (keepName) {
+    db->setFilename(oldName.c_str());
+    db->setModified(wasModified);
+  }
+  if (es != Acad::eOk) {
+    acedEditorPtr()->forEachReactor([&](AcEditorReactor* r) { r->abortSave(db); });
+    return es;
+  }
+  acedEditorPtr()->forEachReactor([&](AcEditorReactor* r) { r->saveComplete(db, intended.c_str()); });
+  return Acad::eOk;
+}
+}  // namespace
+
+Acad::ErrorStatus AcApDocManager::saveDocument(AcApDocument* pDoc) {
+  if (pDoc == nullptr || !impl_->has(pDoc)) return Acad::eNoDocument;
+  if (!pDoc->isNamed()) return Acad::eNotApplicable;
+  return saveWithEvents(pDoc->database(), pDoc->impl()->path, false);
+}
+
+// The document takes its new name before saveComplete is told, as its file now has it.
+Acad::ErrorStatus AcApDocManager::saveDocumentAs(AcApDocument* pDoc, const ACHAR* path) {
+  if (pDoc == nullptr || !impl_->has(pDoc)) return Acad::eNoDocument;
+  if (path == nullptr || path[0] == 0) return Acad::eInvalidInput;
+  AcDbDatabase* db = pDoc->database();
+  acedEditorPtr()->forEachReactor([&](AcEditorReactor* r) { r->beginSave(db, path); });
+  Acad::ErrorStatus es = db->saveAs(path);
+  if (es != Acad::eOk) {
+    acedEditorPtr()->forEachReactor([&](AcEditorReactor* r) { r->abortSave(db); });
+    return es;
+  }
+  pDoc->impl()->path = path;
+  pDoc->impl()->named = true;
+  AcDbSysVarValue savefile;
+  savefile.kind = AcDbSysVarValue::Kind::String;
+  savefile.text = autoSavePath(pDoc);
+  db->setSysVarHost(L"SAVEFILE", savefile);
+  acedEditorPtr()->forEachReactor([&](AcEditorReactor* r) { r->saveComplete(db, path); });
+  return Acad::eOk;
+}
+
+Acad::ErrorStatus AcApDocManager::autoSaveDocument(AcApDocument* pDoc) {
+  if (pDoc == nullptr || !impl_->has(pDoc)) return Acad::eNoDocument;
+  AcDbSysVarValue savefile;
+  pDoc->database()->getSysVar(L"SAVEFILE", savefile);
+  return saveWithEvents(pDoc->database(), savefile.text, true);
+}
+
+Acad::ErrorStatus AcApDocManager::closeDocument(AcApDocument* pDoc) {
+  if (pDoc == nullptr || !impl_->has(pDoc)) return Acad::eNoDocument;
+  AcDbDatabase* db = pDoc->database();
+  std::wstring name = pDoc->impl()->path;
+  acedEditorPtr()->forEachReactor([&](AcEditorReactor* r) { r->beginClose(db); });
+  if (impl_->current == pDoc) impl_->fire([&](auto* r) { r->documentToBeDeactivated(pDoc); });
+  impl_->fire([&](auto* r) { r->documentToBeDestroyed(pDoc); });
+  acedEditorPtr()->forEachReactor([&](AcEditorReactor* r) { r->databaseToBeDestroyed(db); });
+  if (impl_->hooks.destroyed) impl_->hooks.destroyed(pDoc);
+  bool wasCurrent = impl_->current == pDoc;
+  impl_->recent.erase(std::remove(impl_->recent.begin(), impl_->recent.end(), pDoc), impl_->recent.end());
+  if (wasCurrent) {
+    impl_->current = nullptr;
+    acdbHostApplicationServices()->setWorkingDatabase(nullptr);
+    kvads::setCurrentSession(nullptr);
+  }
+  auto it = std::find_if(impl_->docs.begin(), impl_->docs.end(), [&](const auto& d) { return d.get() == pDoc; });
+  std::unique_ptr<AcApDocument> gone = std::move(*it);
+  impl_->docs.erase(it);
+  gone.reset();
+  impl_->fire([&](auto* r) { r->documentDestroyed(name.c_str()); });
+  if (wasCurrent && !impl_->recent.empty()) impl_->activate(impl_->recent.front());
+  return Acad::eOk;
+}
+
+void AcApDocManager::closeAll() {
+  while (!impl_->docs.empty()) {
+    AcApDocument* doc = impl_->current ? impl_->current : impl_->docs.back().get();
+    closeDocument(doc);
+  }
+}

@@ -1,0 +1,247 @@
+// Selection sets: "X" over model space, "C" and "W" windows through the model space index and
+// the entities' drawn geometry, filters by DXF name and layer.
+#include <algorithm>
+#include <cwctype>
+#include <map>
+#include <vector>
+
+#include "edimpl.h"
+
+namespace {
+
+constexpr std::int64_t kSetTag = 0x5353;  // marks a selection set's name ("SS")
+
+struct Sets {
+  std::map<std::int64_t, std::vector<AcDbObjectId>> byId;
+  std::int64_t next = 1;
+};
+Sets& sets() {
+  static Sets s;
+  return s;
+}
+
+std::vector<AcDbObjectId>* setOf(const ads_name name) {
+  if (name == nullptr || name[0] != kSetTag) return nullptr;
+  auto it = sets().byId.find(name[1]);
+  return it == sets().byId.end() ? nullptr : &it->second;
+}
+
+// Wildcard match as the platform's filters do it: '*' any run, '?' one character, ',' between
+// alternatives, case ignored.
+bool wildMatch(const wchar_t* pat, const wchar_t* text) {
+  if (*pat == 0) return *text == 0;
+  if (*pat == L'*') return wildMatch(pat + 1, text) || (*text != 0 && wildMatch(pat, text + 1));
+  if (*text == 0) return false;
+  if (*pat != L'?' && std::towupper(*pat) != std::towupper(*text)) return false;
+  return wildMatch(pat + 1, text + 1);
+}
+
+bool matchesAny(const std::wstring& patterns, const std::wstring& text) {
+  std::size_t start = 0;
+  while (start <= patterns.size()) {
+    std::size_t end = patterns.find(L',', start);
+    std::wstring one = patterns.substr(start, end == std::wstring::npos ? std::wstring::npos : end - start);
+    if (wildMatch(one.c_str(), text.c_str())) return true;
+    if (end == std::wstring::npos) break;
+    start = end + 1;
+  }
+  return false;
+}
+
+struct Filter {
+  std::vector<std::wstring> types, layers;
+  bool ok = true;
+};
+
+Filter parseFilter(const resbuf* rb) {
+  Filter f;
+  for (; rb != nullptr; rb = rb->rbnext) {
+    bool type = rb->restype == 0 || rb->restype == RTDXF0;  // RTDXF0 stands for group 0 in built lists
+    if ((type || rb->restype == 8) && rb->resval.rstring != nullptr) {
+      (type ? f.types : f.layers).push_back(rb->resval.rstring);
+      continue;
+    }
+    kvads::consoleWrite("\nkvhost: selection filter group " + std::to_string(rb->restype) + " is not supported.");
+    f.ok = false;
+  }
+  return f;
+}
+
+std::wstring dxfName(const AcRxClass* cls) {
+  for (const AcRxClass* c = cls; c != nullptr; c = c->myParent())
+    if (c->dxfName() != nullptr && c->dxfName()[0] != 0) return c->dxfName();
+  return L"";
+}
+
+bool passes(const Filter& f, AcDbEntity* e) {
+  for (const auto& t : f.types)
+    if (!matchesAny(t, dxfName(e->isA()))) return false;
+  for (const auto& l : f.layers)
+    if (!matchesAny(l, e->layer())) return false;
+  return true;
+}
+
+struct Box {
+  double minX, minY, maxX, maxY;
+  bool contains(double x, double y) const { return x >= minX && x <= maxX && y >= minY && y <= maxY; }
+};
+
+// Liang-Barsky: whether the segment meets the box.
+bool segmentMeets(const Box& b, const AcGePoint3d& p, const AcGePoint3d& q) {
+  double t0 = 0, t1 = 1, dx = q.x - p.x, dy = q.y - p.y;
+  double pk[4] = {-dx, dx, -dy, dy}, qk[4] = {p.x - b.minX, b.maxX - p.x, p.y - b.minY, b.maxY - p.y};
+  for (int k = 0; k < 4; ++k) {
+    if (pk[k] == 0) {
+      if (qk[k] < 0) return false;
+      continue;
+    }
+    double t = qk[k] / pk[k];
+    if (pk[k] < 0) t0 = std::max(t0, t);
+    else t1 = std::min(t1, t);
+    if (t0 > t1) return false;
+  }
+  return true;
+}
+
+// Crossing: what is drawn meets the box (points, segments, circles by their bounding square,
+// text by its position). Window: everything drawn lies inside.
+bool drawnTouches(AcDbEntity* e, const Box& box, bool window) {
+  AcGiCapture capture;
+  capture.draw(e);
+  bool any = false;
+  for (const auto& p : capture.primitives()) {
+    using Kind = AcGiCapturedPrimitive::Kind;
+    std::vector<AcGePoint3d> pts = p.points;
+    if (p.kind == Kind::Circle || p.kind == Kind::Arc) {
+      const AcGePoint3d& c = p.points[0];
+      pts = {c + AcGeVector3d(-p.radius, -p.radius, 0), c + AcGeVector3d(p.radius, -p.radius, 0),
+             c + AcGeVector3d(p.radius, p.radius, 0), c + AcGeVector3d(-p.radius, p.radius, 0), c + AcGeVector3d(-p.radius, -p.radius, 0)};
+    }
+    for (std::size_t i = 0; i < pts.size(); ++i) {
+      bool inside = box.contains(pts[i].x, pts[i].y);
+      if (window && !inside) return false;
+      any = true;
+      if (!window && inside) return true;
+      if (!window && i + 1 < pts.size() && segmentMeets(box, pts[i], pts[i + 1])) return true;
+    }
+  }
+  return window && any;
+}
+
+int newSet(std::vector<AcDbObjectId> ids, ads_name ss) {
+  if (ids.empty()) return RTERROR;
+  std::int64_t id = sets().next++;
+  sets().byId[id] = std::move(ids);
+  ss[0] = kSetTag, ss[1] = id;
+  return RTNORM;
+}
+
+// Mode letters as typed: "_C", "C", "c:" and so on.
+std::wstring modeOf(const ACHAR* str) {
+  std::wstring m = str ? str : L"";
+  while (!m.empty() && (m[0] == L'_' || m[0] == L'.')) m.erase(0, 1);
+  while (!m.empty() && m.back() == L':') m.pop_back();
+  for (auto& c : m) c = static_cast<wchar_t>(std::towupper(c));
+  return m;
+}
+
+std::vector<AcDbObjectId> byHandle(std::vector<AcDbObjectId> ids) {
+  std::sort(ids.begin(), ids.end(), [](const AcDbObjectId& a, const AcDbObjectId& b) { return a.handle() < b.handle(); });
+  return ids;
+}
+
+}  // namespace
+
+int acedSSGet(const ACHAR* str, const void* pt1, const void* pt2, const resbuf* filter, ads_name ss) {
+  AcDbDatabase* db = acdbHostApplicationServices()->workingDatabase();
+  std::wstring mode = modeOf(str);
+  if (db == nullptr || ss == nullptr) return RTERROR;
+  Filter f = parseFilter(filter);
+  if (!f.ok) return RTERROR;
+  std::vector<AcDbObjectId> found;
+  if (mode == L"X") {
+    AcDbBlockTableRecord* ms = nullptr;
+    if (acdbOpenObject(ms, db->modelSpaceId(), AcDb::kForRead) != Acad::eOk) return RTERROR;
+    std::vector<AcDbObjectId> all(ms->entityIds().begin(), ms->entityIds().end());
+    ms->close();
+    for (const AcDbObjectId& id : all) {
+      AcDbEntity* e = nullptr;
+      if (acdbOpenObject(e, id, AcDb::kForRead) != Acad::eOk) continue;
+      if (passes(f, e)) found.push_back(id);
+      e->close();
+    }
+    return newSet(found, ss);
+  }
+  if ((mode != L"C" && mode != L"W") || pt1 == nullptr || pt2 == nullptr) {
+    kvads::consoleWrite("\nkvhost: selection mode \"" + acrxToUtf8(str ? str : L"") + "\" is not supported.");
+    return RTERROR;
+  }
+  const auto* a = static_cast<const double*>(pt1);
+  const auto* b = static_cast<const double*>(pt2);
+  AcDbExtents corners;
+  for (const AcGePoint3d& c : {AcGePoint3d(a[0], a[1], 0), AcGePoint3d(b[0], b[1], 0), AcGePoint3d(a[0], b[1], 0), AcGePoint3d(b[0], a[1], 0)})
+    corners.addPoint(kved::toWcs(c));
+  Box box{corners.minPoint().x, corners.minPoint().y, corners.maxPoint().x, corners.maxPoint().y};
+  // Only what the current view shows can be picked.
+  Box view{};
+  kved::viewBox(view.minX, view.minY, view.maxX, view.maxY);
+  Box clipped{std::max(box.minX, view.minX), std::max(box.minY, view.minY), std::min(box.maxX, view.maxX), std::min(box.maxY, view.maxY)};
+  if (clipped.minX > clipped.maxX || clipped.minY > clipped.maxY) return RTERROR;
+  std::vector<AcDbObjectId> candidates;
+  db->queryModelSpace(clipped.minX, clipped.minY, clipped.maxX, clipped.maxY, candidates);
+  for (const AcDbObjectId& id : byHandle(candidates)) {
+    AcDbEntity* e = nullptr;
+    if (acdbOpenObject(e, id, AcDb::kForRead) != Acad::eOk) continue;
+    if (passes(f, e) && drawnTouches(e, mode == L"W" ? box : clipped, mode == L"W")) found.push_back(id);
+    e->close();
+  }
+  return newSet(found, ss);
+}
+
+int acedSSLength(const ads_name sname, Adesk::Int32* len) {
+  auto* set = setOf(sname);
+  if (set == nullptr || len == nullptr) return RTERROR;
+  *len = static_cast<Adesk::Int32>(set->size());
+  return RTNORM;
+}
+
+int acedSSName(const ads_name ss, Adesk::Int32 i, ads_name entres) {
+  auto* set = setOf(ss);
+  if (set == nullptr || i < 0 || static_cast<std::size_t>(i) >= set->size()) return RTERROR;
+  return acdbGetAdsName(entres, (*set)[static_cast<std::size_t>(i)]) == Acad::eOk ? RTNORM : RTERROR;
+}
+
+int acedSSFree(const ads_name sname) {
+  if (setOf(sname) == nullptr) return RTERROR;
+  sets().byId.erase(sname[1]);
+  return RTNORM;
+}
+
+int acedSSAdd(const ads_name ename, const ads_name sname, ads_name result) {
+  AcDbObjectId id;
+  bool haveEnt = ename != nullptr && acdbGetObjectId(id, ename) == Acad::eOk;
+  if (ename != nullptr && !haveEnt) return RTERROR;
+  if (sname == nullptr) {  // a new set, empty or holding the entity
+    std::int64_t n = sets().next++;
+    sets().byId[n] = haveEnt ? std::vector<AcDbObjectId>{id} : std::vector<AcDbObjectId>{};
+    result[0] = kSetTag, result[1] = n;
+    return RTNORM;
+  }
+  auto* set = setOf(sname);
+  if (set == nullptr) return RTERROR;
+  if (haveEnt && std::find(set->begin(), set->end(), id) == set->end()) set->push_back(id);
+  result[0] = sname[0], result[1] = sname[1];
+  return RTNORM;
+}
+
+int acedSSDel(const ads_name ename, const ads_name ss) {
+  AcDbObjectId id;
+  auto* set = setOf(ss);
+  if (set == nullptr || acdbGetObjectId(id, ename) != Acad::eOk) return RTERROR;
+  auto it = std::find(set->begin(), set->end(), id);
+  if (it == set->end()) return RTERROR;
+  set->erase(it);
+  return RTNORM;
+}
+
+int acedSSCount() { return static_cast<int>(sets().byId.size()); }

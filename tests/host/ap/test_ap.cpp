@@ -1,0 +1,148 @@
+// Documents: the order of document and editor events, locks, the iterator and saving.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "ap.h"
+
+namespace {
+
+std::vector<std::string> events;
+
+std::string nameOf(AcApDocument* d) { return d ? acrxToUtf8(d->docTitle()) : "null"; }
+
+class DocLog : public AcApDocManagerReactor {
+ public:
+  void documentCreateStarted(AcApDocument* d) override { events.push_back("createStarted " + nameOf(d)); }
+  void documentCreated(AcApDocument* d) override { events.push_back("created " + nameOf(d)); }
+  void documentToBeDestroyed(AcApDocument* d) override { events.push_back("toBeDestroyed " + nameOf(d)); }
+  void documentDestroyed(const ACHAR* f) override { events.push_back("destroyed " + acrxToUtf8(f)); }
+  void documentToBeActivated(AcApDocument* d) override { events.push_back("toBeActivated " + nameOf(d)); }
+  void documentToBeDeactivated(AcApDocument* d) override { events.push_back("toBeDeactivated " + nameOf(d)); }
+  void documentActivated(AcApDocument* d) override { events.push_back("activated " + nameOf(d)); }
+};
+
+class EdLog : public AcEditorReactor {
+ public:
+  void beginSave(AcDbDatabase*, const ACHAR* n) override { events.push_back("beginSave " + acrxToUtf8(n)); }
+  void saveComplete(AcDbDatabase*, const ACHAR* n) override { events.push_back("saveComplete " + acrxToUtf8(n)); }
+  void beginDwgOpen(const ACHAR*) override { events.push_back("beginDwgOpen"); }
+  void endDwgOpen(const ACHAR*, AcDbDatabase*) override { events.push_back("endDwgOpen"); }
+  void beginClose(AcDbDatabase*) override { events.push_back("beginClose"); }
+};
+
+class ApTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    events.clear();
+    acDocManagerPtr()->addReactor(&docs_);
+    auto* editor = AcEditor::cast(acrxSysRegistry()->at(L"AcEditor"));
+    ASSERT_NE(editor, nullptr);
+    editor->addReactor(&ed_);
+    dir_ = std::filesystem::temp_directory_path() / "kv_ap_tests";
+    std::filesystem::remove_all(dir_);
+    std::filesystem::create_directories(dir_ / "a");
+    std::filesystem::create_directories(dir_ / "b");
+  }
+  void TearDown() override {
+    acDocManagerPtr()->closeAll();
+    acDocManagerPtr()->removeReactor(&docs_);
+    acedEditor->removeReactor(&ed_);
+  }
+  std::wstring path(const std::string& rel) { return acrxFromUtf8((dir_ / rel).string()); }
+  DocLog docs_;
+  EdLog ed_;
+  std::filesystem::path dir_;
+};
+
+TEST_F(ApTest, NewOpenActivateAndCloseTellReactorsInOrder) {
+  AcApDocManager* dm = acDocManagerPtr();
+  AcApDocument* first = dm->newDocument();
+  EXPECT_EQ(acrxToUtf8(first->fileName()).rfind("Drawing", 0), 0u);
+  EXPECT_FALSE(first->isNamed());
+  EXPECT_EQ(acdbHostApplicationServices()->workingDatabase(), first->database());
+  events.clear();
+  AcApDocument* second = dm->openDocument(path("a/one.dwg").c_str());
+  ASSERT_NE(second, nullptr);
+  EXPECT_EQ(events, (std::vector<std::string>{"createStarted one.dwg", "created one.dwg", "toBeDeactivated " + nameOf(first),
+                                              "toBeActivated one.dwg", "activated one.dwg"}))
+      << "a drawing that does not exist yet is created";
+  EXPECT_EQ(dm->curDocument(), second);
+  EXPECT_EQ(dm->document(second->database()), second);
+  events.clear();
+  ASSERT_EQ(dm->activateDocument(first), Acad::eOk);
+  EXPECT_EQ(events, (std::vector<std::string>{"toBeDeactivated one.dwg", "toBeActivated " + nameOf(first), "activated " + nameOf(first)}));
+  events.clear();
+  std::string firstName = nameOf(first);
+  ASSERT_EQ(dm->closeDocument(first), Acad::eOk);
+  EXPECT_EQ(events, (std::vector<std::string>{"beginClose", "toBeDeactivated " + firstName, "toBeDestroyed " + firstName,
+                                              "destroyed " + firstName, "toBeActivated one.dwg", "activated one.dwg"}));
+  EXPECT_EQ(dm->curDocument(), second);
+  EXPECT_EQ(dm->documentCount(), 1);
+  EXPECT_EQ(dm->closeDocument(first), Acad::eNoDocument);
+}
+
+TEST_F(ApTest, SaveSaveAsAndAutomaticSaveNameWhatWasWritten) {
+  AcApDocManager* dm = acDocManagerPtr();
+  AcApDocument* doc = dm->newDocument();
+  EXPECT_EQ(dm->saveDocument(doc), Acad::eNotApplicable) << "a drawing never saved needs a name";
+  events.clear();
+  ASSERT_EQ(dm->saveDocumentAs(doc, path("b/plan.dwg").c_str()), Acad::eOk);
+  EXPECT_EQ(events, (std::vector<std::string>{"beginSave " + acrxToUtf8(path("b/plan.dwg")), "saveComplete " + acrxToUtf8(path("b/plan.dwg"))}));
+  EXPECT_EQ(std::wstring(doc->fileName()), path("b/plan.dwg"));
+  EXPECT_TRUE(std::filesystem::exists(dir_ / "b/plan.dwg"));
+  events.clear();
+  ASSERT_EQ(dm->autoSaveDocument(doc), Acad::eOk);
+  AcDbSysVarValue savefile;
+  ASSERT_TRUE(doc->database()->getSysVar(L"SAVEFILE", savefile));
+  EXPECT_EQ(events.back(), "saveComplete " + acrxToUtf8(savefile.text));
+  EXPECT_EQ(std::wstring(doc->fileName()), path("b/plan.dwg")) << "an automatic save keeps the drawing's name";
+  const ACHAR* dbName = nullptr;
+  doc->database()->getFilename(dbName);
+  EXPECT_EQ(std::wstring(dbName), path("b/plan.dwg"));
+  // Reopening the saved file reads it back.
+  dm->closeDocument(doc);
+  AcApDocument* again = dm->openDocument(path("b/plan.dwg").c_str());
+  ASSERT_NE(again, nullptr);
+  EXPECT_EQ(events[events.size() - 5], "beginDwgOpen");
+}
+
+TEST_F(ApTest, LocksNestAndIteratorWalksAllDocuments) {
+  AcApDocManager* dm = acDocManagerPtr();
+  AcApDocument* a = dm->openDocument(path("a/x.dwg").c_str());
+  AcApDocument* b = dm->openDocument(path("a/y.dwg").c_str());
+  EXPECT_EQ(dm->lockDocument(a, AcAp::kWrite, nullptr, nullptr, true), Acad::eOk);
+  EXPECT_EQ(dm->lockDocument(a, AcAp::kRead), Acad::eOk);
+  EXPECT_EQ(a->myLockMode(), AcAp::kRead);
+  EXPECT_EQ(dm->unlockDocument(a), Acad::eOk);
+  EXPECT_EQ(a->myLockMode(), AcAp::kWrite);
+  EXPECT_EQ(dm->unlockDocument(a), Acad::eOk);
+  EXPECT_EQ(dm->unlockDocument(a), Acad::eNotApplicable);
+  EXPECT_EQ(dm->lockDocument(nullptr), Acad::eNoDocument);
+  std::vector<AcApDocument*> seen;
+  AcApDocumentIterator* it = dm->newAcApDocumentIterator();
+  for (; !it->done(); it->step()) seen.push_back(it->document());
+  delete it;
+  EXPECT_EQ(seen, (std::vector<AcApDocument*>{a, b}));
+  EXPECT_EQ(dm->openDocument(path("a/x.dwg").c_str()), a) << "opening an open drawing activates it";
+  EXPECT_EQ(dm->curDocument(), a);
+  a->beginActivity();
+  EXPECT_FALSE(a->isQuiescent());
+  a->endActivity();
+  EXPECT_TRUE(a->isQuiescent());
+}
+
+TEST_F(ApTest, AnUnreadableFileIsRefused) {
+  std::filesystem::path bad = dir_ / "a" / "bad.dwg";
+  FILE* f = std::fopen(bad.c_str(), "w");
+  std::fputs("not a drawing", f);
+  std::fclose(f);
+  Acad::ErrorStatus es = Acad::eOk;
+  EXPECT_EQ(acDocManagerPtr()->openDocument(acrxFromUtf8(bad.string()).c_str(), &es), nullptr);
+  EXPECT_EQ(es, Acad::eInvalidDwgVersion);
+  EXPECT_EQ(acDocManagerPtr()->documentCount(), 0);
+}
+
+}  // namespace

@@ -1,0 +1,196 @@
+// The editor: UCS transforms, crossing selection in the view, ZOOM, variables, prompts and jigs
+// fed by the input queue, the command stack.
+#include <gtest/gtest.h>
+
+#include "ed.h"
+#include "inputqueue.h"
+
+namespace {
+
+class EdTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    doc_ = acDocManagerPtr()->newDocument();
+    kvinput::InputQueue::instance().clear();
+  }
+  void TearDown() override {
+    acDocManagerPtr()->closeAll();
+    kvinput::InputQueue::instance().clear();
+  }
+  AcDbObjectId line(double x0, double y0, double x1, double y1) {
+    AcDbBlockTableRecord* ms = nullptr;
+    EXPECT_EQ(acdbOpenObject(ms, doc_->database()->modelSpaceId(), AcDb::kForWrite), Acad::eOk);
+    auto* l = new AcDbLine(AcGePoint3d(x0, y0, 0), AcGePoint3d(x1, y1, 0));
+    AcDbObjectId id;
+    ms->appendAcDbEntity(id, l);
+    l->close();
+    ms->close();
+    return id;
+  }
+  AcApDocument* doc_ = nullptr;
+};
+
+TEST_F(EdTest, TransBetweenUcsAndWcs) {
+  AcGeMatrix3d ucs = AcGeMatrix3d().setCoordSystem(AcGePoint3d(10, 0, 0), AcGeVector3d::kYAxis, -AcGeVector3d::kXAxis,
+                                                    AcGeVector3d::kZAxis);
+  ASSERT_EQ(acedSetCurrentUCS(ucs), Acad::eOk);
+  resbuf wcs{nullptr, RTSHORT, {}}, ucsRb{nullptr, RTSHORT, {}};
+  wcs.resval.rint = 0;
+  ucsRb.resval.rint = 1;
+  ads_point in = {1, 0, 0}, out;
+  ASSERT_EQ(acedTrans(in, &ucsRb, &wcs, 0, out), RTNORM);
+  EXPECT_NEAR(out[0], 10, 1e-12);
+  EXPECT_NEAR(out[1], 1, 1e-12);
+  ASSERT_EQ(acedTrans(in, &ucsRb, &wcs, 1, out), RTNORM);
+  EXPECT_NEAR(out[0], 0, 1e-12) << "a displacement ignores the origin";
+  ads_point back;
+  ASSERT_EQ(acedTrans(out, &wcs, &ucsRb, 1, back), RTNORM);
+  EXPECT_NEAR(back[0], 1, 1e-12);
+  resbuf bad{nullptr, RTSTR, {}};
+  EXPECT_EQ(acedTrans(in, &bad, &wcs, 0, out), RTERROR);
+}
+
+TEST_F(EdTest, CrossingSelectsOnlyWhatTheViewShowsAndZoomBringsItBack) {
+  AcDbObjectId near = line(0, 0, 5, 5);
+  AcDbObjectId crossing = line(-10, 2, 10, 2);
+  line(100, 100, 105, 105);
+  AcDbObjectId far = line(1000, 1000, 1005, 1005);
+  AcEdView view;
+  view.center.set(0, 0, 0);
+  view.height = 40;
+  view.screenWidth = 400, view.screenHeight = 400;
+  acedSetCurrentView(view);
+  ads_point a = {-1, 1, 0}, b = {1, 3, 0};
+  ads_name ss;
+  ASSERT_EQ(acedSSGet(L"_C", a, b, nullptr, ss), RTNORM);
+  Adesk::Int32 n = 0;
+  acedSSLength(ss, &n);
+  ASSERT_EQ(n, 2);
+  ads_name e0, e1;
+  acedSSName(ss, 0, e0);
+  acedSSName(ss, 1, e1);
+  AcDbObjectId id0, id1;
+  acdbGetObjectId(id0, e0);
+  acdbGetObjectId(id1, e1);
+  EXPECT_EQ(id0, near);
+  EXPECT_EQ(id1, crossing);
+  EXPECT_EQ(acedSSName(ss, 2, e0), RTERROR);
+  EXPECT_EQ(acedSSFree(ss), RTNORM);
+  EXPECT_EQ(acedSSFree(ss), RTERROR);
+  ads_point fa = {999, 999, 0}, fb = {1001, 1001, 0};
+  EXPECT_EQ(acedSSGet(L"C", fa, fb, nullptr, ss), RTERROR) << "outside the current view";
+  ASSERT_EQ(acedCommandS(RTSTR, L"_.ZOOM", RTSTR, L"_V", RTNONE), RTNORM);
+  ASSERT_EQ(acedSSGet(L"C", fa, fb, nullptr, ss), RTNORM);
+  acedSSName(ss, 0, e0);
+  acdbGetObjectId(id0, e0);
+  EXPECT_EQ(id0, far);
+  acedSSFree(ss);
+  ASSERT_EQ(acedCommandS(RTSTR, L"_.ZOOM", RTSTR, L"_P", RTNONE), RTNORM);
+  EXPECT_DOUBLE_EQ(acedCurrentView().height, 40);
+  EXPECT_EQ(acedCommandS(RTSTR, L"_.NOSUCH", RTNONE), RTERROR);
+}
+
+TEST_F(EdTest, AllSelectionWithDxfNameAndLayerFilters) {
+  line(0, 0, 1, 1);
+  AcDbBlockTableRecord* ms = nullptr;
+  ASSERT_EQ(acdbOpenObject(ms, doc_->database()->modelSpaceId(), AcDb::kForWrite), Acad::eOk);
+  auto* pl = new AcDbPolyline;
+  pl->addVertexAt(0, {0, 0});
+  pl->addVertexAt(1, {1, 0});
+  ms->appendAcDbEntity(pl);
+  pl->close();
+  ms->close();
+  resbuf* filter = acutBuildList(RTDXF0, L"LWPOLYLINE,CIRCLE", RTNONE);
+  ads_name ss;
+  ASSERT_EQ(acedSSGet(L"X", nullptr, nullptr, filter, ss), RTNORM);
+  Adesk::Int32 n = 0;
+  acedSSLength(ss, &n);
+  EXPECT_EQ(n, 1);
+  acedSSFree(ss);
+  acutRelRb(filter);
+  filter = acutBuildList(RTDXF0, L"*LINE", 8, L"0", RTNONE);
+  ASSERT_EQ(acedSSGet(L"X", nullptr, nullptr, filter, ss), RTNORM);
+  acedSSLength(ss, &n);
+  EXPECT_EQ(n, 2) << "wildcards";
+  acedSSFree(ss);
+  acutRelRb(filter);
+  filter = acutBuildList(8, L"NOLAYER", RTNONE);
+  EXPECT_EQ(acedSSGet(L"X", nullptr, nullptr, filter, ss), RTERROR) << "nothing found";
+  acutRelRb(filter);
+  EXPECT_EQ(acedSSCount(), 0) << "no set leaks";
+}
+
+TEST_F(EdTest, VariablesThroughCells) {
+  resbuf rb;
+  ASSERT_EQ(acedGetVar(L"DIMSCALE", &rb), RTNORM);
+  EXPECT_EQ(rb.restype, RTREAL);
+  resbuf set{nullptr, RTREAL, {}};
+  set.resval.rreal = 48;
+  ASSERT_EQ(acedSetVar(L"dimscale", &set), RTNORM);
+  EXPECT_EQ(doc_->database()->dimscale(), 48);
+  ASSERT_EQ(acedGetVar(L"SAVEFILE", &rb), RTNORM);
+  EXPECT_EQ(rb.restype, RTSTR);
+  std::free(rb.resval.rstring);
+  EXPECT_EQ(acedSetVar(L"SAVEFILE", &set), RTERROR);
+  EXPECT_EQ(acedGetVar(L"NOPE", &rb), RTERROR);
+}
+
+TEST_F(EdTest, GetPointTakesScriptedPointsInUcsAndCancels) {
+  auto& q = kvinput::InputQueue::instance();
+  q.loadText("point 3,4\ntext 1,2,3\nenter\nesc\n");
+  ads_point p;
+  ASSERT_EQ(acedGetPoint(nullptr, L"\nPick: ", p), RTNORM);
+  EXPECT_EQ(p[0], 3);
+  ASSERT_EQ(acedGetPoint(nullptr, L"\nPick: ", p), RTNORM);
+  EXPECT_EQ(p[2], 3);
+  EXPECT_EQ(acedGetPoint(nullptr, L"\nPick: ", p), RTNONE);
+  EXPECT_EQ(acedGetPoint(nullptr, L"\nPick: ", p), RTCAN);
+  EXPECT_EQ(acedGetPoint(nullptr, L"\nPick: ", p), RTCAN) << "an empty queue cancels";
+}
+
+// A jig that places a line's end, asking with null input accepted.
+class LineJig : public AcEdJig {
+ public:
+  AcDbLine* line = new AcDbLine(AcGePoint3d(0, 0, 0), AcGePoint3d(0, 0, 0));
+  AcGePoint3d current;
+  int samples = 0;
+  DragStatus sampler() override {
+    ++samples;
+    setUserInputControls(kNullResponseAccepted);
+    AcGePoint3d p;
+    DragStatus s = acquirePoint(p);
+    if (s == kNormal && p.isEqualTo(current)) return kNoChange;
+    if (s == kNormal) current = p;
+    return s;
+  }
+  Adesk::Boolean update() override { return line->setEndPoint(current) == Acad::eOk; }
+  AcDbEntity* entity() const override { return line; }
+};
+
+TEST_F(EdTest, JigDragsToTheNextPointSkippingUnchangedOnes) {
+  kvinput::InputQueue::instance().loadText("point 0,0\npoint 5,5\nenter\n");
+  LineJig jig;
+  jig.setDispPrompt(L"\nEnd point: ");
+  EXPECT_EQ(jig.drag(), AcEdJig::kNormal);
+  EXPECT_EQ(jig.samples, 2) << "the first point equals the start: no change, next sample";
+  EXPECT_TRUE(jig.line->endPoint().isEqualTo({5, 5, 0}));
+  EXPECT_EQ(jig.drag(), AcEdJig::kNull);
+  EXPECT_EQ(jig.drag(), AcEdJig::kCancel);
+  AcDbObjectId id = jig.append();
+  EXPECT_FALSE(id.isNull());
+}
+
+TEST_F(EdTest, CommandGroupsAreRegisteredAndRemoved) {
+  auto* stack = AcEdCommandStack::cast(acrxSysRegistry()->at(ACRX_COMMAND_DOCK));
+  ASSERT_NE(stack, nullptr);
+  static int calls = 0;
+  ASSERT_EQ(stack->addCommand(L"KV_HVAC-DUCT_COMMANDS", L"KVTEST", L"KVTEST", 0, [] { ++calls; }), Acad::eOk);
+  EXPECT_EQ(stack->addCommand(L"KV_HVAC-DUCT_COMMANDS", L"KVTEST", L"KVTEST", 0, [] {}), Acad::eDuplicateKey);
+  EXPECT_EQ(acedCommandS(RTSTR, L"_.KVTEST", RTNONE), RTNORM);
+  EXPECT_EQ(calls, 1);
+  EXPECT_EQ(stack->removeGroup(L"KV_HVAC-DUCT_COMMANDS"), Acad::eOk);
+  EXPECT_EQ(stack->removeGroup(L"KV_HVAC-DUCT_COMMANDS"), Acad::eKeyNotFound);
+  EXPECT_EQ(stack->lookupGlobalCmd(L"KVTEST"), nullptr);
+}
+
+}  // namespace

@@ -1,0 +1,96 @@
+// The capture (traits, nested draws, model transforms, both passes) and plots to files.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "gi.h"
+#include "db.h"
+
+namespace {
+
+// Draws through both passes and a nested entity, as custom entities do.
+class TwoPass : public AcDbEntity {
+ public:
+  AcDbLine inner{AcGePoint3d(0, 0, 0), AcGePoint3d(1, 0, 0)};
+  Adesk::Boolean subWorldDraw(AcGiWorldDraw* mode) override {
+    if (mode->regenAbort()) return true;
+    mode->subEntityTraits().setColor(1);
+    mode->subEntityTraits().setSelectionMarker(7);
+    mode->geometry().circle(AcGePoint3d(5, 5, 0), 2, AcGeVector3d::kZAxis);
+    mode->geometry().pushModelTransform(AcGeMatrix3d::translation(AcGeVector3d(10, 0, 0)));
+    mode->geometry().draw(&inner);
+    mode->geometry().popModelTransform();
+    return mode->regenType() == kAcGiSaveWorldDrawForProxy;
+  }
+  void subViewportDraw(AcGiViewportDraw* mode) override {
+    mode->geometry().text(AcGePoint3d(0, 0, 0), AcGeVector3d::kZAxis, AcGeVector3d::kXAxis, 1, 0.8, 0, L"VP");
+  }
+};
+
+TEST(GiCapture, TraitsNestedDrawsTransformsAndPasses) {
+  TwoPass e;
+  e.inner.setColorIndex(3);
+  AcGiCapture capture;
+  capture.draw(&e);
+  const auto& prims = capture.primitives();
+  ASSERT_EQ(prims.size(), 3u);
+  EXPECT_EQ(prims[0].kind, AcGiCapturedPrimitive::Kind::Circle);
+  EXPECT_EQ(prims[0].color, 1);
+  EXPECT_EQ(prims[0].marker, 7);
+  EXPECT_EQ(prims[1].kind, AcGiCapturedPrimitive::Kind::Polyline);
+  EXPECT_EQ(prims[1].color, 3) << "a nested entity draws with its own colour";
+  EXPECT_TRUE(prims[1].points[1].isEqualTo({11, 0, 0})) << "the model transform applies";
+  EXPECT_EQ(prims[2].kind, AcGiCapturedPrimitive::Kind::Text);
+  EXPECT_TRUE(prims[2].viewport);
+  EXPECT_EQ(prims[2].color, 256) << "traits come back after the world pass";
+  capture.clear();
+  capture.drawWorldOnly(&e);
+  EXPECT_EQ(capture.primitives().size(), 2u) << "a proxy picture has no viewport pass";
+  capture.clear();
+  capture.setAbort(true);
+  capture.draw(&e);
+  EXPECT_TRUE(capture.primitives().empty());
+}
+
+TEST(GiPlot, ModelSpaceToSvgAndPng) {
+  AcDbDatabase db;
+  AcDbBlockTableRecord* ms = nullptr;
+  ASSERT_EQ(acdbOpenObject(ms, db.modelSpaceId(), AcDb::kForWrite), Acad::eOk);
+  auto* line = new AcDbLine(AcGePoint3d(0, 0, 0), AcGePoint3d(100, 50, 0));
+  line->setColorIndex(1);
+  ms->appendAcDbEntity(line);
+  line->close();
+  auto* pl = new AcDbPolyline;
+  pl->addVertexAt(0, {10, 10});
+  pl->addVertexAt(1, {60, 10}, 0.5);
+  pl->addVertexAt(2, {60, 40});
+  pl->setClosed(true);
+  pl->setColorIndex(5);
+  ms->appendAcDbEntity(pl);
+  pl->close();
+  auto* text = new AcDbMText;
+  text->setContents(L"ROOM 101\\P250 SF");
+  text->setTextHeight(4);
+  text->setLocation({20, 35, 0});
+  ms->appendAcDbEntity(text);
+  text->close();
+  ms->close();
+  auto dir = std::filesystem::temp_directory_path() / "kv_gi_tests";
+  std::filesystem::create_directories(dir);
+  auto svg = dir / "plot.svg", png = dir / "plot.png";
+  ASSERT_EQ(acgiPlotModelSpace(&db, acrxFromUtf8(svg.string()).c_str(), AcGiPlotFormat::Svg, 800), Acad::eOk);
+  ASSERT_EQ(acgiPlotModelSpace(&db, acrxFromUtf8(png.string()).c_str(), AcGiPlotFormat::Png, 800), Acad::eOk);
+  std::ifstream in(svg);
+  std::string content((std::istreambuf_iterator<char>(in)), {});
+  EXPECT_NE(content.find("<svg"), std::string::npos);
+  EXPECT_NE(content.find("rgb(100%,0%,0%)"), std::string::npos) << "the red line is there";
+  std::ifstream pin(png, std::ios::binary);
+  char sig[8] = {};
+  pin.read(sig, 8);
+  EXPECT_EQ(std::string(sig + 1, 3), "PNG");
+  EXPECT_EQ(acgiPlotModelSpace(&db, L"/nonexistent-dir/x.png", AcGiPlotFormat::Png), Acad::eFileAccessErr);
+  EXPECT_EQ(acgiPlotModelSpace(nullptr, L"x.png", AcGiPlotFormat::Png), Acad::eInvalidInput);
+}
+
+}  // namespace
