@@ -1,6 +1,7 @@
 // The reader: AutoLISP source text to values. Iterative, so that no input can exhaust the stack.
-#include <cerrno>
+#include <charconv>
 #include <cstdlib>
+#include <string>
 
 #include "reader.h"
 
@@ -16,7 +17,7 @@ bool isDelimiter(char c) {
 bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
 // A number when the whole token is one: [+-]digits[.digits][e[+-]digits] or [+-].digits...
-bool parseNumber(const std::string& tok, Value& out) {
+bool parseNumber(std::string_view tok, Value& out) {
   std::size_t i = 0, n = tok.size();
   if (i < n && (tok[i] == '+' || tok[i] == '-')) ++i;
   std::size_t intDigits = 0, fracDigits = 0;
@@ -37,15 +38,20 @@ bool parseNumber(const std::string& tok, Value& out) {
     if (expDigits == 0) return false;
   }
   if (i != n) return false;
+  const char* first = tok.data() + (tok[0] == '+' ? 1 : 0);
+  const char* last = tok.data() + n;
   if (!isReal) {
-    errno = 0;
-    long long v = std::strtoll(tok.c_str(), nullptr, 10);
-    if (errno == 0 && v >= INT32_MIN && v <= INT32_MAX) {  // a wider integer reads as a real
-      out = Value::integer(static_cast<std::int32_t>(v));
+    std::int32_t v = 0;
+    auto r = std::from_chars(first, last, v);
+    if (r.ec == std::errc() && r.ptr == last) {  // a wider integer reads as a real
+      out = Value::integer(v);
       return true;
     }
   }
-  out = Value::real(std::strtod(tok.c_str(), nullptr));
+  double x = 0;
+  auto r = std::from_chars(first, last, x);
+  if (r.ec == std::errc::result_out_of_range) x = std::strtod(std::string(tok).c_str(), nullptr);
+  out = Value::real(x);
   return true;
 }
 
@@ -100,10 +106,10 @@ Value Reader::readString() {
   throw Error("malformed string on input");
 }
 
-std::string Reader::readToken() {
+std::string_view Reader::readToken() {
   std::size_t start = pos_;
   while (pos_ < src_.size() && !isDelimiter(src_[pos_])) ++pos_;
-  return std::string(src_.substr(start, pos_ - start));
+  return src_.substr(start, pos_ - start);
 }
 
 // Hands a finished datum to the innermost open list or quote; true when a whole top-level
@@ -171,7 +177,7 @@ bool Reader::next(Value& out) {
     } else if (c == '"') {
       datum = readString();
     } else {
-      std::string tok = readToken();
+      std::string_view tok = readToken();
       if (tok == ".") {
         if (open_.empty() || open_.back().quote || open_.back().items.empty() || open_.back().afterDot)
           throw Error("invalid dotted pair");

@@ -23,7 +23,7 @@ class Reader {
   };
   void skipSpace();
   Value readString();
-  std::string readToken();
+  std::string_view readToken();
   bool deliver(Value v, Value& out);
   Value closeList();
 

@@ -19,25 +19,29 @@ SymbolTable& symbols() {
   return table;
 }
 
-std::string upper(std::string_view name) {
-  std::string s(name);
-  for (char& c : s)
-    if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
-  return s;
-}
 
 }  // namespace
 
+// The reader interns every symbol it meets: one reused buffer, no allocation for known names.
 std::uint32_t intern(std::string_view name) {
   SymbolTable& t = symbols();
-  std::string key = upper(name);
+  static std::string key;
+  key.assign(name);
+  for (char& c : key)
+    if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
   auto it = t.ids.find(key);
   if (it != t.ids.end()) return it->second;
   auto id = static_cast<std::uint32_t>(t.names.size());
   t.names.push_back(key);
-  t.ids.emplace(std::move(key), id);
+  t.ids.emplace(key, id);
   return id;
 }
+
+namespace {
+bool isNilName(std::string_view name) {
+  return name.size() == 3 && (name[0] | 0x20) == 'n' && (name[1] | 0x20) == 'i' && (name[2] | 0x20) == 'l';
+}
+}  // namespace
 
 const std::string& symbolName(std::uint32_t id) { return symbols().names.at(id); }
 
@@ -119,7 +123,7 @@ Value Value::integer(std::int32_t n) {
 }
 
 Value Value::symbol(std::string_view name) {
-  if (upper(name) == "NIL") return Value();
+  if (isNilName(name)) return Value();
   Value v;
   v.bits_ = (static_cast<std::uintptr_t>(intern(name)) << 2) | 2;
   return v;
