@@ -236,6 +236,7 @@ int Environment::undef(const ACHAR* name, int funcNumber) {
 int Environment::invoke(const resbuf* args, resbuf** result) {
   *result = nullptr;
   if (!args || args->restype != RTSTR || !args->resval.rstring) return RTERROR;
+  if (impl_->pendingExit >= 0) return RTERROR;  // the module is on its way out to an (exit N)
   try {
     Value fn = impl_->resolve(Value::symbol(kvads::toUtf8(args->resval.rstring)));
     std::vector<Value> values = fromCells(args->rbnext);

@@ -398,6 +398,7 @@ Value Environment::load(const std::string& path) {
 }
 
 bool Environment::runTopLevel(std::string_view source) {
+  impl_->pendingExit = -1;  // one left by an acedInvoke outside any call is stale by now
   try {
     evalString(source);
     return true;
@@ -408,6 +409,7 @@ bool Environment::runTopLevel(std::string_view source) {
 }
 
 bool Environment::evalTopLevel(const Value& form, Value& result) {
+  impl_->pendingExit = -1;
   try {
     result = impl_->eval(form);
     return true;
@@ -418,6 +420,7 @@ bool Environment::evalTopLevel(const Value& form, Value& result) {
 }
 
 bool Environment::loadTopLevel(const std::string& path) {
+  impl_->pendingExit = -1;
   try {
     load(path);
     return true;

@@ -175,6 +175,8 @@ TEST_F(Bridge, InvokeCallsLispWithConvertedArguments) {
   EXPECT_EQ(ev("(t-back 5)"), "\"failed\"");
   ev("(defun lisp-side (n) (exit 4))");
   EXPECT_THROW(env.evalString("(t-back 1)"), kvlisp::ExitRequest) << "(exit N) passes through the module";
+  EXPECT_TRUE(env.runTopLevel("(defun lisp-side (n) n)"));
+  EXPECT_EQ(ev("(t-back 3)"), "(3)") << "the exit does not linger";
 
   call = acutBuildList(RTSHORT, 1, 0);
   EXPECT_EQ(acedInvoke(call, &result), RTERROR) << "the first cell must name the function";
