@@ -22,3 +22,21 @@
       (princ (strcat "\nDatabase repaired: " (itoa saved) " rows saved. The damaged file is kept as "
                      path ".damaged"))
       T)))
+
+;; Makes FOLDER a project: creates its database file "<folder name>_kv_hvac.kv" unless the folder
+;; has one already. Answers the path of the folder's database file.
+(defun projectdb-createProject (folder / existing name)
+  (setq folder (vl-string-right-trim " /\\" folder))
+  (cond
+    ((setq existing (kvdb-find folder "kv_hvac")) existing)
+    (T
+     (setq name (strcat folder "/" (projectdb-baseName folder) "_kv_hvac.kv"))
+     (kvdb-create name)
+     name)))
+
+;; The last part of a path: "/a/b/office" gives "office".
+(defun projectdb-baseName (path / i)
+  (setq i (strlen path))
+  (while (and (> i 0) (not (member (substr path i 1) '("/" "\\"))))
+    (setq i (1- i)))
+  (substr path (1+ i)))

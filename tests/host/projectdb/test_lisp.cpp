@@ -63,5 +63,14 @@ TEST_F(ProjectLisp, CompactDatabaseRepairsAndKeepsTheOldFile) {
   EXPECT_EQ(Eval("(compactDatabase " + Lisp((folder_ / "none_kv_hvac.kv").string()) + " nil \"Repair\")"), "nil");
 }
 
+TEST_F(ProjectLisp, CreateProjectMakesTheFolderFileOnce) {
+  std::string made = folder_.string() + "/" + folder_.filename().string() + "_kv_hvac.kv";
+  EXPECT_EQ(Eval("(projectdb-createProject " + Lisp(folder_.string() + "/") + ")"), Lisp(made));
+  Eval("(kvdb-execute " + Lisp(made) + " \"insert into tblDuct (WIDTH) values (3)\")");
+  // A second call finds the file and leaves its rows alone.
+  EXPECT_EQ(Eval("(projectdb-createProject " + Lisp(folder_.string()) + ")"), Lisp(made));
+  EXPECT_EQ(Eval("(kvdb-query " + Lisp(made) + " \"select count(*) from tblDuct\")"), "(1)");
+}
+
 }  // namespace
 }  // namespace kvtest
