@@ -42,7 +42,7 @@ enum class ProjectDbError : LONG {
 // seen at the latest when a cursor next reads a fresh batch.
 //
 // Writes are durable when the call returns (committed with a full sync) and wait for other
-// processes holding the file for up to a few seconds before failing with DiskOrNetwork.
+// processes holding the file for up to ten seconds before failing with DiskOrNetwork.
 class ProjectDatabase : public IUnknown {
  public:
   // Opens an existing project file for reading and writing. *result is "" on failure (see
