@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 
 #include "db.h"
 
@@ -252,6 +253,89 @@ TEST(DbFiling, FindFileLooksBesideTheDrawingThenOnTheSupportPath) {
   ASSERT_EQ(services->findFile(found, 512, L"ARROW.dwg", &db), Acad::eOk);
   EXPECT_EQ(std::filesystem::path(acrxToUtf8(found)), dir / "ARROW.dwg") << "the drawing's folder comes first";
   services->setSupportPath(L"");
+}
+
+}  // namespace
+
+namespace {
+
+std::string runAudit(const std::filesystem::path& dxf, int& status) {
+  auto log = dxf;
+  log += ".audit.txt";
+  std::string cmd = "/usr/bin/python3 -m ezdxf audit '" + dxf.string() + "' > '" + log.string() + "' 2>&1";
+  status = std::system(cmd.c_str());
+  std::ifstream in(log);
+  return std::string((std::istreambuf_iterator<char>(in)), {});
+}
+
+TEST(DbDxf, ExportPassesAnIndependentAudit) {
+  auto path = tempFile("sample.dxf");
+  AcDbDatabase db;
+  buildSample(db);
+  ASSERT_EQ(db.dxfOut(acrxFromUtf8(path.string()).c_str()), Acad::eOk);
+  int status = 0;
+  std::string log = runAudit(path, status);
+  EXPECT_EQ(status, 0) << log;
+  EXPECT_NE(log.find("No errors found."), std::string::npos) << log;
+  std::string count = "/usr/bin/python3 -c \"import ezdxf; d = ezdxf.readfile('" + path.string() +
+                      "'); print(sorted(e.dxftype() for e in d.modelspace()))\" > '" + path.string() + ".types' 2>&1";
+  ASSERT_EQ(std::system(count.c_str()), 0);
+  std::ifstream in(path.string() + ".types");
+  std::string types((std::istreambuf_iterator<char>(in)), {});
+  EXPECT_EQ(types, "['LINE', 'LWPOLYLINE', 'MTEXT', 'TESTMARKER']\n") << "the other reader sees every entity";
+}
+
+}  // namespace
+
+namespace {
+
+std::string slurp(const std::filesystem::path& p) {
+  std::ifstream in(p, std::ios::binary);
+  return std::string((std::istreambuf_iterator<char>(in)), {});
+}
+
+// The ENTITIES section without handle and owner groups, which a reader gives anew.
+std::string entitiesWithoutHandles(const std::string& dxf) {
+  std::istringstream in(dxf.substr(dxf.find("ENTITIES")));
+  std::string code, value, out;
+  while (std::getline(in, code) && std::getline(in, value)) {
+    if (code == "0" && value == "ENDSEC") break;
+    if (code == "5" || code == "330") continue;
+    out += code + " " + value + "\n";
+  }
+  return out;
+}
+
+TEST(DbDxf, ADrawingSavedAndReopenedGivesTheSameDxf) {
+  auto dwg = tempFile("same.dwg"), a = tempFile("same-a.dxf"), b = tempFile("same-b.dxf");
+  {
+    AcDbDatabase db;
+    buildSample(db);
+    ASSERT_EQ(db.saveAs(acrxFromUtf8(dwg.string()).c_str()), Acad::eOk);
+    ASSERT_EQ(db.dxfOut(acrxFromUtf8(a.string()).c_str()), Acad::eOk);
+  }
+  AcDbDatabase back(false, true);
+  ASSERT_EQ(back.readDwgFile(acrxFromUtf8(dwg.string()).c_str()), Acad::eOk);
+  ASSERT_EQ(back.dxfOut(acrxFromUtf8(b.string()).c_str()), Acad::eOk);
+  EXPECT_EQ(slurp(a), slurp(b));
+}
+
+TEST(DbDxf, ImportReadsBackWhatExportWrote) {
+  auto a = tempFile("in-a.dxf"), b = tempFile("in-b.dxf");
+  {
+    AcDbDatabase db;
+    buildSample(db);
+    ASSERT_EQ(db.dxfOut(acrxFromUtf8(a.string()).c_str()), Acad::eOk);
+  }
+  AcDbDatabase imported;
+  ASSERT_EQ(imported.dxfIn(acrxFromUtf8(a.string()).c_str()), Acad::eOk);
+  ASSERT_EQ(imported.dxfOut(acrxFromUtf8(b.string()).c_str()), Acad::eOk);
+  std::string before = entitiesWithoutHandles(slurp(a)), after = entitiesWithoutHandles(slurp(b));
+  EXPECT_FALSE(before.empty());
+  EXPECT_EQ(before, after);
+  EXPECT_EQ(imported.dxfIn(L"/nonexistent/x.dxf"), Acad::eFileNotFound);
+  std::ofstream(tempFile("garbage.dxf")) << "this is\nnot\ngroup coded\n";
+  EXPECT_EQ(imported.dxfIn(acrxFromUtf8(tempFile("garbage.dxf").string()).c_str()), Acad::eInvalidDxfCode);
 }
 
 }  // namespace
