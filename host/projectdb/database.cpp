@@ -3,9 +3,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <fstream>
+#include <random>
+#include <thread>
 
 #include "impl.h"
 #include "schema.h"
@@ -86,8 +89,25 @@ bool EndsWithNoCase(std::string_view text, std::string_view suffix) {
   return text.size() >= suffix.size() && LowerAscii(text.substr(text.size() - suffix.size())) == LowerAscii(suffix);
 }
 
+namespace {
+
+// Waiting for a file another process is writing. SQLite's own timeout backs off to 100 ms
+// sleeps, so a writer that commits back to back keeps the lock nearly all the time and starves
+// the other; short sleeps with jitter give both their turns. Gives up after ten seconds.
+int waitForLock(void*, int attempt) {
+  using Clock = std::chrono::steady_clock;
+  thread_local Clock::time_point since;
+  thread_local std::minstd_rand jitter(static_cast<unsigned>(getpid()));
+  if (attempt == 0) since = Clock::now();
+  if (Clock::now() - since > std::chrono::seconds(10)) return 0;
+  std::this_thread::sleep_for(std::chrono::microseconds(50 + jitter() % 200));
+  return 1;
+}
+
+}  // namespace
+
 int ConfigureConnection(sqlite3* db, bool readOnly) {
-  sqlite3_busy_timeout(db, 10000);
+  sqlite3_busy_handler(db, waitForLock, nullptr);
   sqlite3_extended_result_codes(db, 1);
   if (readOnly) return SQLITE_OK;
   // WAL lets readers in other processes go on while one writes; FULL makes every commit reach

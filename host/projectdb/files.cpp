@@ -189,7 +189,7 @@ long rebuild(const std::string& damaged, const std::string& target, std::string*
   DbHandle from = openFile(damaged, SQLITE_OPEN_READWRITE, error);
   DbHandle to = openFile(target, SQLITE_OPEN_READWRITE, error);
   if (!from || !to) return -1;
-  sqlite3_busy_timeout(to.get(), 10000);
+  ConfigureConnection(to.get(), false);
   if (!exec(to.get(), "BEGIN IMMEDIATE", error)) return -1;
   std::vector<std::string> filled;
   long saved = salvageAll(from.get(), to.get(), filled);
