@@ -127,6 +127,8 @@ TEST_F(Documents, ActivationRunsTheLispLayersWorkOnlyWhenAllowedAndQuiet) {
   kvDocumentRegistry registry;
   AcApDocument* a = Open("one/a.dwg");
   AcApDocument* b = Open("one/b.dwg");
+  a->setLispSession(&session);
+  b->setLispSession(&session);
   session.invoked.clear();
   acDocManagerPtr()->activateDocument(a);
   EXPECT_EQ(session.invoked, std::vector<std::wstring>{L"c:kv_hvac-doToDo"});
