@@ -119,7 +119,9 @@ class ProjectDatabase : public IUnknown {
   // Rebuilds a damaged project file from what can still be read: the file is moved aside to
   // "<path>.damaged" (replacing an older one), a fresh file with the full schema takes its place,
   // and every readable row of every known table is copied in. *rowsSaved counts the rows copied.
-  // The connection must not have the file open. *ok is false when nothing could be rebuilt.
+  // Neither this connection nor any other process may have the file open: writes through a
+  // connection opened before the repair would go to the damaged copy. *ok is false when nothing
+  // could be rebuilt.
   virtual HRESULT Repair(BSTR path, LONG* rowsSaved, VARIANT_BOOL* ok) = 0;
 };
 

@@ -1,8 +1,26 @@
 // ProjectDatabase: rows between SQLite and name/value arrays, the writes on the current row, and
 // SQL statements and queries.
+#include <algorithm>
+
 #include "impl.h"
 
 namespace kvprojectdb {
+
+namespace {
+
+// Nearly all stored text is ASCII: it is widened straight into the BSTR, without a wide copy.
+BSTR TextToBstr(const std::string& text) {
+  bool ascii = std::all_of(text.begin(), text.end(), [](char ch) { return static_cast<unsigned char>(ch) < 0x80; });
+  if (!ascii) {
+    std::wstring wide = Utf8ToWide(text);
+    return SysAllocStringLen(wide.data(), static_cast<std::uint32_t>(wide.size()));
+  }
+  BSTR out = SysAllocStringLen(nullptr, static_cast<std::uint32_t>(text.size()));
+  if (out) std::copy(text.begin(), text.end(), out);
+  return out;
+}
+
+}  // namespace
 
 // ---- Rows -------------------------------------------------------------------------------------------
 
@@ -26,12 +44,10 @@ VARIANT ProjectDatabaseImpl::CellToVariant(const Cell& c, bool boolean) {
       v.vt = VT_R8;
       v.dblVal = c.d;
       break;
-    case SQLITE_TEXT: {
-      std::wstring wide = Utf8ToWide(c.text);
+    case SQLITE_TEXT:
       v.vt = VT_BSTR;
-      v.bstrVal = SysAllocStringLen(wide.data(), static_cast<std::uint32_t>(wide.size()));
+      v.bstrVal = TextToBstr(c.text);
       break;
-    }
     default: v.vt = VT_NULL;
   }
   return v;
