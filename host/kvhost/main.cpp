@@ -201,7 +201,7 @@ int session(const Options& o, Module& module) {
         case Documents::Opened::Ok: status = runActions(o, docs); break;
       }
     } catch (const kvlisp::ExitRequest& e) {
-      status = e.status;
+      status = e.status >= 0 && e.status <= 255 ? e.status : 1;  // (exit 256) must not read as success
     }
     docs.closeAll();
   }

@@ -66,6 +66,8 @@ TEST(Kvhost, ErrorsStopTheRunAndSetTheStatus) {
   r = kvhost("-e '(princ \"x\") (exit 5)' -e '(princ \"never\")'");
   EXPECT_EQ(r.status, 5);
   EXPECT_EQ(r.out, "[init][load]x[unload]");
+  EXPECT_EQ(kvhost("-e '(exit 256)'").status, 1) << "a status the shell cannot carry is a failure";
+  EXPECT_EQ(kvhost("-e '(exit -3)'").status, 1);
 }
 
 TEST(Kvhost, MissingModuleIsFatalUnlessAskedToGoOn) {
