@@ -295,7 +295,8 @@ bool isIcon(HICON h);
 // The host has no resource files: an icon asked for by id is drawn here, a framed tile whose
 // colour follows the id, so each dialog's icon is recognisable and stable.
 HICON iconForId(int id, int cx, int cy) {
-  static std::map<std::tuple<int, int, int>, HICON> cache;
+  static auto* icons = new std::map<std::tuple<int, int, int>, HICON>;  // shared for the process
+  auto& cache = *icons;
   cx = cx > 0 ? cx : 32;
   cy = cy > 0 ? cy : 32;
   auto key = std::make_tuple(id, cx, cy);

@@ -10,9 +10,10 @@ using namespace kvui::detail;
 
 namespace {
 
+// Never destroyed: stock objects stay reachable from it until the process ends.
 std::unordered_map<const void*, GdiObject*>& registry() {
-  static std::unordered_map<const void*, GdiObject*> r;
-  return r;
+  static auto* r = new std::unordered_map<const void*, GdiObject*>;
+  return *r;
 }
 
 void freeObject(GdiObject* o) {
@@ -101,8 +102,9 @@ HRGN__::~HRGN__() {
 }
 
 HGDIOBJ GetStockObject(int index) {
-  static std::unordered_map<int, GdiObject*> objects = [] {
-    std::unordered_map<int, GdiObject*> m;
+  static std::unordered_map<int, GdiObject*>* objects = [] {
+    auto* mp = new std::unordered_map<int, GdiObject*>;
+    auto& m = *mp;
     m[WHITE_BRUSH] = stock(makeBrush(BS_SOLID, RGB(255, 255, 255)));
     m[LTGRAY_BRUSH] = stock(makeBrush(BS_SOLID, RGB(192, 192, 192)));
     m[GRAY_BRUSH] = stock(makeBrush(BS_SOLID, RGB(128, 128, 128)));
@@ -118,10 +120,10 @@ HGDIOBJ GetStockObject(int index) {
       if (f == SYSTEM_FONT) font->lf.lfWeight = FW_BOLD;
       m[f] = stock(font);
     }
-    return m;
+    return mp;
   }();
-  auto it = objects.find(index);
-  return it == objects.end() ? nullptr : static_cast<HGDIOBJ>(it->second);
+  auto it = objects->find(index);
+  return it == objects->end() ? nullptr : static_cast<HGDIOBJ>(it->second);
 }
 
 HPEN CreatePen(int style, int width, COLORREF color) {
@@ -140,12 +142,12 @@ HBRUSH CreateBrushIndirect(const LOGBRUSH* lb) {
 }
 
 HBRUSH GetSysColorBrush(int index) {
-  static std::unordered_map<int, HBRUSH> brushes;
+  static auto* brushes = new std::unordered_map<int, HBRUSH>;
   if (index < 0 || index > 30) return nullptr;
-  auto it = brushes.find(index);
-  if (it != brushes.end()) return it->second;
+  auto it = brushes->find(index);
+  if (it != brushes->end()) return it->second;
   HBRUSH b = stock(makeBrush(BS_SOLID, GetSysColor(index)));
-  brushes[index] = b;
+  (*brushes)[index] = b;
   return b;
 }
 

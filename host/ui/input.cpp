@@ -225,9 +225,57 @@ void click(const kvinput::Event& e) {
   }
 }
 
+// Where a point lies along a window scroll bar's track, as a scroll position, the thumb having
+// been grabbed `grab` pixels from its start.
+int trackPosition(const RECT& r, bool vertical, const ScrollBarState& sb, POINT local, int grab) {
+  RECT thumb = scrollThumb(r, vertical, sb);
+  int len = vertical ? r.bottom - r.top : r.right - r.left;
+  int arrow = std::min(vertical ? GetSystemMetrics(SM_CYVSCROLL) : GetSystemMetrics(SM_CXHSCROLL), len / 2);
+  int thumbLen = vertical ? thumb.bottom - thumb.top : thumb.right - thumb.left;
+  int room = len - 2 * arrow - thumbLen;
+  const SCROLLINFO& si = sb.info;
+  int span = si.nMax - si.nMin + 1 - std::max<int>(static_cast<int>(si.nPage), 1);
+  int at = (vertical ? local.y - r.top : local.x - r.left) - arrow - grab;
+  if (room <= 0 || span <= 0) return si.nPos;
+  return si.nMin + std::clamp(at, 0, room) * span / room;
+}
+
+// A drag that starts on a window scroll bar's thumb tracks it: SB_THUMBTRACK at each step,
+// SB_THUMBPOSITION where it ends.
+bool thumbDrag(POINT a, POINT b) {
+  if (GetCapture()) return false;
+  HWND h = WindowFromPoint(a);
+  if (!h || !reachable(h)) return false;
+  CRect w;
+  GetWindowRect(h, &w);
+  for (int bar : {SB_VERT, SB_HORZ}) {
+    RECT r;
+    POINT la{a.x - w.left, a.y - w.top};
+    if (!windowScrollBarRect(h, bar, &r) || !PtInRect(&r, la)) continue;
+    bool vertical = bar == SB_VERT;
+    if (scrollBarPart(r, vertical, h->scroll[bar], la) != SB_THUMBTRACK) return false;
+    RECT thumb = scrollThumb(r, vertical, h->scroll[bar]);
+    int grab = vertical ? la.y - thumb.top : la.x - thumb.left;
+    UINT sm = vertical ? WM_VSCROLL : WM_HSCROLL;
+    const int steps = 4;
+    int pos = h->scroll[bar].info.nPos;
+    for (int i = 1; i <= steps && isLive(h); ++i) {
+      POINT p{a.x + (b.x - a.x) * i / steps - w.left, a.y + (b.y - a.y) * i / steps - w.top};
+      pos = trackPosition(r, vertical, h->scroll[bar], p, grab);
+      h->scroll[bar].info.nTrackPos = pos;
+      SendMessage(h, sm, MAKEWPARAM(SB_THUMBTRACK, pos), 0);
+    }
+    if (isLive(h)) SendMessage(h, sm, MAKEWPARAM(SB_THUMBPOSITION, pos), 0);
+    if (isLive(h)) SendMessage(h, sm, MAKEWPARAM(SB_ENDSCROLL, 0), 0);
+    return true;
+  }
+  return false;
+}
+
 void dragEvent(const kvinput::Event& e) {
   POINT a, b;
   if (!resolvePoint(e.target, e.source, a) || !resolvePoint(e.target2, e.source, b)) return;
+  if (thumbDrag(a, b)) return;
   moveTo(a, e.modifiers, e.source);
   drag = DragState{true, a, b};
   mouseAt(a, WM_LBUTTONDOWN, e.modifiers, e.source);

@@ -278,22 +278,20 @@ struct Block {
   std::vector<char> bytes;
 };
 
+// Both live as long as the process, so what the clipboard holds at exit stays reachable.
 std::unordered_set<Block*>& blocks() {
-  static std::unordered_set<Block*> s;
-  return s;
+  static auto* s = new std::unordered_set<Block*>;
+  return *s;
 }
 
 struct Clipboard {
   bool open = false;
   std::map<UINT, HGLOBAL> data;
-  ~Clipboard() {
-    for (auto& [f, h] : data) GlobalFree(h);
-  }
 };
 
 Clipboard& clipboard() {
-  static Clipboard c;
-  return c;
+  static auto* c = new Clipboard;
+  return *c;
 }
 
 }  // namespace

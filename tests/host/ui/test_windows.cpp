@@ -188,3 +188,21 @@ TEST_F(UiTest, StaleHandlesAreRefusedQuietly) {
   EXPECT_EQ(GetDC(frame), nullptr);
   EXPECT_EQ(CreateWindowEx(0, L"NoSuchClass", L"", WS_POPUP, 0, 0, 1, 1, nullptr, nullptr, nullptr, nullptr), nullptr);
 }
+
+TEST_F(UiTest, ClicksAndDragsOnAWindowScrollBarBecomeScrollMessages) {
+  class Scroller : public CWnd {
+   public:
+    std::vector<std::pair<UINT, int>> got;
+    void OnVScroll(UINT code, UINT pos, CScrollBar*) override { got.push_back({code, static_cast<int>(pos)}); }
+  } w;
+  ASSERT_TRUE(w.CreateEx(0, L"KvHostFrame", L"Scroll", WS_POPUP | WS_VISIBLE, CRect(0, 0, 200, 100), nullptr, 0));
+  SCROLLINFO si{sizeof(si), SIF_RANGE | SIF_PAGE, 0, 99, 10, 0, 0};
+  w.SetScrollInfo(SB_VERT, &si);
+  queue("click 190,5\nclick 190,95\nclick 190,60\ndrag 190,20 to 190,84");
+  kvui::DeliverQueuedInput();
+  std::vector<std::pair<UINT, int>> want = {
+      {SB_LINEUP, 0},      {SB_ENDSCROLL, 0},    {SB_LINEDOWN, 0},      {SB_ENDSCROLL, 0},  {SB_PAGEDOWN, 0},
+      {SB_ENDSCROLL, 0},   {SB_THUMBTRACK, 24},  {SB_THUMBTRACK, 48},   {SB_THUMBTRACK, 72}, {SB_THUMBTRACK, 90},
+      {SB_THUMBPOSITION, 90}, {SB_ENDSCROLL, 0}};
+  EXPECT_EQ(w.got, want);
+}
