@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <random>
@@ -91,15 +92,23 @@ bool EndsWithNoCase(std::string_view text, std::string_view suffix) {
 
 namespace {
 
+// How long a call waits for a file that another process is writing: ten seconds, or the
+// milliseconds of KV_DB_BUSY_TIMEOUT_MS.
+std::chrono::milliseconds lockPatience() {
+  const char* text = std::getenv("KV_DB_BUSY_TIMEOUT_MS");
+  long ms = text ? std::strtol(text, nullptr, 10) : 0;
+  return std::chrono::milliseconds(ms > 0 ? ms : 10000);
+}
+
 // Waiting for a file another process is writing. SQLite's own timeout backs off to 100 ms
 // sleeps, so a writer that commits back to back keeps the lock nearly all the time and starves
-// the other; short sleeps with jitter give both their turns. Gives up after ten seconds.
+// the other; short sleeps with jitter give both their turns.
 int waitForLock(void*, int attempt) {
   using Clock = std::chrono::steady_clock;
-  thread_local Clock::time_point since;
+  thread_local Clock::time_point until;
   thread_local std::minstd_rand jitter(static_cast<unsigned>(getpid()));
-  if (attempt == 0) since = Clock::now();
-  if (Clock::now() - since > std::chrono::seconds(10)) return 0;
+  if (attempt == 0) until = Clock::now() + lockPatience();
+  if (Clock::now() > until) return 0;
   std::this_thread::sleep_for(std::chrono::microseconds(50 + jitter() % 200));
   return 1;
 }

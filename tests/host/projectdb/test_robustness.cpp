@@ -4,6 +4,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <sqlite3.h>
+
+#include <cstdlib>
 #include <set>
 
 #include "fixture.h"
@@ -107,6 +110,25 @@ TEST_F(Robustness, KilledWriterLeavesEveryReturnedRow) {
   for (LONG key : returned) EXPECT_TRUE(keys.count(key)) << "row " << key << " was lost";
   // At most the one row in flight may be there without its key having been reported.
   EXPECT_LE(keys.size(), returned.size() + 1);
+}
+
+TEST_F(Robustness, AFileLockedPastTheWaitIsADiskOrNetworkErrorAndReadsGoOn) {
+  CreateProject();
+  ASSERT_TRUE(SetTable(L"tblDuct"));
+  ASSERT_TRUE(Add({{L"WIDTH", _variant_t(1.0)}}));
+  sqlite3* other = nullptr;
+  ASSERT_EQ(sqlite3_open(file_.c_str(), &other), SQLITE_OK);
+  ASSERT_EQ(sqlite3_exec(other, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr), SQLITE_OK);
+  ::setenv("KV_DB_BUSY_TIMEOUT_MS", "200", 1);
+  EXPECT_FALSE(Add({{L"WIDTH", _variant_t(2.0)}}));
+  auto [code, text] = LastError();
+  EXPECT_EQ(code, 3043);
+  EXPECT_EQ(text.rfind(L"Disk or network error.", 0), 0u) << WideToUtf8(text);
+  EXPECT_EQ(Query(L"select WIDTH from tblDuct").size(), 1u);  // readers are not held up
+  sqlite3_exec(other, "COMMIT", nullptr, nullptr, nullptr);
+  sqlite3_close(other);
+  ::unsetenv("KV_DB_BUSY_TIMEOUT_MS");
+  EXPECT_TRUE(Add({{L"WIDTH", _variant_t(3.0)}}));
 }
 
 }  // namespace
