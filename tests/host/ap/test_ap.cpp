@@ -41,13 +41,16 @@ class ApTest : public ::testing::Test {
     auto* editor = AcEditor::cast(acrxSysRegistry()->at(L"AcEditor"));
     ASSERT_NE(editor, nullptr);
     editor->addReactor(&ed_);
-    dir_ = std::filesystem::temp_directory_path() / "kv_ap_tests";
+    // ctest runs cases in parallel processes: each gets its own folder.
+    dir_ = std::filesystem::temp_directory_path() /
+           ("kv_ap_tests_" + std::string(::testing::UnitTest::GetInstance()->current_test_info()->name()));
     std::filesystem::remove_all(dir_);
     std::filesystem::create_directories(dir_ / "a");
     std::filesystem::create_directories(dir_ / "b");
   }
   void TearDown() override {
     acDocManagerPtr()->closeAll();
+    std::filesystem::remove_all(dir_);
     acDocManagerPtr()->removeReactor(&docs_);
     acedEditor->removeReactor(&ed_);
   }

@@ -1,0 +1,430 @@
+// The host's drawing functions for LISP: documents (new, open, activate, save, save as,
+// automatic save, close), export and plot, entities (entget, entnext, entlast, entdel, entmake),
+// selection sets, system variables, commands and point prompts.
+#include <filesystem>
+
+#include "edimpl.h"
+#include "lisp.h"
+
+namespace {
+
+using kvlisp::Args;
+using kvlisp::Environment;
+using kvlisp::Value;
+
+std::wstring wide(const std::string& s) { return acrxFromUtf8(s); }
+Value text(const std::wstring& s) { return Value::string(acrxToUtf8(s)); }
+Value truth(bool b) { return b ? Value::t() : Value(); }
+
+AcApDocument* documentNamed(const std::wstring& path) {
+  AcApDocumentIterator* it = acDocManager->newAcApDocumentIterator();
+  AcApDocument* found = nullptr;
+  for (; !it->done() && found == nullptr; it->step())
+    if (path == it->document()->fileName()) found = it->document();
+  delete it;
+  return found;
+}
+
+AcApDocument* current() {
+  AcApDocument* d = acDocManager->curDocument();
+  if (d == nullptr) throw kvlisp::Error("no document is open");
+  return d;
+}
+
+// Scripts lay out project trees: the folder of a file about to be written is made when missing.
+void ensureFolder(const std::wstring& file) {
+  std::error_code ec;
+  std::filesystem::create_directories(std::filesystem::path(acrxToUtf8(file)).parent_path(), ec);
+}
+
+void report(const char* what, const std::wstring& path, Acad::ErrorStatus es) {
+  kvads::consoleWrite(std::string("\n") + what + " " + acrxToUtf8(path) + " failed (status " + std::to_string(es) + ").");
+}
+
+// ---- documents ----
+
+Value docNew(Environment&, Args) { return text(acDocManager->newDocument()->fileName()); }
+
+Value docOpen(Environment&, Args args) {
+  std::wstring path = wide(std::filesystem::absolute(kvlisp::argString(args, 0)).lexically_normal().string());
+  return truth(acDocManager->openDocument(path.c_str()) != nullptr);
+}
+
+Value docActivate(Environment&, Args args) {
+  AcApDocument* d = documentNamed(wide(kvlisp::argString(args, 0)));
+  return truth(d != nullptr && acDocManager->activateDocument(d) == Acad::eOk);
+}
+
+Value docSave(Environment&, Args) {
+  AcApDocument* d = current();
+  ensureFolder(d->fileName());
+  Acad::ErrorStatus es = acDocManager->saveDocument(d);
+  if (es != Acad::eOk) report("Save of", d->fileName(), es);
+  return truth(es == Acad::eOk);
+}
+
+// The target folder is made when missing, so scripts can lay out a project tree.
+Value docSaveAs(Environment&, Args args) {
+  std::filesystem::path target = std::filesystem::absolute(kvlisp::argString(args, 0)).lexically_normal();
+  std::error_code ec;
+  std::filesystem::create_directories(target.parent_path(), ec);
+  std::wstring path = wide(target.string());
+  Acad::ErrorStatus es = acDocManager->saveDocumentAs(current(), path.c_str());
+  if (es != Acad::eOk) report("Save as", path, es);
+  return truth(es == Acad::eOk);
+}
+
+Value docAutoSave(Environment&, Args) {
+  AcApDocument* d = current();
+  AcDbSysVarValue v;
+  d->database()->getSysVar(L"SAVEFILE", v);
+  return acDocManager->autoSaveDocument(d) == Acad::eOk ? text(v.text) : Value();
+}
+
+// A script cannot close the drawing it runs in: its environment would go from under it.
+Value docClose(Environment& env, Args args) {
+  AcApDocument* d = args.empty() ? current() : documentNamed(wide(kvlisp::argString(args, 0)));
+  if (d == nullptr) return Value();
+  if (d->lispSession() == &env) throw kvlisp::Error("cannot close the drawing this code runs in");
+  return truth(acDocManager->closeDocument(d) == Acad::eOk);
+}
+
+Value docList(Environment&, Args) {
+  std::vector<Value> paths;
+  AcApDocumentIterator* it = acDocManager->newAcApDocumentIterator();
+  for (; !it->done(); it->step()) paths.push_back(text(it->document()->fileName()));
+  delete it;
+  return Value::list(paths);
+}
+
+Value docCurrent(Environment&, Args) {
+  AcApDocument* d = acDocManager->curDocument();
+  return d ? text(d->fileName()) : Value();
+}
+
+Value exportDxf(Environment&, Args args) {
+  std::wstring path = wide(kvlisp::argString(args, 0));
+  ensureFolder(path);
+  Acad::ErrorStatus es = current()->database()->dxfOut(path.c_str());
+  if (es != Acad::eOk) report("DXF export to", path, es);
+  return truth(es == Acad::eOk);
+}
+
+Value importDxf(Environment&, Args args) {
+  std::wstring path = wide(kvlisp::argString(args, 0));
+  Acad::ErrorStatus es = current()->database()->dxfIn(path.c_str());
+  if (es != Acad::eOk) report("DXF import from", path, es);
+  return truth(es == Acad::eOk);
+}
+
+Value plot(Environment&, Args args) {
+  std::string path = kvlisp::argString(args, 0);
+  bool svg = path.size() > 4 && (path.ends_with(".svg") || path.ends_with(".SVG"));
+  int width = args.size() > 1 ? kvlisp::argInt(args, 1) : 1200;
+  ensureFolder(wide(path));
+  Acad::ErrorStatus es = acgiPlotModelSpace(current()->database(), wide(path).c_str(),
+                                            svg ? AcGiPlotFormat::Svg : AcGiPlotFormat::Png, width);
+  if (es != Acad::eOk) report("Plot to", wide(path), es);
+  return truth(es == Acad::eOk);
+}
+
+// ---- entities ----
+
+Value nameValue(const ads_name n) { return Value::ename(n[0], n[1]); }
+
+void toName(const std::array<std::int64_t, 2>& a, ads_name n) { n[0] = a[0], n[1] = a[1]; }
+
+// One cell of an entity list as LISP shows it: (code . value), points as (code x y z).
+Value pairOf(const resbuf* rb) {
+  Value code = Value::integer(rb->restype);
+  switch (kvads::dxfValueKind(rb->restype)) {
+    case kvads::DxfKind::String: return Value::cons(code, Value::string(kvads::toUtf8(rb->resval.rstring ? rb->resval.rstring : L"")));
+    case kvads::DxfKind::Point:
+      return Value::cons(code, Value::point(rb->resval.rpoint[0], rb->resval.rpoint[1], rb->resval.rpoint[2]));
+    case kvads::DxfKind::Real: return Value::cons(code, Value::real(rb->resval.rreal));
+    case kvads::DxfKind::Short: return Value::cons(code, Value::integer(rb->resval.rint));
+    case kvads::DxfKind::Long: return Value::cons(code, Value::integer(rb->resval.rlong));
+    case kvads::DxfKind::Int64: return Value::cons(code, Value::real(static_cast<double>(rb->resval.mnInt64)));
+    case kvads::DxfKind::Name: return Value::cons(code, nameValue(rb->resval.rlname));
+    default: return Value();
+  }
+}
+
+Value entget(Environment&, Args args) {
+  ads_name n;
+  toName(kvlisp::argEname(args, 0), n);
+  resbuf* chain = acdbEntGet(n);
+  std::vector<Value> items;
+  for (const resbuf* rb = chain; rb != nullptr; rb = rb->rbnext) items.push_back(pairOf(rb));
+  acutRelRb(chain);
+  return chain ? Value::list(items) : Value();
+}
+
+Value entnext(Environment&, Args args) {
+  ads_name from = {0, 0}, out;
+  if (!args.empty()) toName(kvlisp::argEname(args, 0), from);
+  return acdbEntNext(from, out) == RTNORM ? nameValue(out) : Value();
+}
+
+Value entlast(Environment&, Args) {
+  ads_name out;
+  return acdbEntLast(out) == RTNORM ? nameValue(out) : Value();
+}
+
+Value entdel(Environment&, Args args) {
+  ads_name n;
+  toName(kvlisp::argEname(args, 0), n);
+  return acdbEntDel(n) == RTNORM ? nameValue(n) : Value();
+}
+
+// The groups of an entity list (less -1 and 0) as a filer holds them, with the subclass markers
+// the classes read: AcDbEntity for the common groups, the class's own name before the rest.
+bool groupsOf(const Value& list, const AcRxClass* cls, AcDbDxfMemoryFiler& f) {
+  std::vector<AcDbDxfMemoryFiler::Group> common, own;
+  bool marked = false;
+  for (Value it = list; it.isCons(); it = it.cdr()) {
+    const Value& pair = it.car();
+    if (!pair.isCons() || !pair.car().isInt()) return false;
+    int code = pair.car().asInt();
+    const Value& v = pair.cdr();
+    AcDbDxfMemoryFiler::Group g;
+    g.code = static_cast<short>(code);
+    switch (kvads::dxfValueKind(code)) {
+      case kvads::DxfKind::String: if (!v.isString()) return false; g.text = wide(v.asString()); break;
+      case kvads::DxfKind::Point:
+        for (int k = 0; k < 3 && v.isCons(); ++k) {
+          Value rest = v;
+          for (int j = 0; j < k && rest.isCons(); ++j) rest = rest.cdr();
+          if (rest.isCons() && rest.car().isNumber()) g.values[k] = rest.car().asNumber();
+        }
+        g.integer = (v.isCons() && v.cdr().isCons() && v.cdr().cdr().isCons()) ? 3 : 2;
+        break;
+      case kvads::DxfKind::Real: if (!v.isNumber()) return false; g.values[0] = v.asNumber(); break;
+      case kvads::DxfKind::Short: case kvads::DxfKind::Long: case kvads::DxfKind::Int64:
+        if (!v.isInt()) return false;
+        g.integer = v.asInt();
+        break;
+      default: continue;
+    }
+    if (code <= 0 || code == 5 || code == 330) continue;
+    if (code == 100) marked = true;
+    bool isCommon = code == 8 || code == 6 || code == 62 || code == 370 || code == 48 || code == 60;
+    (isCommon ? common : own).push_back(std::move(g));
+  }
+  AcDbDxfMemoryFiler::Group mark;
+  mark.code = 100;
+  mark.text = L"AcDbEntity";
+  f.groups().push_back(mark);
+  f.groups().insert(f.groups().end(), common.begin(), common.end());
+  if (!marked) {
+    mark.text = cls->name();
+    f.groups().push_back(mark);
+  }
+  f.groups().insert(f.groups().end(), own.begin(), own.end());
+  return true;
+}
+
+Value entmake(Environment&, Args args) {
+  const Value& list = kvlisp::argList(args, 0);
+  std::string type;
+  for (Value it = list; it.isCons(); it = it.cdr())
+    if (it.car().isCons() && it.car().car().isInt() && it.car().car().asInt() == 0 && it.car().cdr().isString())
+      type = it.car().cdr().asString();
+  AcDbDatabase* db = current()->database();
+  AcRxClass* cls = acrxFindAcRxClassByDxfName(wide(type).c_str());
+  AcRxObject* made = cls ? cls->create() : nullptr;
+  auto* e = AcDbEntity::cast(made);
+  AcDbDxfMemoryFiler f(db);
+  if (e == nullptr || !groupsOf(list, cls, f)) {
+    delete made;
+    return Value();
+  }
+  f.rewind();
+  AcDbBlockTableRecord* ms = nullptr;
+  if (e->dxfIn(&f) != Acad::eOk || acdbOpenObject(ms, db->modelSpaceId(), AcDb::kForWrite) != Acad::eOk) {
+    delete e;
+    return Value();
+  }
+  Acad::ErrorStatus es = ms->appendAcDbEntity(e);
+  ms->close();
+  if (es != Acad::eOk) {
+    delete e;
+    return Value();
+  }
+  e->close();
+  return list;
+}
+
+// (kvhost-layer name [colour]): makes the layer when it is missing; its name.
+Value makeLayer(Environment&, Args args) {
+  std::wstring name = wide(kvlisp::argString(args, 0));
+  AcDbLayerTable* table = nullptr;
+  if (current()->database()->getLayerTable(table, AcDb::kForWrite) != Acad::eOk) return Value();
+  if (!table->has(name.c_str())) {
+    auto* rec = new AcDbLayerTableRecord;
+    AcCmColor c;
+    c.setColorIndex(static_cast<Adesk::UInt16>(args.size() > 1 ? kvlisp::argInt(args, 1) : 7));
+    rec->setColor(c);
+    if (rec->setName(name.c_str()) != Acad::eOk || table->add(rec) != Acad::eOk) {
+      delete rec;
+      table->close();
+      throw kvlisp::Error("bad layer name: " + kvlisp::argString(args, 0));
+    }
+    rec->close();
+  }
+  table->close();
+  return Value::string(kvlisp::argString(args, 0));
+}
+
+// ---- selection, variables, commands, prompts ----
+
+resbuf* filterCells(const Value& list) {
+  resbuf* head = nullptr;
+  resbuf** tail = &head;
+  for (Value it = list; it.isCons(); it = it.cdr()) {
+    const Value& pair = it.car();
+    if (!pair.isCons() || !pair.car().isInt() || !pair.cdr().isString()) {
+      acutRelRb(head);
+      throw kvlisp::Error("bad selection filter");
+    }
+    int code = pair.car().asInt();
+    resbuf* rb = acutNewRb(code == 0 ? RTDXF0 : code);
+    rb->resval.rstring = kvads::dupString(wide(pair.cdr().asString()).c_str());
+    *tail = rb;
+    tail = &rb->rbnext;
+  }
+  return head;
+}
+
+Value ssget(Environment&, Args args) {
+  if (args.empty()) throw kvlisp::Error("ssget without a mode picks interactively, which kvhost does not do");
+  std::wstring mode = wide(kvlisp::argString(args, 0));
+  std::size_t next = 1;
+  ads_point a{}, b{};
+  bool points = args.size() >= 3 && args[1].isCons() && args[2].isCons();
+  if (points) {
+    auto p = kvlisp::argPoint(args, 1), q = kvlisp::argPoint(args, 2);
+    for (int i = 0; i < 3; ++i) a[i] = p[static_cast<std::size_t>(i)], b[i] = q[static_cast<std::size_t>(i)];
+    next = 3;
+  }
+  resbuf* filter = args.size() > next ? filterCells(kvlisp::argList(args, next)) : nullptr;
+  ads_name ss;
+  int rc = acedSSGet(mode.c_str(), points ? a : nullptr, points ? b : nullptr, filter, ss);
+  acutRelRb(filter);
+  return rc == RTNORM ? Value::pickset(ss[0], ss[1]) : Value();
+}
+
+void setName(const Value& v, ads_name n) {
+  if (v.type() != kvlisp::Type::Pickset) kvlisp::badArgument("lselsetp", v);
+  toName(v.asName(), n);
+}
+
+Value sslength(Environment&, Args args) {
+  ads_name ss;
+  setName(args[0], ss);
+  Adesk::Int32 n = 0;
+  return acedSSLength(ss, &n) == RTNORM ? Value::integer(n) : Value();
+}
+
+Value ssname(Environment&, Args args) {
+  ads_name ss, out;
+  setName(args[0], ss);
+  return acedSSName(ss, kvlisp::argInt(args, 1), out) == RTNORM ? nameValue(out) : Value();
+}
+
+Value getvar(Environment&, Args args) {
+  resbuf rb;
+  if (acedGetVar(wide(kvlisp::argString(args, 0)).c_str(), &rb) != RTNORM) return Value();
+  rb.rbnext = nullptr;
+  Value out;
+  switch (rb.restype) {
+    case RTSHORT: out = Value::integer(rb.resval.rint); break;
+    case RTLONG: out = Value::integer(rb.resval.rlong); break;
+    case RTREAL: out = Value::real(rb.resval.rreal); break;
+    case RTSTR: out = Value::string(kvads::toUtf8(rb.resval.rstring)); std::free(rb.resval.rstring); break;
+    case RTPOINT: out = Value::point(rb.resval.rpoint[0], rb.resval.rpoint[1]); break;
+    case RT3DPOINT: out = Value::point(rb.resval.rpoint[0], rb.resval.rpoint[1], rb.resval.rpoint[2]); break;
+    default: break;
+  }
+  return out;
+}
+
+Value setvar(Environment&, Args args) {
+  std::string name = kvlisp::argString(args, 0);
+  const Value& v = args[1];
+  resbuf rb{nullptr, RTNONE, {}};
+  std::wstring s;
+  if (v.isInt()) rb.restype = RTSHORT, rb.resval.rint = static_cast<short>(v.asInt());
+  else if (v.isReal()) rb.restype = RTREAL, rb.resval.rreal = v.asReal();
+  else if (v.isString()) s = wide(v.asString()), rb.restype = RTSTR, rb.resval.rstring = s.data();
+  else if (v.isCons()) {
+    auto p = kvlisp::argPoint(args, 1);
+    rb.restype = RT3DPOINT;
+    for (int i = 0; i < 3; ++i) rb.resval.rpoint[i] = p[static_cast<std::size_t>(i)];
+  }
+  if (acedSetVar(wide(name).c_str(), &rb) != RTNORM) throw kvlisp::Error("AutoCAD variable setting rejected: \"" + name + "\"");
+  return v;
+}
+
+// (command "_.ZOOM" "_E" ...): strings, numbers and points, run by acedCommandS.
+Value command(Environment&, Args args) {
+  if (args.empty()) return Value();
+  std::vector<std::wstring> strings;
+  std::vector<std::array<double, 3>> pts;
+  strings.reserve(args.size());
+  pts.reserve(args.size());
+  std::wstring name = wide(kvlisp::argString(args, 0));
+  std::wstring opt = args.size() > 1 && args[1].isString() ? wide(args[1].asString()) : L"";
+  if (args.size() > 2) {
+    for (std::size_t i = 2; i < args.size(); ++i) pts.push_back(args[i].isCons() ? kvlisp::argPoint(args, i) : std::array<double, 3>{args[i].asNumber(), 0, 0});
+    int rc = pts.size() >= 2 && args[3].isCons()
+                 ? acedCommandS(RTSTR, name.c_str(), RTSTR, opt.c_str(), RT3DPOINT, pts[0].data(), RT3DPOINT, pts[1].data(), RTNONE)
+                 : acedCommandS(RTSTR, name.c_str(), RTSTR, opt.c_str(), RT3DPOINT, pts[0].data(), RTREAL, pts.size() > 1 ? pts[1][0] : 0.0, RTNONE);
+    return rc == RTNORM ? Value() : throw kvlisp::Error("command failed: " + kvlisp::argString(args, 0));
+  }
+  int rc = opt.empty() ? acedCommandS(RTSTR, name.c_str(), RTNONE) : acedCommandS(RTSTR, name.c_str(), RTSTR, opt.c_str(), RTNONE);
+  if (rc != RTNORM) throw kvlisp::Error("command failed: " + kvlisp::argString(args, 0));
+  return Value();
+}
+
+Value getpoint(Environment&, Args args) {
+  std::wstring promptText;
+  for (const Value& a : args)
+    if (a.isString()) promptText = wide(a.asString());
+  ads_point p;
+  int rc = acedGetPoint(nullptr, promptText.c_str(), p);
+  if (rc == RTCAN) throw kvlisp::Error("Function cancelled");
+  return rc == RTNORM ? Value::point(p[0], p[1], p[2]) : Value();
+}
+
+const kvlisp::NativeDef kFunctions[] = {
+    {"kvhost-new", "(kvhost-new)", "A new unsaved drawing, made current; its name.", docNew},
+    {"kvhost-open", "(kvhost-open path)", "Opens a drawing (made when the file does not exist) and makes it current.", docOpen},
+    {"kvhost-activate", "(kvhost-activate path)", "Makes the open drawing of that path current.", docActivate},
+    {"kvhost-save", "(kvhost-save)", "Saves the current drawing under its name.", docSave},
+    {"kvhost-save-as", "(kvhost-save-as path)", "Saves the current drawing under a new name.", docSaveAs},
+    {"kvhost-autosave", "(kvhost-autosave)", "An automatic save of the current drawing; the file written.", docAutoSave},
+    {"kvhost-close", "(kvhost-close [path])", "Closes a drawing (the current one by default) without saving.", docClose},
+    {"kvhost-documents", "(kvhost-documents)", "The paths of the open drawings, in the order they were opened.", docList},
+    {"kvhost-current", "(kvhost-current)", "The current drawing's path.", docCurrent},
+    {"kvhost-export-dxf", "(kvhost-export-dxf path)", "Writes the current drawing as DXF.", exportDxf},
+    {"kvhost-import-dxf", "(kvhost-import-dxf path)", "Adds what a DXF file holds to the current drawing.", importDxf},
+    {"kvhost-plot", "(kvhost-plot path [width])", "Plots model space to an SVG or PNG file (by extension).", plot},
+    {"kvhost-layer", "(kvhost-layer name [colour])", "Makes a layer when it is missing; its name.", makeLayer},
+    {"entget", "(entget ename [applist])", "The entity's definition list.", entget},
+    {"entnext", "(entnext [ename])", "The entity after this one in model space (the first without one).", entnext},
+    {"entlast", "(entlast)", "The last entity of model space.", entlast},
+    {"entdel", "(entdel ename)", "Erases the entity, or restores an erased one.", entdel},
+    {"entmake", "(entmake list)", "Appends an entity made from a definition list to model space.", entmake},
+    {"ssget", "(ssget [mode] [pt1] [pt2] [filter])", "A selection set: \"X\", or \"C\"/\"W\" with two points.", ssget},
+    {"sslength", "(sslength ss)", "The number of entities in the set.", sslength},
+    {"ssname", "(ssname ss index)", "The entity at that index of the set.", ssname},
+    {"getvar", "(getvar name)", "A system variable's value.", getvar},
+    {"setvar", "(setvar name value)", "Sets a system variable; the value.", setvar},
+    {"command", "(command [arg...])", "Runs a built-in command with its options (ZOOM, REGEN).", command},
+    {"getpoint", "(getpoint [pt] [prompt])", "A point picked (from the input queue).", getpoint},
+};
+
+const kvlisp::NativeRegistrar registrar(kFunctions);
+
+}  // namespace
