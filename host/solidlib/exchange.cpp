@@ -57,9 +57,13 @@ int kvWriteStep(const std::vector<const SolidBodies*>& solids, const std::string
   return exchangeGuard(error, [&]() -> int {
     initStep();
     const std::vector<TopoDS_Shape> bodies = allBodies(solids);
+    // One compound in one transfer: the writer's cost grows steeply with the number of roots.
+    BRep_Builder builder;
+    TopoDS_Compound all;
+    builder.MakeCompound(all);
+    for (const TopoDS_Shape& b : bodies) builder.Add(all, b);
     STEPControl_Writer writer;
-    for (const TopoDS_Shape& b : bodies)
-      if (writer.Transfer(b, STEPControl_AsIs) != IFSelect_RetDone) throw Refusal("a body cannot be put into STEP form");
+    if (writer.Transfer(all, STEPControl_AsIs) != IFSelect_RetDone) throw Refusal("the bodies cannot be put into STEP form");
     if (writer.Write(path.c_str()) != IFSelect_RetDone) throw Refusal("cannot write " + path);
     return static_cast<int>(bodies.size());
   });

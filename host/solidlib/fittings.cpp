@@ -8,6 +8,7 @@
 #include <BRepPrimAPI_MakeRevol.hxx>
 #include <gp_Ax1.hxx>
 #include <gp_Ax2.hxx>
+#include <gp_Trsf.hxx>
 
 #include "occt.h"
 
@@ -88,6 +89,41 @@ TopoDS_Shape mitreLeg(const gp_Pnt& end, const Axes& axes, const gp_Vec& towardC
   return cutByPlane(leg, corner, mitreNormal, end);
 }
 
+// The leg's frame turned back onto `run` about the axis of the turn between them.
+Axes axesAlongRun(const gp_Dir& run, const Axes& leg) {
+  const gp_Vec axis = gp_Vec(leg.run).Crossed(gp_Vec(run));
+  if (axis.Magnitude() < 1e-12) return {run, leg.width, run.Crossed(leg.width)};
+  gp_Trsf turn;
+  turn.SetRotation(gp_Ax1(gp_Pnt(0, 0, 0), gp_Dir(axis)), leg.run.Angle(run));
+  const gp_Dir width = leg.width.Transformed(turn);
+  return {run, width, run.Crossed(width)};
+}
+
+gp_Pnt projectAlong(const gp_Pnt& p, const gp_Dir& along, const gp_Pnt& origin, const gp_Dir& normal) {
+  const double t = gp_Vec(p, origin).Dot(gp_Vec(normal)) / along.Dot(normal);
+  return p.Translated(gp_Vec(along) * t);
+}
+
+// A mitred bend of a rectangular section as one polyhedron through three sections: the
+// incoming end, the mitre plane and the outgoing end (the corners carried back along each run,
+// so that the three correspond corner by corner and every face is a plane). Sewn from its ten
+// faces, with no boolean operation, which keeps elbows and wyes cheap.
+TopoDS_Shape mitredLoft(const gp_Pnt endCorners[4], const gp_Dir& outRun, const gp_Pnt& corner,
+                        const gp_Dir& mitreNormal, const gp_Dir& inRun, const gp_Pnt& start) {
+  gp_Pnt rings[3][4];
+  for (int k = 0; k < 4; ++k) {
+    rings[2][k] = endCorners[k];
+    rings[1][k] = projectAlong(endCorners[k], outRun, corner, mitreNormal);
+    rings[0][k] = projectAlong(rings[1][k], inRun, start, inRun);
+  }
+  std::vector<std::vector<gp_Pnt>> faces{{rings[0][0], rings[0][1], rings[0][2], rings[0][3]},
+                                         {rings[2][0], rings[2][1], rings[2][2], rings[2][3]}};
+  for (int r = 0; r < 2; ++r)
+    for (int k = 0; k < 4; ++k)
+      faces.push_back({rings[r][k], rings[r][(k + 1) % 4], rings[r + 1][(k + 1) % 4], rings[r + 1][k]});
+  return polyhedron(faces);
+}
+
 // Sweeps `face` (standing at the bend's incoming tangent point) round the bend's axis.
 TopoDS_Shape revolveBend(const TopoDS_Face& face, const Bend& b, const gp_Pnt& tangentIn, double radius) {
   const gp_Pnt centre = tangentIn.Translated(gp_Vec(b.inToward) * radius);
@@ -144,6 +180,12 @@ bool SolidBodies::addSquareElbow(const AcGePoint3d& start, double inWidth, doubl
     const gp_Dir mitre(gp_Vec(b.in.run) + gp_Vec(b.out.run));
     const double past = b.inPlaneIn * (std::tan(b.angle / 2.0) + 0.1);
     const gp_Pnt s = toPnt(start), e = toPnt(end);
+    if (rect) {
+      gp_Pnt corners[4];
+      sectionCorners(e, b.out, true, outWidth, outDepth, corners);
+      made.push_back(mitredLoft(corners, b.out.run, b.corner, mitre, b.in.run, s));
+      return;
+    }
     const TopoDS_Shape legIn = mitreLeg(s, b.in, gp_Vec(b.in.run) * (s.Distance(b.corner) + past), rect, inWidth,
                                         inDepth, b.corner, mitre);
     const TopoDS_Shape legOut = mitreLeg(e, b.out, -gp_Vec(b.out.run) * (e.Distance(b.corner) + past), rect,
@@ -214,11 +256,18 @@ bool SolidBodies::addCableTraySquareRadiusElbow(AcGePoint3d& start, double width
 
 namespace {
 
-// Where the inlet and both legs of a wye meet, and how far each leg reaches from there.
+// Where the inlet and both legs of a wye meet, and how far each part reaches from there. Each
+// leg is a mitred bend off the inlet's run; the inlet reaches back far enough to hold the inner
+// corners of both mitres, each leg out past the crotch where the legs part.
 struct WyeLayout {
   Axes in, legB, legC;
-  gp_Pnt junction, start, loftEndB, loftEndC, endB, endC;
+  gp_Pnt junction, start, endB, endC;
+  gp_Dir mitreB, mitreC;
 };
+
+double halfAcross(const Axes& leg, bool rect, double w, double d, const gp_Dir& toward) {
+  return sectionSizeAlong(leg, rect, w, d, toward) / 2.0;
+}
 
 WyeLayout layWye(const AcGePoint3d& start, double w, double d, const AcGePoint3d& endB, double wB, double dB,
                  const AcGePoint3d& endC, double wC, double dC, const AcGeVector3d* frame,
@@ -236,30 +285,28 @@ WyeLayout layWye(const AcGePoint3d& start, double w, double d, const AcGePoint3d
   if (onC.Distance(y.junction) > 1e-4 * std::max(1.0, size)) throw Refusal("the legs do not meet the inlet in one point");
   const double phi = y.legB.run.Angle(y.legC.run);
   if (phi < kPi / 18.0) throw Refusal("the legs are less than 10 degrees apart");
-  if (y.legB.run.Dot(y.in.run) < -1e-9 || y.legC.run.Dot(y.in.run) < -1e-9)
-    throw Refusal("a leg turns back by more than 90 degrees");
+  const double thetaB = y.in.run.Angle(y.legB.run), thetaC = y.in.run.Angle(y.legC.run);
+  if (thetaB > kPi / 2 + 1e-9 || thetaC > kPi / 2 + 1e-9) throw Refusal("a leg turns back by more than 90 degrees");
+  y.mitreB = gp_Dir(gp_Vec(y.in.run) + gp_Vec(y.legB.run));
+  y.mitreC = gp_Dir(gp_Vec(y.in.run) + gp_Vec(y.legC.run));
   const gp_Dir towardC = unit(gp_Vec(y.legC.run) - gp_Vec(y.legB.run) * y.legC.run.Dot(y.legB.run), "the leg plane");
   const gp_Dir towardB = unit(gp_Vec(y.legB.run) - gp_Vec(y.legC.run) * y.legB.run.Dot(y.legC.run), "the leg plane");
-  const double gB = sectionSizeAlong(y.legB, rect, wB, dB, towardC) / 2.0;
-  const double gC = sectionSizeAlong(y.legC, rect, wC, dC, towardB) / 2.0;
-  const double inletSize = rect ? std::max(w, d) : w;
-  // Along each leg, the inner walls of the two legs cross at the crotch; the loft runs past it.
-  const double reachB = std::max((gC + gB * std::cos(phi)) / std::sin(phi), inletSize);
-  const double reachC = std::max((gB + gC * std::cos(phi)) / std::sin(phi), inletSize);
-  y.start = y.junction.Translated(-gp_Vec(y.in.run) * collar);
-  y.loftEndB = y.junction.Translated(gp_Vec(y.legB.run) * reachB);
-  y.loftEndC = y.junction.Translated(gp_Vec(y.legC.run) * reachC);
-  y.endB = y.loftEndB.Translated(gp_Vec(y.legB.run) * collar);
-  y.endC = y.loftEndC.Translated(gp_Vec(y.legC.run) * collar);
+  const double gB = halfAcross(y.legB, rect, wB, dB, towardC), gC = halfAcross(y.legC, rect, wC, dC, towardB);
+  // Along each leg the inner walls of the two legs cross at the crotch.
+  const double crotchB = (gC + gB * std::cos(phi)) / std::sin(phi), crotchC = (gB + gC * std::cos(phi)) / std::sin(phi);
+  const double mitreB = gB * std::tan(thetaB / 2.0), mitreC = gC * std::tan(thetaC / 2.0);
+  y.start = y.junction.Translated(-gp_Vec(y.in.run) * (std::max(mitreB, mitreC) + collar));
+  y.endB = y.junction.Translated(gp_Vec(y.legB.run) * (std::max(crotchB, mitreB) + collar));
+  y.endC = y.junction.Translated(gp_Vec(y.legC.run) * (std::max(crotchC, mitreC) + collar));
   return y;
 }
 
-void fillSections(const gp_Pnt& a, const gp_Pnt& b, const Axes& axes, bool rect, double w, double d,
-                  AModeler::Point3d* dst) {
+void fillSections(const gp_Pnt& a, const Axes& axesA, const gp_Pnt& b, const Axes& axesB, bool rect, double w,
+                  double d, AModeler::Point3d* dst) {
   gp_Pnt corners[4];
-  sectionCorners(a, axes, rect, w, d, corners);
+  sectionCorners(a, axesA, rect, w, d, corners);
   for (int k = 0; k < 4; ++k) dst[k] = toModeler(corners[k]);
-  sectionCorners(b, axes, rect, w, d, corners);
+  sectionCorners(b, axesB, rect, w, d, corners);
   for (int k = 0; k < 4; ++k) dst[4 + k] = toModeler(corners[k]);
 }
 
@@ -267,6 +314,23 @@ void fillLayout(const gp_Pnt& a, const gp_Pnt& b, AcGePoint3d* dst) {
   for (int k = 0; k < 8; ++k) dst[k] = AcGePoint3d();
   dst[0] = toPoint(a);
   dst[1] = toPoint(b);
+}
+
+// One leg of a wye: a mitred bend from the inlet's run at the junction.
+TopoDS_Shape wyeLeg(const WyeLayout& y, const Axes& leg, const gp_Dir& mitre, const gp_Pnt& end, bool rect,
+                    double w, double d) {
+  if (rect) {
+    gp_Pnt corners[4];
+    sectionCorners(end, leg, true, w, d, corners);
+    return mitredLoft(corners, leg.run, y.junction, mitre, y.in.run, y.start);
+  }
+  const double past = w * 2.0;
+  const Axes along = axesAlongRun(y.in.run, leg);
+  const TopoDS_Shape in = mitreLeg(y.start, along, gp_Vec(y.in.run) * (y.start.Distance(y.junction) + past), false, w, d,
+                                   y.junction, mitre);
+  const TopoDS_Shape out = mitreLeg(end, leg, -gp_Vec(leg.run) * (end.Distance(y.junction) + past), false, w, d,
+                                    y.junction, mitre);
+  return fuseAll({in, out});
 }
 
 }  // namespace
@@ -283,12 +347,12 @@ bool SolidBodies::addWyePrep(AcGePoint3d& start, double width, double depth, AcG
     if (withCollar && !(collar >= 0.0)) throw Refusal("the collar must not be negative");
     const WyeLayout y = layWye(start, width, depth, endB, widthB, depthB, endC, widthC, depthC, frame, frameB,
                                frameC, rect, withCollar ? collar : 0.0);
-    fillSections(y.start, y.junction, y.in, rect, width, depth, sections);
-    fillSections(y.loftEndB, y.endB, y.legB, rect, widthB, depthB, sectionsB);
-    fillSections(y.loftEndC, y.endC, y.legC, rect, widthC, depthC, sectionsC);
+    fillSections(y.start, y.in, y.junction, y.in, rect, width, depth, sections);
+    fillSections(y.junction, y.legB, y.endB, y.legB, rect, widthB, depthB, sectionsB);
+    fillSections(y.junction, y.legC, y.endC, y.legC, rect, widthC, depthC, sectionsC);
     fillLayout(y.start, y.junction, layout);
-    fillLayout(y.endB, y.loftEndB, layoutB);
-    fillLayout(y.endC, y.loftEndC, layoutC);
+    fillLayout(y.endB, y.junction.Translated(gp_Vec(y.mitreB)), layoutB);
+    fillLayout(y.endC, y.junction.Translated(gp_Vec(y.mitreC)), layoutC);
     start = toPoint(y.start);
     endB = toPoint(y.endB);
     endC = toPoint(y.endC);
@@ -309,17 +373,15 @@ bool SolidBodies::addWye(const AcGePoint3d& start, double width, double depth, c
     requireSame(junction, layout[1], size, "junction");
     requireSame(endB, layoutB[0], size, "end of the first leg");
     requireSame(endC, layoutC[0], size, "end of the second leg");
-    const Axes in = makeAxes(frame, "inlet"), b = makeAxes(frameB, "first leg"), c = makeAxes(frameC, "second leg");
-    checkSection(rect, width, depth, "inlet");
-    checkSection(rect, widthB, depthB, "first leg");
-    checkSection(rect, widthC, depthC, "second leg");
-    const gp_Pnt j = toPnt(junction), lb = toPnt(layoutB[1]), lc = toPnt(layoutC[1]);
-    const TopoDS_Wire throat = sectionWire(j, in, rect, width, depth);
-    std::vector<TopoDS_Shape> pieces{ruledLoft(throat, sectionWire(lb, b, rect, widthB, depthB)),
-                                     ruledLoft(throat, sectionWire(lc, c, rect, widthC, depthC))};
-    if (toPnt(start).Distance(j) > 1e-9) pieces.push_back(prism(sectionFace(toPnt(start), in, rect, width, depth), gp_Vec(toPnt(start), j)));
-    if (lb.Distance(toPnt(endB)) > 1e-9) pieces.push_back(prism(sectionFace(lb, b, rect, widthB, depthB), gp_Vec(lb, toPnt(endB))));
-    if (lc.Distance(toPnt(endC)) > 1e-9) pieces.push_back(prism(sectionFace(lc, c, rect, widthC, depthC), gp_Vec(lc, toPnt(endC))));
+    // The layout again from the laid-out points: the legs' ends stay where they are.
+    WyeLayout y = layWye(start, width, depth, endB, widthB, depthB, endC, widthC, depthC, frame, frameB, frameC,
+                         rect, 0.0);
+    y.start = toPnt(start);
+    y.endB = toPnt(endB);
+    y.endC = toPnt(endC);
+    const std::vector<TopoDS_Shape> pieces{prism(sectionFace(y.start, y.in, rect, width, depth), gp_Vec(y.start, y.junction)),
+                                           wyeLeg(y, y.legB, y.mitreB, y.endB, rect, widthB, depthB),
+                                           wyeLeg(y, y.legC, y.mitreC, y.endC, rect, widthC, depthC)};
     const std::vector<TopoDS_Shape> solids = solidsOf(fuseAll(pieces));
     if (solids.size() != 1) throw Refusal("the parts of the wye do not join");
     made.push_back(solids.front());

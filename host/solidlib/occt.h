@@ -64,6 +64,8 @@ double sectionSizeAlong(const Axes& axes, bool rect, double width, double depth,
 
 TopoDS_Shape ruledLoft(const TopoDS_Wire& from, const TopoDS_Wire& to);
 TopoDS_Shape prism(const TopoDS_Face& face, const gp_Vec& along);
+// A closed solid from planar faces, each given by its corners in order.
+TopoDS_Shape polyhedron(const std::vector<std::vector<gp_Pnt>>& faces);
 // What remains of `shape` on the side of `keep` of the plane; may be empty (null shape).
 TopoDS_Shape cutByPlane(const TopoDS_Shape& shape, const gp_Pnt& onPlane, const gp_Dir& normal, const gp_Pnt& keep);
 // Fuses the shapes and merges coplanar faces.

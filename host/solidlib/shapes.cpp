@@ -4,6 +4,11 @@
 #include <mutex>
 
 #include <BRepAlgoAPI_Cut.hxx>
+#include <BRepBndLib.hxx>
+#include <BRepBuilderAPI_MakeSolid.hxx>
+#include <BRepBuilderAPI_Sewing.hxx>
+#include <BRepLib.hxx>
+#include <Bnd_Box.hxx>
 #include <BRepAlgoAPI_Fuse.hxx>
 #include <BRepBuilderAPI_MakeEdge.hxx>
 #include <BRepBuilderAPI_MakeFace.hxx>
@@ -11,7 +16,6 @@
 #include <BRepBuilderAPI_MakeWire.hxx>
 #include <BRepGProp.hxx>
 #include <BRepOffsetAPI_ThruSections.hxx>
-#include <BRepPrimAPI_MakeHalfSpace.hxx>
 #include <BRepPrimAPI_MakePrism.hxx>
 #include <GC_MakeArcOfCircle.hxx>
 #include <GProp_GProps.hxx>
@@ -26,6 +30,7 @@
 #include <TopoDS.hxx>
 #include <gp_Ax2.hxx>
 #include <gp_Circ.hxx>
+#include <gp_Ax3.hxx>
 #include <gp_Pln.hxx>
 
 #include "occt.h"
@@ -131,13 +136,47 @@ TopoDS_Shape prism(const TopoDS_Face& face, const gp_Vec& along) {
   return make.Shape();
 }
 
+TopoDS_Shape polyhedron(const std::vector<std::vector<gp_Pnt>>& faces) {
+  BRepBuilderAPI_Sewing sewing(1e-7);
+  for (const std::vector<gp_Pnt>& corners : faces) {
+    BRepBuilderAPI_MakePolygon outline;
+    for (const gp_Pnt& p : corners) outline.Add(p);
+    outline.Close();
+    sewing.Add(BRepBuilderAPI_MakeFace(outline.Wire(), Standard_True).Face());
+  }
+  sewing.Perform();
+  const TopoDS_Shape sewn = sewing.SewedShape();
+  TopExp_Explorer shell(sewn, TopAbs_SHELL);
+  if (!shell.More()) throw Refusal("the faces do not close a solid");
+  BRepBuilderAPI_MakeSolid make(TopoDS::Shell(shell.Current()));
+  TopoDS_Solid solid = make.Solid();
+  BRepLib::OrientClosedSolid(solid);
+  return solid;
+}
+
 TopoDS_Shape cutByPlane(const TopoDS_Shape& shape, const gp_Pnt& onPlane, const gp_Dir& normal, const gp_Pnt& keep) {
   const double side = gp_Vec(onPlane, keep).Dot(gp_Vec(normal));
-  // The half-space to remove is the one away from `keep`.
-  const gp_Pnt away = onPlane.Translated(gp_Vec(normal) * (side > 0 ? -1.0 : 1.0));
-  const TopoDS_Face plane = BRepBuilderAPI_MakeFace(gp_Pln(onPlane, normal)).Face();
-  const TopoDS_Shape half = BRepPrimAPI_MakeHalfSpace(plane, away).Solid();
-  BRepAlgoAPI_Cut cut(shape, half);
+  const gp_Dir away = side > 0 ? normal.Reversed() : normal;
+  // A finite block on the far side, larger than the shape, cuts faster than a half-space.
+  Bnd_Box box;
+  BRepBndLib::Add(shape, box);
+  if (box.IsVoid()) return shape;
+  const double size = std::sqrt(box.SquareExtent()) + 1.0;
+  const gp_Pnt mid((box.CornerMin().XYZ() + box.CornerMax().XYZ()) / 2.0);
+  const gp_Pnt centre = mid.Translated(-gp_Vec(normal) * gp_Vec(onPlane, mid).Dot(gp_Vec(normal)));
+  const gp_Ax2 frame(centre, away);
+  const TopoDS_Face square = BRepBuilderAPI_MakeFace(gp_Pln(gp_Ax3(frame)), -size, size, -size, size).Face();
+  const double depth = std::fabs(gp_Vec(onPlane, mid).Dot(gp_Vec(normal))) + size;
+  const TopoDS_Shape block = BRepPrimAPI_MakePrism(square, gp_Vec(away) * depth).Shape();
+  TopTools_ListOfShape args, tools;
+  args.Append(shape);
+  tools.Append(block);
+  BRepAlgoAPI_Cut cut;
+  cut.SetArguments(args);
+  cut.SetTools(tools);
+  cut.SetCheckInverted(Standard_False);
+  cut.SetUseOBB(Standard_True);
+  cut.Build();
   if (!cut.IsDone()) throw Refusal("the cut failed");
   const std::vector<TopoDS_Shape> left = solidsOf(cut.Shape());
   if (left.empty()) return TopoDS_Shape();

@@ -30,6 +30,18 @@ TEST(SolidSquareElbow, MitredQuarterTurn) {
   expectBox(s, {-9, -6, -4}, {6, 9, 4});
 }
 
+TEST(SolidSquareElbow, RoundMitre) {
+  SolidBodies s;
+  AcGePoint3d start(-50, 0, 0), end(0, 50, 0);
+  Layout l;
+  ASSERT_TRUE(s.addSquareElbowPrep(start, 10, 10, end, 10, 10, alongX(), alongY(), false, l.in, l.out, l.points, true,
+                                   3.0));
+  ASSERT_TRUE(s.addSquareElbow(start, 10, 10, end, 10, 10, alongX(), alongY(), false, l.in, l.out, l.points))
+      << s.lastError();
+  expectRelNear(s.volume(), kPi * 25 * 16, 1e-6);
+  expectBox(s, {-8, -5, -5}, {5, 8, 5}, 1e-6);
+}
+
 TEST(SolidSquareElbow, RefusesWhatAMitreCannotJoin) {
   SolidBodies s;
   const Frame fi = alongX(), fo = alongY();
@@ -112,7 +124,7 @@ struct WyeArrays {
 }  // namespace
 
 TEST(SolidWye, TwoLegsAtFortyFiveDegrees) {
-  const double c = std::sqrt(0.5);
+  const double c = std::sqrt(0.5), t = std::tan(kPi / 8);
   const Frame in = alongX(), legB({c, c, 0}, {-c, c, 0}, {0, 0, 1}), legC({c, -c, 0}, {c, c, 0}, {0, 0, 1});
   AcGePoint3d start(-40, 0, 0), endB(40 * c, 40 * c, 0), endC(40 * c, -40 * c, 0);
   WyeArrays a;
@@ -120,25 +132,43 @@ TEST(SolidWye, TwoLegsAtFortyFiveDegrees) {
   ASSERT_TRUE(s.addWyePrep(start, 12, 8, endB, 12, 8, endC, 12, 8, in, legB, legC, true, a.s[0], a.s[1], a.s[2],
                            a.g[0], a.g[1], a.g[2], true, 3.0))
       << s.lastError();
-  // The legs stand clear of each other 12 along (the inlet's size exceeds the crotch), then
-  // the collar.
-  expectPoint(start, {-3, 0, 0});
-  expectPoint(endB, {15 * c, 15 * c, 0}, 1e-9);
-  expectPoint(endC, {15 * c, -15 * c, 0}, 1e-9);
+  // The inlet reaches back over the inner corner of each leg's mitre (6 tan 22.5 degrees) and
+  // the collar; the legs part at the crotch 6 along (their inner walls cross there) and go on
+  // by the collar.
+  const double back = 6 * t + 3;
+  expectPoint(start, {-back, 0, 0}, 1e-9);
+  expectPoint(endB, {9 * c, 9 * c, 0}, 1e-9);
+  expectPoint(endC, {9 * c, -9 * c, 0}, 1e-9);
   const AcGePoint3d junction(0, 0, 0);
   ASSERT_TRUE(s.addWye(start, 12, 8, endB, 12, 8, endC, 12, 8, junction, in, legB, legC, true, a.s[0], a.s[1],
                        a.s[2], a.g[0], a.g[1], a.g[2]))
       << s.lastError();
   EXPECT_EQ(s.bodyCount(), 1);
-  const double reach = 15 * c + 6 * c;
-  expectBox(s, {-3, -reach, -4}, {reach, reach, 4}, 1e-4);
-  // One body: the two throats overlap, so it holds less than its parts and more than the
-  // collars with one throat.
-  SolidBodies throat;
-  ASSERT_TRUE(throat.addTransition(junction, true, 12, 8, {12 * c, 12 * c, 0}, true, 12, 8, in, legB));
-  const double collars = 3 * 96 * 3;
-  EXPECT_LT(s.volume(), collars + 2 * throat.volume() - 1.0);
-  EXPECT_GT(s.volume(), collars + throat.volume() + 1.0);
+  expectBox(s, {-back, -15 * c, -4}, {15 * c, 15 * c, 4}, 1e-6);
+  // Each leg alone is a mitred bend of centre-line length back + 9. Together they share the
+  // inlet and more, and past the crotch the second leg adds at least its last 3.
+  const double leg = 96 * (back + 9);
+  EXPECT_LT(s.volume(), 2 * leg - 96 * back - 1.0);
+  EXPECT_GT(s.volume(), leg + 96 * 3 - 1e-6);
+}
+
+TEST(SolidWye, RoundLegsJoinInOneBody) {
+  const double c = std::sqrt(0.5);
+  const Frame in = alongX(), legB({c, c, 0}, {-c, c, 0}, {0, 0, 1}), legC({0, -1, 0}, {1, 0, 0}, {0, 0, 1});
+  AcGePoint3d start(-40, 0, 0), endB(40 * c, 40 * c, 0), endC(0, -40, 0);
+  WyeArrays a;
+  SolidBodies s;
+  ASSERT_TRUE(s.addWyePrep(start, 10, 10, endB, 8, 8, endC, 8, 8, in, legB, legC, false, a.s[0], a.s[1], a.s[2],
+                           a.g[0], a.g[1], a.g[2], true, 3.0))
+      << s.lastError();
+  ASSERT_TRUE(s.addWye(start, 10, 10, endB, 8, 8, endC, 8, 8, {0, 0, 0}, in, legB, legC, false, a.s[0], a.s[1],
+                       a.s[2], a.g[0], a.g[1], a.g[2]))
+      << s.lastError();
+  EXPECT_EQ(s.bodyCount(), 1);
+  const SolidExtents e = s.extents();
+  EXPECT_NEAR(e.min.x, start.x, 1e-6);
+  EXPECT_NEAR(e.min.y, endC.y, 1e-6);  // the square leg ends flat at its end point
+  EXPECT_NEAR(e.max.z, 5, 1e-6);
 }
 
 TEST(SolidWye, Refusals) {
