@@ -133,7 +133,9 @@ void repl(kvlisp::Environment& env) {
     pending.clear();
     for (const kvlisp::Value& form : forms) {
       kvlisp::Value v;
-      if (env.evalTopLevel(form, v)) kvads::consoleWrite(v.print(true) + "\n");
+      if (!env.evalTopLevel(form, v)) continue;
+      bool nothing = v.isSymbol() && v.symbolName().empty();  // what (princ) answers
+      if (!nothing) kvads::consoleWrite(v.print(true) + "\n");
     }
   }
   kvads::consoleWrite("\n");
