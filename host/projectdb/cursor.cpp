@@ -189,7 +189,10 @@ HRESULT ProjectDatabaseImpl::SeekKeys(const VARIANT* const* keys, int count, SAF
     StmtScope scope(s);
     for (std::size_t j = 0; j < values.size(); ++j) values[j].Bind(s, static_cast<int>(j) + 1);
     int rc = readRows(s, 1, rows);
-    if (rc != SQLITE_DONE) return Fail(rc, "Cannot seek in " + c->table->name), S_OK;
+    if (rc != SQLITE_DONE) {
+      Fail(rc, "Cannot seek in " + c->table->name);
+      return S_OK;
+    }
   }
   c->Forget();
   if (rows.empty()) {
@@ -221,19 +224,18 @@ HRESULT ProjectDatabaseImpl::Seek3(const VARIANT& key1, const VARIANT& key2, con
 
 HRESULT ProjectDatabaseImpl::IsEof(VARIANT_BOOL* eof) {
   if (!eof) return E_POINTER;
-  if (!db_ || !current_) return SetFlag(eof, true), S_OK;
   using State = Cursor::State;
-  State st = current_->state;
-  SetFlag(eof, st == State::AfterLast || st == State::NoMatch || (st == State::Fresh && TableIsEmpty(*current_->table)));
+  State st = current_ ? current_->state : State::AfterLast;
+  SetFlag(eof, !db_ || !current_ || st == State::AfterLast || st == State::NoMatch ||
+                   (st == State::Fresh && TableIsEmpty(*current_->table)));
   return S_OK;
 }
 
 HRESULT ProjectDatabaseImpl::IsBof(VARIANT_BOOL* bof) {
   if (!bof) return E_POINTER;
-  if (!db_ || !current_) return SetFlag(bof, true), S_OK;
   using State = Cursor::State;
-  State st = current_->state;
-  SetFlag(bof, (st == State::AfterLast && current_->emptyAtFirst) ||
+  State st = current_ ? current_->state : State::AfterLast;
+  SetFlag(bof, !db_ || !current_ || (st == State::AfterLast && current_->emptyAtFirst) ||
                    (st == State::Fresh && TableIsEmpty(*current_->table)));
   return S_OK;
 }
