@@ -141,6 +141,32 @@ TEST_F(Connection, SeeksOnTwoAndThreeColumnsWithNullMatchingNull) {
   EXPECT_EQ(db_->Seek2(_variant_t(1), _variant_t(1), &out, &found), E_INVALIDARG);
 }
 
+TEST_F(Connection, WalkOnThreeColumnsGoesOnFromASeekThroughNulls) {
+  ASSERT_TRUE(SetTable(L"tblLoadRoomCooling"));
+  // Zone rows leave ixRoomL null; they sort before every room, by month and hour.
+  struct Row { int room, month, hour; };
+  const Row rows[] = {{2, 6, 14}, {0, 7, 15}, {1, 7, 15}, {0, 6, 16}, {1, 6, 15}, {0, 7, 15}, {2, 6, 13}};
+  for (const Row& r : rows) {
+    std::vector<Field> fields = {{L"iMonth", _variant_t(r.month)}, {L"iHour", _variant_t(r.hour)}};
+    fields.push_back(r.room ? Field{L"ixRoomL", _variant_t(r.room)} : Field{L"ixZone", _variant_t(9)});
+    Add(fields);
+  }
+  ASSERT_TRUE(SetTable(L"tblLoadRoomCooling", L"ixRoomLiMonthiHour"));
+  EXPECT_EQ(Scan(L"ixLoadRoomCooling"), (std::vector<LONG>{4, 2, 6, 5, 3, 7, 1}));
+  SAFEARRAY* out = nullptr;
+  VARIANT_BOOL found = VARIANT_FALSE;
+  ASSERT_EQ(db_->Seek3(_variant_t::Null(), _variant_t(7), _variant_t(15), &out, &found), S_OK);
+  SafeArrayPtr zone(out);
+  ASSERT_EQ(found, VARIANT_TRUE);
+  EXPECT_EQ(GetLong(zone.get(), L"ixLoadRoomCooling"), 2);
+  // Two rows on: past the tie (row 6) to the first room (row 5).
+  ASSERT_EQ(db_->MoveNext(2, &out, &found), S_OK);
+  SafeArrayPtr room(out);
+  EXPECT_EQ(GetLong(room.get(), L"ixLoadRoomCooling"), 5);
+  // A seek on the leading column alone finds the first row of that room.
+  EXPECT_EQ(GetLong(Seek(_variant_t(2)).get(), L"ixLoadRoomCooling"), 7);
+}
+
 TEST_F(Connection, SqlInTheAccessDialectRunsAsWritten) {
   std::vector<_variant_t> months = Query(L"select iMonth from tblMonth where bDoCalculation = -1 order by iMonth");
   ASSERT_EQ(months.size(), 3u);
