@@ -66,7 +66,7 @@ TEST(LispFunctionTable, NotBuiltRows) {
       L"kv_hvac-room-updateLabel", L"kv_hvac-room-updateAttributes", L"kv_hvac-room-setPointInfo",
       L"kv_hvac-room-insert", L"kv_hvac-addDuctToDwg", L"kv_hvac-zoneTree",
       L"kv_hvac-floorTree", L"kvDuct", L"kvbreak", L"kvductforce",
-      L"kv_hvac-insertDuct-likePlumbing", L"kv_hvac-getDuctCoord", L"kv_hvac-getLayer",
+      L"kv_hvac-insertDuct-likePlumbing", L"kv_hvac-getDuctCoord",
       L"kv_hvac-options", L"kv_hvac-dwgDiff", L"kv_hvac-loadDetail",
       L"kv_hvac-room-setLeaderLocation", L"kv_hvac-duct-fillet", L"kv_hvac-room-toggleLeader",
       L"kv_hvac-ProjectExplorer",
