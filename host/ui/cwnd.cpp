@@ -7,6 +7,11 @@
 
 using namespace kvui::detail;
 
+const CWnd CWnd::wndTop(HWND_TOP);
+const CWnd CWnd::wndBottom(HWND_BOTTOM);
+const CWnd CWnd::wndTopMost(HWND_TOPMOST);
+const CWnd CWnd::wndNoTopMost(HWND_NOTOPMOST);
+
 CWnd::~CWnd() {
   if (m_hWnd && isLive(m_hWnd) && m_hWnd->attached == this) {
     HWND h = m_hWnd;

@@ -1836,6 +1836,9 @@ class CWnd : public CObject {
   HWND GetSafeHwnd() const { return m_hWnd; }
   operator HWND() const { return m_hWnd; }
 
+  // Places in the z-order for SetWindowPos.
+  static const CWnd wndTop, wndBottom, wndTopMost, wndNoTopMost;
+
   // The attached object of a handle, or a wrapper owned by the window (freed with it).
   static CWnd* FromHandle(HWND h);
   static CWnd* FromHandlePermanent(HWND h);
@@ -2003,6 +2006,7 @@ class CWnd : public CObject {
 
  private:
   friend struct CWndAccess;
+  explicit CWnd(HWND place) : m_hWnd(place) {}
   BOOL OnWndMsg(UINT msg, WPARAM w, LPARAM l, LRESULT* result);
   BOOL dispatchReflection(UINT msg, HWND child, WPARAM w, LPARAM l, LRESULT* result);
   bool wrapper_ = false;  // created by FromHandle, owned by its window
