@@ -258,10 +258,22 @@ HDC__::~HDC__() {
 
 // ---- Handles --------------------------------------------------------------------------------
 
+// A memory DC starts on a shared 1x1 bitmap, so that selecting a caller's bitmap answers it and
+// selecting it back lets the caller's bitmap go, as on the platform.
+static HBITMAP defaultBitmap() {
+  static HBITMAP b = [] {
+    HBITMAP x = CreateCompatibleBitmap(nullptr, 1, 1);
+    x->stock = true;
+    return x;
+  }();
+  return b;
+}
+
 HDC CreateCompatibleDC(HDC) {
   HDC dc = newDc(DcKind::Memory);
-  dc->ownSurface = cairo_image_surface_create(CAIRO_FORMAT_RGB24, 1, 1);
-  dcBindTarget(dc, dc->ownSurface, 0, 0, 1, 1);
+  HBITMAP b = defaultBitmap();
+  dc->bitmap = b;
+  dcBindTarget(dc, b->surface, 0, 0, 1, 1);
   return dc;
 }
 

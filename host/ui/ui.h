@@ -1481,6 +1481,8 @@ HRGN CreateRectRgnIndirect(LPCRECT r);
 int CombineRgn(HRGN dest, HRGN a, HRGN b, int mode);
 BOOL PtInRegion(HRGN r, int x, int y);
 int GetRgnBox(HRGN r, LPRECT box);
+// An object still selected into a DC is not deleted at once: the call answers FALSE and the object
+// goes when the last DC lets it go, so nothing outlives its owner. Stock objects never go.
 BOOL DeleteObject(HGDIOBJ obj);
 HGDIOBJ GetStockObject(int index);
 int GetObject(HGDIOBJ obj, int size, LPVOID out);  // LOGFONT of a font, BITMAP of a bitmap

@@ -109,6 +109,18 @@ TEST_F(UiTest, BitBltCopiesBetweenMemoryDCsAndHonoursTheViewportOrigin) {
   EXPECT_EQ(pixel(dst.dc, 5, 5), kWhite);
   dst.dc.BitBlt(30, 0, 10, 10, nullptr, 0, 0, DSTINVERT);
   EXPECT_EQ(pixel(dst.dc, 35, 5), RGB(0, 0, 0));
+  CBitmap extra;
+  extra.CreateCompatibleBitmap(&src.dc, 4, 4);
+  CBitmap* previous = src.dc.SelectObject(&extra);
+  ASSERT_NE(previous, nullptr);
+  EXPECT_EQ(previous->m_hObject, src.bmp.m_hObject);
+  src.dc.SelectObject(previous);
+  EXPECT_TRUE(extra.DeleteObject()) << "deselected, it can go";
+  CBitmap other;
+  other.CreateCompatibleBitmap(&src.dc, 4, 4);
+  CDC fresh;
+  fresh.CreateCompatibleDC(nullptr);
+  EXPECT_NE(fresh.SelectObject(&other), nullptr) << "a new memory DC holds its own one-pixel bitmap";
 }
 
 TEST_F(UiTest, EdgesUseTheClassicThreeDimensionalColours) {
