@@ -427,7 +427,10 @@ class AcDbDwgFiler : public AcRxObject {
 // | ...    | UInt32 c             | classes, then c x (String class name, String DXF name, Bool is |
 // |        |                      | entity, Int32 DWG version, Int32 maintenance, Int32 proxy flags)|
 // | ...    | UInt64 m             | objects in handle order, then m x (UInt32 class index, UInt64  |
-// |        |                      | handle, UInt32 byte count, the bytes of the object's dwgOut)   |
+// |        |                      | handle, UInt32 byte count, the bytes of the object's dwgOut,   |
+// |        |                      | UInt32 k proxy picture lines, k x (UInt32 n, n x Point3d)); the|
+// |        |                      | picture is what a module class's saveAs draws (empty for host  |
+// |        |                      | classes), so a proxy of it can still be drawn                  |
 // | end-8  | 8 bytes              | "KVDWGEND"                                                     |
 //
 // An object's bytes: AcDbObject's fields (soft pointer owner, UInt32 count of extended data

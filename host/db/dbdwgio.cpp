@@ -1,6 +1,8 @@
 // Saving and reading drawings in the host's binary format, and inserting one drawing into
 // another as a block. The format's table is in db.h above AcDbDwgMemoryFiler.
 #include <algorithm>
+#include <cmath>
+#include <cwchar>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -69,6 +71,129 @@ ClassEntry classEntryOf(const AcDbObject* obj) {
   return e;
 }
 
+// The proxy picture of an entity: what its saveAs draws, as polylines in world coordinates
+// (circles and arcs as chords; text is not kept).
+class ProxyPicture : public AcGiWorldDraw, public AcGiWorldGeometry, public AcGiSubEntityTraits {
+ public:
+  using Lines = std::vector<std::vector<AcGePoint3d>>;
+  explicit ProxyPicture(Lines& out) : out_(out) {}
+  AcGiRegenType regenType() const override { return kAcGiSaveWorldDrawForProxy; }
+  Adesk::Boolean regenAbort() const override { return false; }
+  AcGiSubEntityTraits& subEntityTraits() const override { return const_cast<ProxyPicture&>(*this); }
+  AcGiGeometry* rawGeometry() const override { return const_cast<ProxyPicture*>(this); }
+  Adesk::Boolean isDragging() const override { return false; }
+  AcGiWorldGeometry& geometry() const override { return const_cast<ProxyPicture&>(*this); }
+
+  Adesk::Boolean circle(const AcGePoint3d& c, double r, const AcGeVector3d& n) override {
+    return circularArc(c, r, n, n.perpVector(), 2 * 3.14159265358979323846);
+  }
+  Adesk::Boolean circularArc(const AcGePoint3d& c, double r, const AcGeVector3d& n, const AcGeVector3d& start,
+                             double sweep) override {
+    AcGeVector3d x = start.normal(), y = n.normal().crossProduct(x);
+    std::vector<AcGePoint3d> pts;
+    for (int i = 0; i <= 24; ++i) {
+      double a = sweep * i / 24;
+      pts.push_back(world(c + x * (r * std::cos(a)) + y * (r * std::sin(a))));
+    }
+    out_.push_back(std::move(pts));
+    return false;
+  }
+  Adesk::Boolean polyline(Adesk::UInt32 n, const AcGePoint3d* p, const AcGeVector3d*, Adesk::LongPtr) override {
+    return add(n, p, false);
+  }
+  Adesk::Boolean polygon(Adesk::UInt32 n, const AcGePoint3d* p) override { return add(n, p, true); }
+  Adesk::Boolean shell(Adesk::UInt32 n, const AcGePoint3d* p, Adesk::UInt32 size, const Adesk::Int32* faces) override {
+    for (Adesk::UInt32 i = 0; i < size;) {
+      auto count = static_cast<Adesk::UInt32>(std::abs(faces[i++]));
+      std::vector<AcGePoint3d> loop;
+      for (Adesk::UInt32 k = 0; k < count && i < size; ++k, ++i)
+        if (faces[i] >= 0 && static_cast<Adesk::UInt32>(faces[i]) < n) loop.push_back(p[faces[i]]);
+      add(static_cast<Adesk::UInt32>(loop.size()), loop.data(), true);
+    }
+    return false;
+  }
+  Adesk::Boolean text(const AcGePoint3d&, const AcGeVector3d&, const AcGeVector3d&, double, double, double,
+                      const ACHAR*) override {
+    return false;
+  }
+  Adesk::Boolean draw(AcGiDrawable* d) override {
+    if (d != nullptr) {
+      kvdb::ReadScope open(AcDbObject::cast(d));
+      d->worldDraw(this);
+    }
+    return false;
+  }
+  Adesk::Boolean pushModelTransform(const AcGeMatrix3d& m) override {
+    stack_.push_back(stack_.back() * m);
+    return false;
+  }
+  Adesk::Boolean popModelTransform() override {
+    if (stack_.size() > 1) stack_.pop_back();
+    return false;
+  }
+  AcGeMatrix3d getModelToWorldTransform() const override { return stack_.back(); }
+
+  void setColor(Adesk::UInt16) override {}
+  Adesk::UInt16 color() const override { return 256; }
+  void setLayer(const AcDbObjectId&) override {}
+  AcDbObjectId layerId() const override { return {}; }
+  void setLineType(const AcDbObjectId&) override {}
+  AcDbObjectId lineTypeId() const override { return {}; }
+  void setSelectionMarker(Adesk::LongPtr) override {}
+  void setFillType(AcGiFillType) override {}
+  AcGiFillType fillType() const override { return kAcGiFillNever; }
+  void setLineWeight(int) override {}
+  int lineWeight() const override { return -1; }
+
+ private:
+  AcGePoint3d world(const AcGePoint3d& p) const { return stack_.back() * p; }
+  Adesk::Boolean add(Adesk::UInt32 n, const AcGePoint3d* p, bool closed) {
+    if (n < 2 || p == nullptr) return false;
+    std::vector<AcGePoint3d> pts;
+    for (Adesk::UInt32 i = 0; i < n; ++i) pts.push_back(world(p[i]));
+    if (closed) pts.push_back(pts.front());
+    out_.push_back(std::move(pts));
+    return false;
+  }
+  Lines& out_;
+  std::vector<AcGeMatrix3d> stack_{AcGeMatrix3d()};
+};
+
+// The picture filed with an entity of a module's class (drawn by its saveAs), or the one a proxy
+// keeps; host classes need none.
+std::vector<std::vector<AcGePoint3d>> proxyPicture(AcDbObject* obj) {
+  std::vector<std::vector<AcGePoint3d>> lines;
+  if (auto* proxy = AcDbProxyEntity::cast(obj)) return proxy->graphics();
+  auto* e = AcDbEntity::cast(obj);
+  if (e == nullptr || std::wcscmp(e->isA()->appName(), L"ObjectDBX Classes") == 0) return lines;
+  kvdb::ReadScope open(e);
+  ProxyPicture picture(lines);
+  e->saveAs(&picture, AcDb::kR13Save);
+  return lines;
+}
+
+void writePicture(AcDbDwgFiler& f, const std::vector<std::vector<AcGePoint3d>>& lines) {
+  f.writeUInt32(static_cast<Adesk::UInt32>(lines.size()));
+  for (const auto& line : lines) {
+    f.writeUInt32(static_cast<Adesk::UInt32>(line.size()));
+    for (const auto& p : line) f.writePoint3d(p);
+  }
+}
+
+Acad::ErrorStatus readPicture(AcDbDwgFiler& f, std::vector<std::vector<AcGePoint3d>>& lines, std::size_t remaining) {
+  Adesk::UInt32 n = 0;
+  if (f.readUInt32(&n) != Acad::eOk) return f.filerStatus();
+  if (n > remaining / 4) return Acad::eEndOfFile;
+  for (Adesk::UInt32 i = 0; i < n; ++i) {
+    Adesk::UInt32 m = 0;
+    if (f.readUInt32(&m) != Acad::eOk || m > remaining / 24) return Acad::eEndOfFile;
+    std::vector<AcGePoint3d> line(m);
+    for (auto& p : line) f.readPoint3d(&p);
+    lines.push_back(std::move(line));
+  }
+  return f.filerStatus();
+}
+
 // Files one object, opening it for read for the time of filing when it is closed.
 Acad::ErrorStatus fileObject(AcDbObject* obj, AcDbDwgFiler& f) {
   kvdb::ReadScope open(obj);
@@ -126,6 +251,7 @@ Acad::ErrorStatus AcDbDatabase::saveAs(const ACHAR* fileName, const void*) {
     f.writeUInt64(obj->handle().value());
     f.writeUInt32(static_cast<Adesk::UInt32>(of.buffer().size()));
     f.writeBytes(of.buffer().data(), of.buffer().size());
+    writePicture(f, proxyPicture(obj));
   }
   f.writeBytes(kEndMagic, sizeof kEndMagic);
   if (f.filerStatus() != Acad::eOk) return f.filerStatus();
@@ -262,6 +388,8 @@ Acad::ErrorStatus AcDbDatabase::readDwgFile(const ACHAR* fileName, int, bool, co
     if (cls >= classes.size() || handle == 0 || size > f.remaining()) return Acad::eBrokenHandle;
     payload.resize(size);
     f.readBytes(payload.data(), size);
+    std::vector<std::vector<AcGePoint3d>> picture;
+    if ((es = readPicture(f, picture, f.remaining())) != Acad::eOk) return es;
     AcDbStub* stub = impl_->stubFor(handle, true);
     if (stub->object != nullptr) return Acad::eHandleInUse;
     AcDbObject* obj = readObject(classes[cls], this, payload, stub, es);
@@ -270,6 +398,7 @@ Acad::ErrorStatus AcDbDatabase::readDwgFile(const ACHAR* fileName, int, bool, co
                    static_cast<unsigned long long>(handle), acrxToUtf8(classes[cls].name).c_str(), static_cast<int>(es));
       return es;
     }
+    if (auto* proxy = AcDbProxyEntity::cast(obj)) proxy->setGraphics(std::move(picture));
     obj->setModifiedFlag(false);
     obj->close();
     ++impl_->liveObjects;

@@ -184,6 +184,10 @@ TEST(DbFiling, NewerObjectsSurviveAsProxiesUnchanged) {
     ASSERT_EQ(acdbOpenObject(proxy, id, AcDb::kForRead), Acad::eOk);
     EXPECT_STREQ(proxy->originalClassName(), L"TestMarker");
     EXPECT_STREQ(proxy->originalDxfName(), L"TESTMARKER");
+    AcDbExtents ext;
+    ASSERT_EQ(proxy->getGeomExtents(ext), Acad::eOk) << "the proxy keeps the picture its class drew";
+    EXPECT_TRUE(ext.minPoint().isEqualTo({1, 2, 3}));
+    EXPECT_TRUE(ext.maxPoint().isEqualTo({2, 3, 3}));
     proxy->close();
     ASSERT_EQ(db.saveAs(acrxFromUtf8(again.string()).c_str()), Acad::eOk);
   }
