@@ -331,6 +331,19 @@ Acad::ErrorStatus readFile(const ACHAR* fileName, std::vector<unsigned char>& by
 
 }  // namespace
 
+namespace {
+// A damaged file may name any object as a table; the rest of the host relies on the kinds.
+bool rootsHaveTheirClasses(AcDbDatabase::Impl* d) {
+  auto is = [](AcDbObjectId id, AcRxClass* cls) { return kvdb::objectOf(id) && kvdb::objectOf(id)->isKindOf(cls); };
+  return is(d->blockTable, AcDbBlockTable::desc()) && is(d->layerTable, AcDbLayerTable::desc()) &&
+         is(d->styleTable, AcDbTextStyleTable::desc()) && is(d->linetypeTable, AcDbLinetypeTable::desc()) &&
+         is(d->regAppTable, AcDbRegAppTable::desc()) && is(d->modelSpace, AcDbBlockTableRecord::desc()) &&
+         is(d->paperSpace, AcDbBlockTableRecord::desc()) && is(d->byLayerLt, AcDbLinetypeTableRecord::desc()) &&
+         is(d->byBlockLt, AcDbLinetypeTableRecord::desc()) && is(d->continuousLt, AcDbLinetypeTableRecord::desc()) &&
+         is(d->layer0, AcDbLayerTableRecord::desc()) && is(d->standardStyle, AcDbTextStyleTableRecord::desc());
+}
+}  // namespace
+
 // Reads into this database, replacing what it held. Objects come in handle order; ids met
 // before their objects are made on the way and filled when the object's record arrives.
 Acad::ErrorStatus AcDbDatabase::readDwgFile(const ACHAR* fileName, int, bool, const wchar_t*) {
@@ -364,6 +377,7 @@ Acad::ErrorStatus AcDbDatabase::readDwgFile(const ACHAR* fileName, int, bool, co
   }
   f.readUInt32(&nclasses);
   if (f.filerStatus() != Acad::eOk) return f.filerStatus();
+  if (nclasses > f.remaining() / 16) return Acad::eEndOfFile;  // each class takes at least 16 bytes
   std::vector<ClassEntry> classes(nclasses);
   for (ClassEntry& c : classes) {
     Adesk::Int32 ver = 0, maint = 0, flags = 0;
@@ -408,11 +422,13 @@ Acad::ErrorStatus AcDbDatabase::readDwgFile(const ACHAR* fileName, int, bool, co
   impl_->nextHandle = std::max(impl_->nextHandle, nextHandle);
   for (AcDbObjectId* id : roots(impl_))
     if (!id->isValid()) return Acad::eMissingSymbolTable;
+  if (!rootsHaveTheirClasses(impl_)) return Acad::eWrongObjectType;
   kvdb::afterLoad(impl_);
   impl_->fileName = impl_->originalFileName = fileName;
   impl_->modified = false;
   return Acad::eOk;
 }
+
 
 namespace kvdb {
 

@@ -309,7 +309,6 @@ Acad::ErrorStatus AcDbBlockTableRecord::dwgInFields(AcDbDwgFiler* filer) {
   Adesk::UInt32 n = 0;
   if ((es = filer->readUInt32(&n)) != Acad::eOk) return es;
   entities_.clear();
-  entities_.reserve(n);
   for (Adesk::UInt32 i = 0; i < n; ++i) {
     AcDbHardOwnershipId id;
     if ((es = filer->readHardOwnershipId(&id)) != Acad::eOk) return es;
