@@ -428,6 +428,62 @@ TopoDS_Shape cutSlots(const TopoDS_Shape& face, const gp_Pnt& roomSide, const Ax
 
 }  // namespace
 
+namespace {
+
+// The fixed proportions of a diffuser, from its face size.
+struct DiffuserSizes {
+  double width, length, face, rim, small;
+};
+
+// The face and plenum (or boot) of a diffuser, and where on them the neck leaves along `nd`.
+struct DiffuserBody {
+  std::vector<TopoDS_Shape> parts;
+  gp_Pnt neckBase;
+};
+
+// A vertical face looking along the diffuser's run with a boot behind it.
+DiffuserBody sidewallBody(const gp_Pnt& p, const Axes& g, const gp_Dir& nd, double neckAcross, const DiffuserSizes& z) {
+  const Axes faceAxes{g.run.Reversed(), g.width, g.run.Reversed().Crossed(g.width)};
+  const double boot = std::max(0.3 * z.small, neckAcross + 2.0 * z.face);
+  const double bw = z.width - 2 * z.rim, bl = z.length - 2 * z.rim;
+  DiffuserBody body;
+  body.parts.push_back(boxOn(p, faceAxes, z.width, z.length, z.face));
+  const gp_Pnt bootBase = p.Translated(-gp_Vec(g.run) * z.face);
+  body.parts.push_back(boxOn(bootBase, faceAxes, bw, bl, boot));
+  const gp_Pnt centre = bootBase.Translated(-gp_Vec(g.run) * (boot / 2.0));
+  body.neckBase = centre.Translated(gp_Vec(nd) * boxReach(faceAxes, bw, bl, boot, nd));
+  return body;
+}
+
+// A ceiling face with a plenum above it (below when upside down). Connected from above, the
+// face stands on the position; from the side, the plenum is centred on it so that the neck
+// leaves along the duct's own line.
+DiffuserBody ceilingBody(DiffuserType type, const gp_Pnt& p, const gp_Dir& up, const Axes& g, const gp_Dir& nd,
+                         bool sideConnection, double neckAcross, const DiffuserSizes& z) {
+  const Axes stack = axesAlong(up, g.width, g.run);
+  const double hp = std::max(0.3 * z.small, (sideConnection ? neckAcross : 0.0) + 2.0 * z.face);
+  const gp_Pnt faceBase = sideConnection ? p.Translated(-gp_Vec(up) * (hp / 2.0 + z.face)) : p;
+  const gp_Pnt plenumBase = faceBase.Translated(gp_Vec(up) * z.face);
+  const gp_Pnt centre = plenumBase.Translated(gp_Vec(up) * (hp / 2.0));
+  DiffuserBody body;
+  if (type == DiffuserType::Round) {
+    body.parts.push_back(cylinderOn(faceBase, up, z.width, z.face));
+    body.parts.push_back(cylinderOn(plenumBase, up, 0.8 * z.width, hp));
+    const double c = std::fabs(nd.Dot(up));
+    body.neckBase = centre.Translated(gp_Vec(nd) * (c * hp / 2.0 + 0.4 * z.width * std::sqrt(std::max(0.0, 1 - c * c))));
+    return body;
+  }
+  const double pw = z.width - 2 * z.rim, pl = z.length - 2 * z.rim;
+  TopoDS_Shape face = boxOn(faceBase, stack, z.width, z.length, z.face);
+  if (type == DiffuserType::Slot) face = cutSlots(face, faceBase, stack, z.width, z.length, z.face);
+  body.parts.push_back(face);
+  body.parts.push_back(boxOn(plenumBase, stack, pw, pl, hp));
+  body.neckBase = centre.Translated(gp_Vec(nd) * boxReach(stack, pw, pl, hp, nd));
+  return body;
+}
+
+}  // namespace
+
 bool SolidBodies::addDiffuser(const AcGePoint3d& position, AcGePoint3d& connection, DiffuserType type, double width,
                               double length, bool neckRect, double neck1, double neck2, double transitionLength,
                               bool ductRect, double ductWidth, double ductDepth, bool sideConnection, bool upright,
@@ -435,63 +491,33 @@ bool SolidBodies::addDiffuser(const AcGePoint3d& position, AcGePoint3d& connecti
   gp_Pnt top;
   const bool ok = commitBodies(impl(), "addDiffuser", [&](std::vector<TopoDS_Shape>& made) {
     if (static_cast<int>(type) < 0 || static_cast<int>(type) > 3) throw Refusal("unknown diffuser type");
-    const bool round = type == DiffuserType::Round;
-    if (round) length = width;
+    if (type == DiffuserType::Round) length = width;
     checkSection(true, width, length, "face");
     checkSection(neckRect, neck1, neck2, "neck");
     if (!(transitionLength >= 0.0)) throw Refusal("the transition length must not be negative");
     const Axes g = makeAxes(diffuserFrame, "diffuser");
+    const Axes f = sideConnection || ductWidth > 0.0 ? makeAxes(ductFrame, "duct") : g;
     const gp_Dir up = upright ? g.depth : g.depth.Reversed();
-    const bool needDuctFrame = sideConnection || ductWidth > 0.0;
-    const Axes f = needDuctFrame ? makeAxes(ductFrame, "duct") : g;
-    const gp_Pnt p = toPnt(position);
-    const double small = std::min(width, length), tf = 0.05 * small, rim = 0.1 * small;
-    // Where the neck leaves and the frame of its section.
+    const DiffuserSizes z{width, length, 0.05 * std::min(width, length), 0.1 * std::min(width, length),
+                          std::min(width, length)};
+    // The neck leaves against the duct's run from the side, else upwards.
     const gp_Dir nd = sideConnection ? f.run.Reversed() : up;
     const Axes neckAxes = axesAlong(nd, sideConnection ? f.width : g.width, g.run);
     const double neckAcross = sectionSizeAlong(neckAxes, neckRect, neck1, neck2, up);
-    std::vector<TopoDS_Shape> parts;
-    gp_Pnt neckBase;
-    if (type == DiffuserType::Sidewall) {
-      // A vertical face looking along the diffuser's run, a boot behind it.
-      const Axes faceAxes{g.run.Reversed(), g.width, g.run.Reversed().Crossed(g.width)};
-      const double hb = std::max(0.3 * small, (sideConnection ? neckAcross : neck1) + 2.0 * tf);
-      parts.push_back(boxOn(p, faceAxes, width, length, tf));
-      const gp_Pnt bootBase = p.Translated(-gp_Vec(g.run) * tf);
-      parts.push_back(boxOn(bootBase, faceAxes, width - 2 * rim, length - 2 * rim, hb));
-      const gp_Pnt bootCentre = bootBase.Translated(-gp_Vec(g.run) * (hb / 2.0));
-      neckBase = bootCentre.Translated(gp_Vec(nd) * boxReach(faceAxes, width - 2 * rim, length - 2 * rim, hb, nd));
-    } else {
-      const Axes stack = axesAlong(up, g.width, g.run);
-      const double hp = std::max(0.3 * small, (sideConnection ? neckAcross : 0.0) + 2.0 * tf);
-      const gp_Pnt faceBase = sideConnection ? p.Translated(-gp_Vec(up) * (hp / 2.0 + tf)) : p;
-      const gp_Pnt plenumBase = faceBase.Translated(gp_Vec(up) * tf);
-      const gp_Pnt plenumCentre = plenumBase.Translated(gp_Vec(up) * (hp / 2.0));
-      if (round) {
-        parts.push_back(cylinderOn(faceBase, up, width, tf));
-        parts.push_back(cylinderOn(plenumBase, up, 0.8 * width, hp));
-        const double c = std::fabs(nd.Dot(up));
-        neckBase = plenumCentre.Translated(gp_Vec(nd) * (c * hp / 2.0 + 0.4 * width * std::sqrt(std::max(0.0, 1 - c * c))));
-      } else {
-        TopoDS_Shape face = boxOn(faceBase, stack, width, length, tf);
-        if (type == DiffuserType::Slot) face = cutSlots(face, faceBase, stack, width, length, tf);
-        parts.push_back(face);
-        parts.push_back(boxOn(plenumBase, stack, width - 2 * rim, length - 2 * rim, hp));
-        neckBase = plenumCentre.Translated(gp_Vec(nd) * boxReach(stack, width - 2 * rim, length - 2 * rim, hp, nd));
-      }
-    }
-    const double neckLength = std::max(2.0 * tf, 0.25 * std::max(neck1, neckRect ? neck2 : neck1));
-    parts.push_back(prism(sectionFace(neckBase, neckAxes, neckRect, neck1, neck2), gp_Vec(nd) * neckLength));
-    top = neckBase.Translated(gp_Vec(nd) * neckLength);
+    DiffuserBody body = type == DiffuserType::Sidewall
+                            ? sidewallBody(toPnt(position), g, nd, sideConnection ? neckAcross : neck1, z)
+                            : ceilingBody(type, toPnt(position), up, g, nd, sideConnection, neckAcross, z);
+    const double neckLength = std::max(2.0 * z.face, 0.25 * std::max(neck1, neckRect ? neck2 : neck1));
+    body.parts.push_back(prism(sectionFace(body.neckBase, neckAxes, neckRect, neck1, neck2), gp_Vec(nd) * neckLength));
+    top = body.neckBase.Translated(gp_Vec(nd) * neckLength);
     if (ductWidth > 0.0 && transitionLength > 0.0) {
       checkSection(ductRect, ductWidth, ductDepth, "duct");
       const gp_Pnt ductEnd = top.Translated(gp_Vec(nd) * transitionLength);
-      const Axes ductAxes = axesAlong(nd, f.width, neckAxes.width);
-      parts.push_back(ruledLoft(sectionWire(top, neckAxes, neckRect, neck1, neck2),
-                                sectionWire(ductEnd, ductAxes, ductRect, ductWidth, ductDepth)));
+      body.parts.push_back(ruledLoft(sectionWire(top, neckAxes, neckRect, neck1, neck2),
+                                     sectionWire(ductEnd, axesAlong(nd, f.width, neckAxes.width), ductRect, ductWidth, ductDepth)));
       top = ductEnd;
     }
-    const std::vector<TopoDS_Shape> solids = solidsOf(fuseAll(parts));
+    const std::vector<TopoDS_Shape> solids = solidsOf(fuseAll(body.parts));
     if (solids.size() != 1) throw Refusal("the parts of the diffuser do not join");
     made.push_back(solids.front());
   });

@@ -35,6 +35,9 @@ TEST(SolidEntity, RegisteredAsAnEntityWithADefaultConstructor) {
   ASSERT_NE(kv_hvacFace::desc(), nullptr);
   kvSolidRegisterClasses();  // again: nothing changes
   EXPECT_EQ(kv_hvacSolid::desc(), cls);
+  // The module loads the library by the platform's name.
+  EXPECT_TRUE(acrxLoadModule(L"kv_kv-solid2019x64.dbx", false));
+  EXPECT_EQ(kv_hvacSolid::desc(), cls);
 }
 
 TEST(SolidEntity, DwgRecordRoundTripsAndRefusesNewerVersions) {
