@@ -11,6 +11,7 @@
 
 #include "bodies.h"
 #include "bridge.h"
+#include "database/database.h"
 #include "loads/loads.h"
 
 namespace {
@@ -69,7 +70,7 @@ constexpr LispFunctionSpec kSpecs[kLispFunctionCount] = {
     /* 32 */ {L"kvductforce",                          Guard::Connect,  NotBuilt<32>},
     /* 33 */ {L"kv_hvac-insertDuct-likePlumbing",      Guard::Connect,  NotBuilt<33>},
     /* 34 */ {L"kv_hvac-getDuctCoord",                 Guard::Connect,  NotBuilt<34>},
-    /* 35 */ {L"kv_hvac-getLayer",                     Guard::Connect,  NotBuilt<35>},
+    /* 35 */ {L"kv_hvac-getLayer",                     Guard::Connect,  kv_hvac_getLayer},
     /* 36 */ {L"kv_hvac-options",                      Guard::None,     NotBuilt<36>},
     /* 37 */ {L"kv_hvac-dwgDiff",                      Guard::Lock,     NotBuilt<37>},
     /* 38 */ {L"kv_hvac-loadDetail",                   Guard::Connect,  NotBuilt<38>},

@@ -1,0 +1,29 @@
+#!/bin/sh
+# End to end in kvhost: a layer key resolved into a new project's drawing, and a folder with no
+# database or two candidate databases connecting nothing. Usage: kvhost_layer.sh KVHOST WORKDIR
+set -u
+kvhost=$1
+work=$2
+rm -rf "$work" && mkdir -p "$work/new" "$work/none" "$work/two" || exit 1
+fail() { echo "FAIL $*"; exit 1; }
+
+out=$("$kvhost" --project "$work/new" --open "$work/new/a.dwg" \
+  -e "(kvdb-create \"$work/new/office_kv_hvac.kv\")" \
+  -e '(princ (strcat "[" (kv_hvac-getLayer "ROOM OUTLINES" nil) "]"))' \
+  -e "(kvhost-export-dxf \"$work/new/a.dxf\")") || fail "kvhost: $out"
+echo "$out" | grep -q '\[M-ROOM-OTLN\]' || fail "layer name not printed: $out"
+grep -qx 'M-ROOM-OTLN' "$work/new/a.dxf" || fail "layer M-ROOM-OTLN not in the drawing"
+
+expect_unconnected() {
+  out=$("$kvhost" --open "$1/a.dwg" -e '(princ (list "result" (kv_hvac-getLayer "ROOM OUTLINES" nil)))') \
+    || fail "kvhost: $out"
+  echo "$out" | grep -q 'Error finding the HVAC database\.' || fail "no finding message in $1: $out"
+  echo "$out" | grep -q 'Cannot connect to the HVAC database (Connection Error Code 1)\.' \
+    || fail "no connection message in $1: $out"
+  echo "$out" | grep -q '(result nil)' || fail "a layer came back in $1: $out"
+}
+expect_unconnected "$work/none"
+"$kvhost" -e "(kvdb-create \"$work/two/a_kv_hvac.kv\")" -e "(kvdb-create \"$work/two/b_kv_hvac.kv\")" >/dev/null \
+  || fail "cannot create the two candidates"
+expect_unconnected "$work/two"
+echo "PASS"
