@@ -399,7 +399,7 @@ HWND CreateWindowEx(DWORD exStyle, LPCTSTR className, LPCTSTR title, DWORD style
   sendSizeAndMove(h);
   if (!isLive(h)) return nullptr;
   if (h->style & WS_VISIBLE) {
-    if (!(h->style & WS_CHILD)) state().lastActive = h;
+    if (!(h->style & WS_CHILD) && !(h->exStyle & WS_EX_TOOLWINDOW)) state().lastActive = h;
     invalidateAll(h);
   }
   return h;
@@ -574,7 +574,8 @@ BOOL ShowWindow(HWND h, int cmd) {
   if (show) h->style |= WS_VISIBLE;
   else h->style &= ~WS_VISIBLE;
   if (show) {
-    if (!(h->style & WS_CHILD)) state().lastActive = h;
+    bool activates = cmd != SW_SHOWNA && cmd != SW_SHOWNOACTIVATE && !(h->exStyle & WS_EX_TOOLWINDOW);
+    if (!(h->style & WS_CHILD) && activates) state().lastActive = h;
     invalidateAll(h);
   } else {
     if (h->parent && (h->style & WS_CHILD)) InvalidateRect(h->parent, &h->rect, TRUE);

@@ -50,6 +50,9 @@ TEST_F(UiTest, DropDownListAnswersF4ArrowsAndTypedLetters) {
   CRect dropped;
   combo.GetDroppedControlRect(&dropped);
   EXPECT_EQ(dropped.Height(), 100);
+  combo.ShowDropDown(TRUE);
+  EXPECT_EQ(GetActiveWindow(), owner.m_hWnd) << "the dropped list does not take activation";
+  combo.ShowDropDown(FALSE);
 }
 
 TEST_F(UiTest, EditLimitsAndStylesFilterWhatIsTyped) {
