@@ -149,3 +149,37 @@ TEST_F(ApTest, AnUnreadableFileIsRefused) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST_F(ApTest, HooksFollowADocumentsLifeAndSessionsSwitch) {
+  std::vector<std::string> order;
+  AcApDocManager::Hooks hooks;
+  hooks.created = [&](AcApDocument* d) { order.push_back("created " + nameOf(d)); };
+  hooks.loaded = [&](AcApDocument* d) {
+    order.push_back("loaded " + nameOf(d) + (acDocManager->curDocument() == d ? " current" : ""));
+  };
+  hooks.destroyed = [&](AcApDocument* d) { order.push_back("destroyed " + nameOf(d)); };
+  acDocManager->setHooks(hooks);
+  AcApDocument* a = acDocManager->openDocument(path("a/p.dwg").c_str());
+  AcApDocument* b = acDocManager->openDocument(path("a/q.dwg").c_str());
+  EXPECT_EQ(acdbHostApplicationServices()->workingDatabase(), b->database());
+  acDocManager->closeDocument(b);
+  EXPECT_EQ(acdbHostApplicationServices()->workingDatabase(), a->database()) << "the previous drawing comes back";
+  acDocManager->closeDocument(a);
+  EXPECT_EQ(acdbHostApplicationServices()->workingDatabase(), nullptr);
+  acDocManager->setHooks({});
+  EXPECT_EQ(order, (std::vector<std::string>{"created p.dwg", "loaded p.dwg current", "created q.dwg",
+                                             "loaded q.dwg current", "destroyed q.dwg", "destroyed p.dwg"}));
+  EXPECT_EQ(events.front(), "createStarted p.dwg") << "the created hook runs before any reactor";
+}
+
+TEST_F(ApTest, AFailedSaveAbortsAndKeepsTheName) {
+  AcApDocument* doc = acDocManager->openDocument(path("a/keep.dwg").c_str());
+  events.clear();
+  EXPECT_NE(acDocManager->saveDocumentAs(doc, L"/nonexistent-folder/x.dwg"), Acad::eOk);
+  EXPECT_EQ(std::wstring(doc->fileName()), path("a/keep.dwg"));
+  EXPECT_EQ(events.size(), 1u) << "beginSave, and no saveComplete";
+}
+
+}  // namespace

@@ -194,3 +194,100 @@ TEST_F(EdTest, CommandGroupsAreRegisteredAndRemoved) {
 }
 
 }  // namespace
+
+namespace {
+
+class EventLog : public AcEditorReactor {
+ public:
+  std::vector<std::string> seen;
+  void commandWillStart(const ACHAR* c) override { seen.push_back("start " + acrxToUtf8(c)); }
+  void commandEnded(const ACHAR* c) override { seen.push_back("end " + acrxToUtf8(c)); }
+  void sysVarChanged(const ACHAR* v, Adesk::Boolean ok) override { seen.push_back(acrxToUtf8(v) + (ok ? " ok" : " refused")); }
+};
+
+TEST_F(EdTest, ZoomWindowsCentresAndEditorEvents) {
+  EventLog log;
+  acedEditor->addReactor(&log);
+  ads_point a = {0, 0, 0}, b = {100, 50, 0}, c = {10, 10, 0};
+  AcEdView view = acedCurrentView();
+  view.screenWidth = 200, view.screenHeight = 100;
+  acedSetCurrentView(view);
+  ASSERT_EQ(acedCommandS(RTSTR, L"_.ZOOM", RTSTR, L"_W", RT3DPOINT, a, RT3DPOINT, b, RTNONE), RTNORM);
+  AcEdView w = acedCurrentView();
+  EXPECT_NEAR(w.center.x, 50, 1e-9);
+  EXPECT_NEAR(w.height, 50 * 1.02, 1e-9) << "the window fits the 2:1 screen by its height";
+  ASSERT_EQ(acedCommandS(RTSTR, L"_.ZOOM", RTSTR, L"_C", RT3DPOINT, c, RTREAL, 8.0, RTNONE), RTNORM);
+  EXPECT_NEAR(acedCurrentView().center.y, 10, 1e-9);
+  ASSERT_EQ(acedCommandS(RTSTR, L"_.ZOOM", RTSTR, L"_P", RTNONE), RTNORM);
+  EXPECT_NEAR(acedCurrentView().center.x, 50, 1e-9) << "previous views stack";
+  EXPECT_EQ(acedCommandS(RTSTR, L"_.ZOOM", RTSTR, L"_Q", RTNONE), RTERROR);
+  resbuf v{nullptr, RTSTR, {}};
+  std::wstring missing = L"NOSUCHLAYER";
+  v.resval.rstring = missing.data();
+  EXPECT_EQ(acedSetVar(L"CLAYER", &v), RTERROR);
+  acedEditor->removeReactor(&log);
+  EXPECT_EQ(log.seen.front(), "start ZOOM");
+  EXPECT_EQ(log.seen[1], "end ZOOM");
+  EXPECT_EQ(log.seen.back(), "CLAYER refused");
+}
+
+TEST_F(EdTest, KeywordsStringsAndSetEditing) {
+  auto& q = kvinput::InputQueue::instance();
+  q.loadText("text wid\ntext nonsense\npoint 1,1\ntext Room 101\nenter\nesc\n");
+  acedInitGet(0, L"Width Depth");
+  ads_point p;
+  ASSERT_EQ(acedGetPoint(nullptr, L"\nPoint or [Width/Depth]: ", p), RTKWORD);
+  ACHAR kw[32];
+  ASSERT_EQ(acedGetInput(kw, 32), RTNORM);
+  EXPECT_STREQ(kw, L"Width");
+  EXPECT_EQ(acedGetPoint(nullptr, L"\nPoint: ", p), RTNORM) << "text that is neither is refused and the next event read";
+  EXPECT_EQ(p[0], 1);
+  ACHAR text[64];
+  ASSERT_EQ(acedGetString(1, L"\nName: ", text, 64), RTNORM);
+  EXPECT_STREQ(text, L"Room 101");
+  ASSERT_EQ(acedGetString(1, L"\nName: ", text, 64), RTNORM);
+  EXPECT_STREQ(text, L"");
+  EXPECT_EQ(acedGetString(1, L"\nName: ", text, 64), RTCAN);
+
+  AcDbObjectId a = line(0, 0, 1, 1), b = line(2, 2, 3, 3);
+  ads_name ea, eb, ss;
+  acdbGetAdsName(ea, a);
+  acdbGetAdsName(eb, b);
+  ASSERT_EQ(acedSSAdd(ea, nullptr, ss), RTNORM);
+  ASSERT_EQ(acedSSAdd(eb, ss, ss), RTNORM);
+  ASSERT_EQ(acedSSAdd(eb, ss, ss), RTNORM) << "adding twice keeps one";
+  Adesk::Int32 n = 0;
+  acedSSLength(ss, &n);
+  EXPECT_EQ(n, 2);
+  ASSERT_EQ(acedSSDel(ea, ss), RTNORM);
+  EXPECT_EQ(acedSSDel(ea, ss), RTERROR);
+  acedSSLength(ss, &n);
+  EXPECT_EQ(n, 1);
+  acedSSFree(ss);
+  ads_name bogus = {1, 2};
+  EXPECT_EQ(acedSSLength(bogus, &n), RTERROR);
+}
+
+// A jig with keywords: a typed keyword answers its place in the list.
+class KeywordJig : public AcEdJig {
+ public:
+  AcDbLine* line = new AcDbLine;
+  ~KeywordJig() override { delete line; }
+  DragStatus sampler() override {
+    setKeywordList(L"Undo Close");
+    AcGePoint3d p;
+    return acquirePoint(p);
+  }
+  Adesk::Boolean update() override { return true; }
+  AcDbEntity* entity() const override { return line; }
+};
+
+TEST_F(EdTest, JigKeywordsAndEnterWithoutNullInput) {
+  kvinput::InputQueue::instance().loadText("text c\nenter\ntext u\n");
+  KeywordJig jig;
+  EXPECT_EQ(jig.drag(), AcEdJig::kKW2);
+  EXPECT_EQ(jig.drag(), AcEdJig::kKW1) << "Enter without null input accepted is passed over";
+  EXPECT_EQ(jig.drag(), AcEdJig::kCancel);
+}
+
+}  // namespace
