@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <cwctype>
 #include <cstdio>
 #include <map>
 #include <sstream>
@@ -166,8 +167,46 @@ HWND GetNextDlgTabItem(HWND dialog, HWND control, BOOL previous) {
   return stops[previous ? (i + n - 1) % n : (i + 1) % n];
 }
 
+namespace {
+
+wchar_t mnemonicOf(const std::wstring& text) {
+  for (std::size_t i = 0; i + 1 < text.size(); ++i) {
+    if (text[i] != L'&') continue;
+    if (text[i + 1] != L'&') return static_cast<wchar_t>(std::towlower(static_cast<wint_t>(text[i + 1])));
+    ++i;
+  }
+  return 0;
+}
+
+// Alt and a letter: the control whose text underlines it is pressed, or, for a label, the control
+// after it takes the focus.
+BOOL mnemonic(HWND dialog, wchar_t ch) {
+  wchar_t want = static_cast<wchar_t>(std::towlower(static_cast<wint_t>(ch)));
+  auto& kids = dialog->children;
+  for (std::size_t i = 0; i < kids.size(); ++i) {
+    HWND c = kids[i];
+    if (!(c->style & WS_VISIBLE) || (c->style & WS_DISABLED) || mnemonicOf(c->text) != want) continue;
+    if (c->cls->name == L"Button" && (c->style & BS_TYPEMASK) != BS_GROUPBOX) {
+      SetFocus(c);
+      SendMessage(c, BM_CLICK, 0, 0);
+      return TRUE;
+    }
+    for (std::size_t k = i + 1; k < kids.size(); ++k)
+      if ((kids[k]->style & WS_TABSTOP) && (kids[k]->style & WS_VISIBLE) && !(kids[k]->style & WS_DISABLED)) {
+        focusDialogControl(kids[k]);
+        return TRUE;
+      }
+  }
+  return FALSE;
+}
+
+}  // namespace
+
 BOOL IsDialogMessage(HWND dialog, LPMSG msg) {
-  if (!isLive(dialog) || !msg || msg->message != WM_KEYDOWN) return FALSE;
+  if (!isLive(dialog) || !msg) return FALSE;
+  if (msg->message == WM_SYSCHAR && (msg->hwnd == dialog || IsChild(dialog, msg->hwnd)))
+    return mnemonic(dialog, static_cast<wchar_t>(msg->wParam));
+  if (msg->message != WM_KEYDOWN) return FALSE;
   if (!IsChild(dialog, msg->hwnd) && msg->hwnd != dialog) return FALSE;
   UINT code = static_cast<UINT>(SendMessage(msg->hwnd, WM_GETDLGCODE, msg->wParam, reinterpret_cast<LPARAM>(msg)));
   if (code & DLGC_WANTMESSAGE) return FALSE;

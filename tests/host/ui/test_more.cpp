@@ -52,7 +52,7 @@ TEST_F(UiTest, DialogKeysMoveByTabOrderAndEnterPressesTheDefaultButton) {
   t.cx = 150;
   t.cy = 60;
   t.items = {kvui::EditText(10, 5, 5, 60, 12), kvui::LText(L"x", 11, 70, 5, 20, 8), kvui::EditText(12, 5, 20, 60, 12),
-             kvui::PushButton(L"Apply", 13, 5, 40, 40, 14), kvui::DefPushButton(L"OK", IDOK, 50, 40, 40, 14)};
+             kvui::PushButton(L"&Apply", 13, 5, 40, 40, 14), kvui::DefPushButton(L"OK", IDOK, 50, 40, 40, 14)};
   kvui::RegisterDialogTemplate(t);
   class Keys : public CDialog {
    public:
@@ -65,9 +65,9 @@ TEST_F(UiTest, DialogKeysMoveByTabOrderAndEnterPressesTheDefaultButton) {
       return CDialog::OnCommand(w, l);
     }
   } dlg;
-  queue("type one\nkey TAB\ntype two\nkey shift+TAB\nkey TAB\nkey TAB\nkey SPACE\nkey TAB\nkey TAB\nkey ENTER");
+  queue("type one\nkey TAB\ntype two\nkey shift+TAB\nkey TAB\nkey TAB\nkey SPACE\nkey alt+A\nkey TAB\nkey ENTER");
   EXPECT_EQ(dlg.DoModal(), IDOK);
-  EXPECT_EQ(dlg.pressed, (std::vector<int>{13, IDOK}));
+  EXPECT_EQ(dlg.pressed, (std::vector<int>{13, 13, IDOK})) << "Space, then Alt+A, press Apply";
   EXPECT_EQ(dlg.second, CString(L"two")) << "Tab selects the next edit's text, so typing replaces it";
   CRect r(0, 0, 4, 8);
   HWND frame = CreateWindowEx(0, L"#32770", L"", WS_POPUP, 0, 0, 10, 10, nullptr, nullptr, nullptr, nullptr);
