@@ -90,6 +90,42 @@ TEST(GiPlot, ModelSpaceToSvgAndPng) {
   pin.read(sig, 8);
   EXPECT_EQ(std::string(sig + 1, 3), "PNG");
   EXPECT_EQ(acgiPlotModelSpace(&db, L"/nonexistent-dir/x.png", AcGiPlotFormat::Png), Acad::eFileAccessErr);
+
+  // An entity on a layer that is off is left out; by-layer colour follows the layer.
+  AcDbLayerTable* lt = nullptr;
+  ASSERT_EQ(db.getLayerTable(lt, AcDb::kForWrite), Acad::eOk);
+  auto* hidden = new AcDbLayerTableRecord;
+  hidden->setName(L"HIDDEN");
+  hidden->setIsOff(true);
+  lt->add(hidden);
+  hidden->close();
+  auto* green = new AcDbLayerTableRecord;
+  green->setName(L"GREEN");
+  AcCmColor c;
+  c.setColorIndex(3);
+  green->setColor(c);
+  lt->add(green);
+  green->close();
+  lt->close();
+  ASSERT_EQ(acdbOpenObject(ms, db.modelSpaceId(), AcDb::kForWrite), Acad::eOk);
+  auto* byLayer = new AcDbLine(AcGePoint3d(0, 0, 0), AcGePoint3d(0, 50, 0));
+  ms->appendAcDbEntity(byLayer);
+  byLayer->setLayer(L"GREEN");
+  byLayer->close();
+  AcDbLine* red = nullptr;
+  ms->close();
+  AcDbBlockTableRecord* read = nullptr;
+  ASSERT_EQ(acdbOpenObject(read, db.modelSpaceId(), AcDb::kForRead), Acad::eOk);
+  AcDbObjectId redId = read->entityIds()[0];
+  read->close();
+  ASSERT_EQ(acdbOpenObject(red, redId, AcDb::kForWrite), Acad::eOk);
+  red->setLayer(L"HIDDEN");
+  red->close();
+  ASSERT_EQ(acgiPlotModelSpace(&db, acrxFromUtf8(svg.string()).c_str(), AcGiPlotFormat::Svg, 800), Acad::eOk);
+  std::ifstream again(svg);
+  content.assign((std::istreambuf_iterator<char>(again)), {});
+  EXPECT_EQ(content.find("rgb(100%,0%,0%)"), std::string::npos) << "the red line is on a layer that is off";
+  EXPECT_NE(content.find("rgb(0%,100%,0%)"), std::string::npos) << "by layer: green";
   EXPECT_EQ(acgiPlotModelSpace(nullptr, L"x.png", AcGiPlotFormat::Png), Acad::eInvalidInput);
 }
 
