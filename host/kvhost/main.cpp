@@ -153,18 +153,22 @@ bool startDocument(kvlisp::Environment& env, Module& module) {
 }
 
 // Expressions and scripts in order, each in the document current when it starts; the first
-// uncaught error ends the run with 1.
+// uncaught error ends them with 1 (the console, when asked for, opens all the same).
 int runActions(const Options& o, Documents& docs) {
+  int status = 0;
   for (const Action& a : o.actions) {
     kvlisp::Environment* env = docs.current();
     if (!env) {
       std::fprintf(stderr, "kvhost: no document is open\n");
       return 1;
     }
-    if (!(a.isScript ? env->loadTopLevel(a.text) : env->runTopLevel(a.text))) return 1;
+    if (!(a.isScript ? env->loadTopLevel(a.text) : env->runTopLevel(a.text))) {
+      status = 1;
+      break;
+    }
   }
-  if (o.interactive && docs.current()) repl(*docs.current());
-  return 0;
+  if (o.interactive && docs.current()) repl(*docs.current());  // also after a failure: to look into it
+  return status;
 }
 
 // Paths given relative to where kvhost was started, made absolute before --project moves there.
@@ -214,6 +218,7 @@ int session(const Options& o, Module& module) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  std::setvbuf(stdout, nullptr, _IOLBF, 0);  // a module that crashes still leaves what came before
   Options o = parseArgs(argc, argv);
   if (!o.project.empty()) {
     anchorPaths(o);
