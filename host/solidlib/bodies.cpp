@@ -5,6 +5,7 @@
 
 #include <BRepAdaptor_Curve.hxx>
 #include <BRepBndLib.hxx>
+#include <BRepCheck_Analyzer.hxx>
 #include <BRepBuilderAPI_GTransform.hxx>
 #include <BRepBuilderAPI_MakeEdge.hxx>
 #include <BRepBuilderAPI_MakeWire.hxx>
@@ -218,6 +219,12 @@ int SolidBodies::faceCount() const {
   for (const TopoDS_Shape& b : impl_->bodies)
     for (TopExp_Explorer ex(b, TopAbs_FACE); ex.More(); ex.Next()) ++n;
   return n;
+}
+
+bool SolidBodies::isValid() const {
+  for (const TopoDS_Shape& b : impl_->bodies)
+    if (b.ShapeType() != TopAbs_SOLID || !BRepCheck_Analyzer(b).IsValid() || shapeVolume(b) <= 0.0) return false;
+  return true;
 }
 
 SolidExtents SolidBodies::extents() const {

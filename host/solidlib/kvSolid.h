@@ -132,6 +132,8 @@ class SolidBodies {
   double volume() const;
   double bodyVolume(int index) const;
   int faceCount() const;
+  // Whether every body is a valid closed B-rep solid (the kernel's own check).
+  bool isValid() const;
   SolidExtents extents() const;
   // One SolidBodies per B-rep face (each holding that face as its only shape).
   std::vector<SolidBodies> explodeFaces() const;

@@ -40,6 +40,7 @@ TEST(SolidTransition, RectangleToRoundIsARuledLoft) {
   ASSERT_TRUE(s.addTransition({0, 0, 0}, true, 2 * a, 2 * a, {h, 0, 0}, false, 2 * r, 0, f, f)) << s.lastError();
   const double mixed = 8 * std::sqrt(2.0) * a * r / kPi;
   expectRelNear(s.volume(), h * (4 * a * a + kPi * r * r + mixed) / 3, 1e-6);
+  EXPECT_TRUE(s.isValid());
   expectBox(s, {0, -6, -6}, {30, 6, 6}, 1e-4);
 }
 
@@ -83,6 +84,7 @@ TEST(SolidFlex, TubeFollowsItsPointsAndEndDirections) {
   }
   ASSERT_TRUE(arc.addFlex(quarter, 4, {0, 1, 0}, {-1, 0, 0})) << arc.lastError();
   expectRelNear(arc.volume(), kPi * 16 * (kPi * 50), 1e-2);
+  EXPECT_TRUE(arc.isValid());
   const SolidExtents e = arc.extents();
   EXPECT_NEAR(e.max.x, 104, 0.5);
   EXPECT_NEAR(e.max.y, 104, 0.5);
@@ -101,6 +103,7 @@ TEST(SolidSlice, KeepsTheSideOfTheFourthPoint) {
   ASSERT_TRUE(s.sliceLast({40, 0, 0}, {40, 1, 0}, {40, 0, 1}, {0, 0, 0})) << s.lastError();
   expectRelNear(s.volume(), 96 * 40, 1e-9);
   expectBox(s, {0, -6, -4}, {40, 6, 4});
+  EXPECT_TRUE(s.isValid());
 
   SolidBodies other = straight(0, 100);
   ASSERT_TRUE(other.sliceLast({40, 0, 0}, {40, 1, 0}, {40, 0, 1}, {99, 0, 0}));
@@ -134,6 +137,7 @@ TEST(SolidUnion, OverlappingSolidsBecomeOneBody) {
   EXPECT_EQ(a.bodyCount(), 1);
   expectRelNear(a.volume(), 96 * 150, 1e-9);
   EXPECT_EQ(a.faceCount(), 6);  // coplanar faces merged
+  EXPECT_TRUE(a.isValid());
 
   SolidBodies c = straight(0, 10), far = straight(500, 510);
   EXPECT_FALSE(c.doUnion(far));

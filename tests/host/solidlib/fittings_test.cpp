@@ -26,6 +26,7 @@ TEST(SolidSquareElbow, MitredQuarterTurn) {
   expectPoint(l.points[1], {0, 0, 0});
   ASSERT_TRUE(s.addSquareElbow(start, 12, 8, end, 12, 8, fi, fo, true, l.in, l.out, l.points)) << s.lastError();
   EXPECT_EQ(s.bodyCount(), 1);
+  EXPECT_TRUE(s.isValid());
   expectRelNear(s.volume(), 96 * 18, 1e-9);
   expectBox(s, {-9, -6, -4}, {6, 9, 4});
 }
@@ -71,6 +72,7 @@ TEST(SolidRadiusElbow, BendRadiusFromTheSizeInTheBendPlane) {
   expectPoint(start, {-18, 0, 0}, 1e-9);
   expectPoint(end, {0, 18, 0}, 1e-9);
   expectRelNear(flat.volume(), 96 * 18 * kPi / 2, 1e-6);
+  EXPECT_TRUE(flat.isValid());
   expectBox(flat, {-18, -6, -4}, {6, 18, 4}, 1e-4);
 
   // Turning up, the depth lies in the plane of the bend: R = 1.5 * 8.
@@ -103,6 +105,7 @@ TEST(SolidRadiusElbow, Refusals) {
   EXPECT_FALSE(s.addRadiusElbow(a, 12, 8, 0, 0, skew, 12, 8, alongX(), alongY(), true, 1.5));
   expectPoint(a, {-50, 0, 0});
   EXPECT_EQ(s.bodyCount(), 1);
+  EXPECT_TRUE(s.isValid());
 }
 
 TEST(SolidCableTray, ChannelSweptRoundTheBend) {
@@ -112,6 +115,7 @@ TEST(SolidCableTray, ChannelSweptRoundTheBend) {
   const double t = 0.3, area = 24 * 6 - (24 - 2 * t) * (6 - t);
   expectRelNear(s.volume(), area * 48 * kPi / 2, 1e-6);
   expectPoint(start, {-48, 0, 0}, 1e-9);
+  EXPECT_TRUE(s.isValid());
 }
 
 namespace {
@@ -144,6 +148,7 @@ TEST(SolidWye, TwoLegsAtFortyFiveDegrees) {
                        a.s[2], a.g[0], a.g[1], a.g[2]))
       << s.lastError();
   EXPECT_EQ(s.bodyCount(), 1);
+  EXPECT_TRUE(s.isValid());
   expectBox(s, {-back, -15 * c, -4}, {15 * c, 15 * c, 4}, 1e-6);
   // Each leg alone is a mitred bend of centre-line length back + 9. Together they share the
   // inlet and more, and past the crotch the second leg adds at least its last 3.
@@ -165,6 +170,7 @@ TEST(SolidWye, RoundLegsJoinInOneBody) {
                        a.s[2], a.g[0], a.g[1], a.g[2]))
       << s.lastError();
   EXPECT_EQ(s.bodyCount(), 1);
+  EXPECT_TRUE(s.isValid());
   const SolidExtents e = s.extents();
   EXPECT_NEAR(e.min.x, start.x, 1e-6);
   EXPECT_NEAR(e.min.y, endC.y, 1e-6);  // the square leg ends flat at its end point
@@ -213,6 +219,7 @@ TEST(SolidDiffuser, RectangularFaceWithPlenumAndNeck) {
       << d.lastError();
   expectRelNear(d.volume() - bare, 8.0 / 6 * (100 + 4 * 11 * 9 + 96), 1e-6);
   expectPoint(conn, {0, 0, 18.9}, 1e-9);
+  EXPECT_TRUE(d.isValid());
 
   // Upside down, everything hangs below the position.
   SolidBodies low;
@@ -228,6 +235,7 @@ TEST(SolidDiffuser, RoundSlotAndSidewallShapes) {
                                 kUp, kUp))
       << round.lastError();
   expectRelNear(round.volume(), kPi * (100 * 1.0 + 64 * 6.0 + 16 * 2.0), 1e-6);
+  EXPECT_TRUE(round.isValid());
 
   SolidBodies rect, slot;
   ASSERT_TRUE(rect.addDiffuser({0, 0, 0}, conn, DiffuserType::Rectangular, 8, 48, true, 6, 6, 0, false, 0, 0, false,
@@ -236,6 +244,7 @@ TEST(SolidDiffuser, RoundSlotAndSidewallShapes) {
                                kUp, kUp))
       << slot.lastError();
   expectRelNear(rect.volume() - slot.volume(), 2 * (8 * 0.12) * (48 * 0.8) * 0.2, 1e-6);
+  EXPECT_TRUE(slot.isValid());
 
   SolidBodies wall;
   ASSERT_TRUE(wall.addDiffuser({0, 0, 0}, conn, DiffuserType::Sidewall, 20, 10, true, 6, 4, 0, false, 0, 0, false,
@@ -257,6 +266,7 @@ TEST(SolidDiffuser, SideConnectionStopsTheDuctOnItsOwnLine) {
   EXPECT_NEAR(conn.z, 9, 1e-9);
   EXPECT_LT(conn.x, 100 - 9.6 - 5);  // beyond the plenum's half and the transition
   EXPECT_EQ(s.bodyCount(), 1);
+  EXPECT_TRUE(s.isValid());
 }
 
 TEST(SolidDiffuser, SidewallGrilleAndRefusals) {
@@ -271,4 +281,5 @@ TEST(SolidDiffuser, SidewallGrilleAndRefusals) {
                              false, true, kUp, kUp));
   EXPECT_FALSE(s.addSidewallDiffuser({0, 0, 0}, 20, 10, nullptr));
   EXPECT_EQ(s.bodyCount(), 1);
+  EXPECT_TRUE(s.isValid());
 }
