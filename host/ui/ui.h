@@ -7,6 +7,11 @@
 // kvinput::InputQueue: modal loops (CDialog::DoModal, MessageBox, CFileDialog, CPrintDialog)
 // take events from it; with the queue empty a dialog ends with IDCANCEL and a message box gives
 // its cancel-like answer. Timers fire from the queue's clock ("wait MS"), never from wall time.
+// Invalid windows are painted when a dialog first shows, at UpdateWindow and
+// RedrawWindow(RDW_UPDATENOW), at each "wait", at kvui::PumpMessages and before a picture is
+// taken, not after every event. A point target of the queue ("click 20,30") is in the client
+// coordinates of the active window: the innermost running dialog, else the last top-level window
+// shown with activation.
 //
 // Message handling follows the class library without message maps: a CWnd subclass overrides
 // the virtual On... handlers, OnCommand, OnNotify and OnChildNotify (reflection); every base
