@@ -1,5 +1,8 @@
 // The class library's values, the dialog manager's keys, dragging in a tree with its drag image,
 // and the LISP function that writes a window's picture.
+#include <cairo.h>
+
+#include <cstdint>
 #include <filesystem>
 
 #include "lisp.h"
@@ -151,4 +154,85 @@ TEST_F(UiTest, TheLispFunctionWritesTheNamedWindowsPicture) {
   EXPECT_EQ(v.asString(), path);
   EXPECT_TRUE(std::filesystem::exists(path));
   EXPECT_THROW(env.evalString("(kvhost-window-png \"Nobody\" \"x.png\")"), kvlisp::Error);
+}
+
+namespace {
+
+// One pixel of a PNG file, read back with Cairo.
+COLORREF pngPixel(const std::string& path, int x, int y) {
+  cairo_surface_t* s = cairo_image_surface_create_from_png(path.c_str());
+  COLORREF c = static_cast<COLORREF>(-1);
+  if (cairo_surface_status(s) == CAIRO_STATUS_SUCCESS && x < cairo_image_surface_get_width(s) && y < cairo_image_surface_get_height(s)) {
+    cairo_surface_flush(s);
+    auto p = reinterpret_cast<std::uint32_t*>(cairo_image_surface_get_data(s) + y * cairo_image_surface_get_stride(s))[x];
+    c = RGB((p >> 16) & 0xFF, (p >> 8) & 0xFF, p & 0xFF);
+  }
+  cairo_surface_destroy(s);
+  return c;
+}
+
+}  // namespace
+
+TEST_F(UiTest, PicturesShowOpenDropDownListsAndTheDragImage) {
+  CWnd owner;
+  ASSERT_TRUE(owner.CreateEx(0, L"KvHostFrame", L"Shown", WS_POPUP | WS_VISIBLE, CRect(50, 50, 250, 200), nullptr, 0));
+  CComboBox combo;
+  ASSERT_TRUE(combo.Create(WS_CHILD | WS_VISIBLE | CBS_DROPDOWNLIST, CRect(10, 10, 150, 110), &owner, 3));
+  for (LPCTSTR s : {L"Supply", L"Return", L"Exhaust"}) combo.AddString(s);
+  CRect field;
+  combo.GetWindowRect(&field);
+  owner.ScreenToClient(&field);
+  std::string path = tempDir + "/shown.png";
+  kvui::RenderWindowToPng(owner.m_hWnd, path);
+  EXPECT_EQ(pngPixel(path, 140, field.bottom + 5), GetSysColor(COLOR_3DFACE));
+  combo.ShowDropDown(TRUE);
+  kvui::RenderWindowToPng(owner.m_hWnd, path);
+  EXPECT_EQ(pngPixel(path, 140, field.bottom + 5), RGB(255, 255, 255)) << "the open list lies over the window";
+  combo.ShowDropDown(FALSE);
+  CImageList image;
+  image.Create(10, 10, ILC_COLOR32, 1, 1);
+  CDC mem;
+  mem.CreateCompatibleDC(nullptr);
+  CBitmap red;
+  red.CreateCompatibleBitmap(&mem, 10, 10);
+  CBitmap* old = mem.SelectObject(&red);
+  mem.FillSolidRect(0, 0, 10, 10, RGB(255, 0, 0));
+  mem.SelectObject(old);
+  image.Add(&red, static_cast<CBitmap*>(nullptr));
+  image.BeginDrag(0, CPoint(0, 0));
+  CImageList::DragEnter(nullptr, CPoint(50 + 100, 50 + 120));
+  kvui::RenderWindowToPng(owner.m_hWnd, path);
+  COLORREF dragged = pngPixel(path, 105, 125);
+  EXPECT_GT(GetRValue(dragged), GetGValue(dragged) + 100) << "the drag image shows, half transparent";
+  CImageList::EndDrag();
+  kvui::RenderWindowToPng(owner.m_hWnd, path);
+  EXPECT_EQ(pngPixel(path, 105, 125), GetSysColor(COLOR_3DFACE));
+}
+
+TEST_F(UiTest, TreeButtonsAndDoubleClicksExpandAndTheWheelScrolls) {
+  CWnd owner;
+  ASSERT_TRUE(owner.CreateEx(0, L"KvHostFrame", L"Wheel", WS_POPUP | WS_VISIBLE, CRect(0, 0, 200, 120), nullptr, 0));
+  CTreeCtrl tree;
+  ASSERT_TRUE(tree.Create(WS_CHILD | WS_VISIBLE | TVS_HASBUTTONS | TVS_LINESATROOT, CRect(0, 0, 150, 60), &owner, 8));
+  HTREEITEM top = tree.InsertItem(L"Systems");
+  for (int i = 0; i < 20; ++i) tree.InsertItem(L"Duct", top);
+  HTREEITEM other = tree.InsertItem(L"Other");
+  tree.InsertItem(L"Leaf", other);
+  CRect label;
+  tree.GetItemRect(top, &label, TRUE);
+  queue("click #8@" + std::to_string(label.left - 10) + "," + std::to_string(label.top + 4));
+  kvui::DeliverQueuedInput();
+  EXPECT_TRUE(tree.GetItemState(top, TVIS_EXPANDED)) << "a press on the button opens the item";
+  EXPECT_EQ(tree.GetSelectedItem(), nullptr) << "and selects nothing";
+  queue("wheel -1 #8");
+  kvui::DeliverQueuedInput();
+  EXPECT_NE(tree.GetFirstVisibleItem(), top) << "three lines down";
+  tree.Expand(top, TVE_COLLAPSE);
+  tree.SelectSetFirstVisible(top);
+  CRect otherLabel;
+  ASSERT_TRUE(tree.GetItemRect(other, &otherLabel, TRUE));
+  queue("dblclick #8@" + std::to_string(otherLabel.left + 5) + "," + std::to_string(otherLabel.top + 4));
+  kvui::DeliverQueuedInput();
+  EXPECT_TRUE(tree.GetItemState(other, TVIS_EXPANDED));
+  EXPECT_EQ(tree.GetSelectedItem(), other);
 }
