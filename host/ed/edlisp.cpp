@@ -366,23 +366,28 @@ Value setvar(Environment&, Args args) {
   return v;
 }
 
-// (command "_.ZOOM" "_E" ...): strings, numbers and points, run by acedCommandS.
+// (command name [option] [point point | point height]): the forms ZOOM takes ("_E", "_P", "_V",
+// "_W" with two corners, "_C" with a centre and a height), run by acedCommandS.
 Value command(Environment&, Args args) {
   if (args.empty()) return Value();
-  std::vector<std::wstring> strings;
-  std::vector<std::array<double, 3>> pts;
-  strings.reserve(args.size());
-  pts.reserve(args.size());
   std::wstring name = wide(kvlisp::argString(args, 0));
-  std::wstring opt = args.size() > 1 && args[1].isString() ? wide(args[1].asString()) : L"";
-  if (args.size() > 2) {
-    for (std::size_t i = 2; i < args.size(); ++i) pts.push_back(args[i].isCons() ? kvlisp::argPoint(args, i) : std::array<double, 3>{args[i].asNumber(), 0, 0});
-    int rc = pts.size() >= 2 && args[3].isCons()
-                 ? acedCommandS(RTSTR, name.c_str(), RTSTR, opt.c_str(), RT3DPOINT, pts[0].data(), RT3DPOINT, pts[1].data(), RTNONE)
-                 : acedCommandS(RTSTR, name.c_str(), RTSTR, opt.c_str(), RT3DPOINT, pts[0].data(), RTREAL, pts.size() > 1 ? pts[1][0] : 0.0, RTNONE);
-    return rc == RTNORM ? Value() : throw kvlisp::Error("command failed: " + kvlisp::argString(args, 0));
+  std::wstring opt = args.size() > 1 ? wide(kvlisp::argString(args, 1)) : L"";
+  int rc = RTERROR;
+  if (args.size() == 1) {
+    rc = acedCommandS(RTSTR, name.c_str(), RTNONE);
+  } else if (args.size() == 2) {
+    rc = acedCommandS(RTSTR, name.c_str(), RTSTR, opt.c_str(), RTNONE);
+  } else if (args.size() == 4) {
+    std::array<double, 3> first = kvlisp::argPoint(args, 2);
+    if (args[3].isCons()) {
+      std::array<double, 3> second = kvlisp::argPoint(args, 3);
+      rc = acedCommandS(RTSTR, name.c_str(), RTSTR, opt.c_str(), RT3DPOINT, first.data(), RT3DPOINT, second.data(), RTNONE);
+    } else {
+      rc = acedCommandS(RTSTR, name.c_str(), RTSTR, opt.c_str(), RT3DPOINT, first.data(), RTREAL, kvlisp::argNumber(args, 3), RTNONE);
+    }
+  } else {
+    throw kvlisp::Error("command: this form is not supported by kvhost");
   }
-  int rc = opt.empty() ? acedCommandS(RTSTR, name.c_str(), RTNONE) : acedCommandS(RTSTR, name.c_str(), RTSTR, opt.c_str(), RTNONE);
   if (rc != RTNORM) throw kvlisp::Error("command failed: " + kvlisp::argString(args, 0));
   return Value();
 }

@@ -34,6 +34,8 @@
 (drawing-check "three entities" (= 3 (sslength (ssget "X"))))
 (drawing-check "filter by type" (= 1 (sslength (ssget "X" '((0 . "LWPOLYLINE"))))))
 (drawing-check "filter by layer" (= 1 (sslength (ssget "X" '((8 . "DUCT"))))))
+(command "_.ZOOM" "_W" '(-10.0 -10.0) '(110.0 60.0))
+(drawing-check "zoom centre" (equal (getvar "VIEWCTR") '(50.0 25.0 0.0) 1e-9))
 (command "_.ZOOM" "_E")
 (drawing-check "crossing window" (= 1 (sslength (ssget "C" '(95.0 45.0) '(99.0 52.0)))))
 (drawing-check "dimscale" (= 1.0 (getvar "DIMSCALE")))
