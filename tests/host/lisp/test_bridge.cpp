@@ -1,5 +1,6 @@
 // The bridge from the LISP side: the conversion table in both directions, calls of functions
 // defined with acedDefun, and acedInvoke.
+#include <random>
 #include <stdexcept>
 #include <vector>
 
@@ -89,6 +90,32 @@ TEST(Conversion, MalformedCellsAreErrors) {
   bad(acutBuildList(RTDOTE, 0));
   resbuf* odd = acutNewRb(4999);
   bad(odd);
+}
+
+// Random chains of cells, as a faulty module might build them: a value or an Error, and what
+// converts converts back, never a crash.
+TEST(Conversion, FuzzedCellChainsNeverCrash) {
+  std::mt19937 rng(7);
+  const short kinds[] = {RTLB, RTLE, RTDOTE, RTSHORT, RTSTR, RTPOINT, RTNIL, RTT, RTLB, RTLE};
+  ads_point p{1, 2, 3};
+  for (int round = 0; round < 3000; ++round) {
+    resbuf* head = nullptr;
+    resbuf** link = &head;
+    for (int n = static_cast<int>(rng() % 12); n > 0; --n) {
+      short k = kinds[rng() % (sizeof kinds / sizeof kinds[0])];
+      *link = k == RTSTR ? acutBuildList(RTSTR, L"s", 0) : k == RTPOINT ? acutBuildList(RTPOINT, p, 0) : acutNewRb(k);
+      link = &(*link)->rbnext;
+    }
+    try {
+      std::vector<Value> values = kvlisp::fromCells(head);
+      resbuf* back = kvlisp::toCells(values);
+      acutRelRb(back);
+    } catch (const kvlisp::Error&) {
+    }
+    kvads::CallFrame frame(nullptr);
+    acedRetList(head);
+    acutRelRb(head);
+  }
 }
 
 // Entries as a module registers them.
