@@ -1,6 +1,7 @@
 // The host's drawing functions for LISP: documents (new, open, activate, save, save as,
 // automatic save, close), export and plot, entities (entget, entnext, entlast, entdel, entmake),
 // selection sets, system variables, commands and point prompts.
+#include <cctype>
 #include <filesystem>
 
 #include "edimpl.h"
@@ -150,14 +151,117 @@ Value pairOf(const resbuf* rb) {
   }
 }
 
+// The extended data of the applications named, as (-3 ("APP" (1000 . "x") ...) ...).
+Value xdataGroup(const ads_name n, const Value& apps) {
+  AcDbObjectId id;
+  AcDbObject* obj = nullptr;
+  if (acdbGetObjectId(id, n) != Acad::eOk || acdbOpenObject(obj, id, AcDb::kForRead, true) != Acad::eOk) return Value();
+  std::vector<Value> perApp;
+  for (Value it = apps; it.isCons(); it = it.cdr()) {
+    if (!it.car().isString()) continue;
+    resbuf* x = obj->xData(wide(it.car().asString()).c_str());
+    if (x == nullptr) continue;
+    std::vector<Value> cells{Value::string(kvads::toUtf8(x->resval.rstring))};
+    for (const resbuf* rb = x->rbnext; rb != nullptr; rb = rb->rbnext) cells.push_back(pairOf(rb));
+    acutRelRb(x);
+    perApp.push_back(Value::list(cells));
+  }
+  obj->close();
+  return perApp.empty() ? Value() : Value::cons(Value::integer(-3), Value::list(perApp));
+}
+
 Value entget(Environment&, Args args) {
   ads_name n;
   toName(kvlisp::argEname(args, 0), n);
   resbuf* chain = acdbEntGet(n);
+  if (chain == nullptr) return Value();
   std::vector<Value> items;
   for (const resbuf* rb = chain; rb != nullptr; rb = rb->rbnext) items.push_back(pairOf(rb));
   acutRelRb(chain);
-  return chain ? Value::list(items) : Value();
+  if (args.size() > 1) {
+    Value x = xdataGroup(n, kvlisp::argList(args, 1));
+    if (!x.isNil()) items.push_back(x);
+  }
+  return Value::list(items);
+}
+
+// (handent "1F"): the entity of a handle in the current drawing.
+Value handent(Environment&, Args args) {
+  AcDbObjectId id;
+  ads_name n;
+  AcDbHandle h(wide(kvlisp::argString(args, 0)).c_str());
+  if (h.isNull() || current()->database()->getAcDbObjectId(id, false, h) != Acad::eOk || !id.isValid()) return Value();
+  return acdbGetAdsName(n, id) == Acad::eOk ? nameValue(n) : Value();
+}
+
+// A symbol table record's name, or the fallback when it cannot be read now.
+std::wstring recordName(AcDbObjectId id, const wchar_t* fallback) {
+  AcDbSymbolTableRecord* rec = nullptr;
+  if (acdbOpenObject(rec, id, AcDb::kForRead) != Acad::eOk) return fallback;
+  std::wstring name = rec->getName();
+  rec->close();
+  return name;
+}
+
+// (tblsearch "LAYER" name): the record's definition list, nil when the table has no such name.
+Value tblsearch(Environment&, Args args) {
+  std::string table = kvlisp::argString(args, 0);
+  for (auto& c : table) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+  std::wstring name = wide(kvlisp::argString(args, 1));
+  AcDbDatabase* db = current()->database();
+  AcDbObjectId tableId = table == "LAYER" ? db->layerTableId() : table == "STYLE" ? db->textStyleTableId()
+                         : table == "LTYPE" ? db->linetypeTableId() : table == "BLOCK" ? db->blockTableId()
+                         : table == "APPID" ? db->regAppTableId() : AcDbObjectId();
+  AcDbSymbolTable* t = nullptr;
+  if (tableId.isNull() || acdbOpenObject(t, tableId, AcDb::kForRead) != Acad::eOk) return Value();
+  AcDbObjectId id = t->getIdAt(name.c_str());
+  t->close();
+  AcDbSymbolTableRecord* rec = nullptr;
+  if (id.isNull() || acdbOpenObject(rec, id, AcDb::kForRead) != Acad::eOk) return Value();
+  std::vector<Value> items{Value::cons(Value::integer(0), Value::string(table)),
+                           Value::cons(Value::integer(2), text(rec->getName()))};
+  if (auto* layer = AcDbLayerTableRecord::cast(rec)) {
+    int flags = (layer->isFrozen() ? 1 : 0) | (layer->isLocked() ? 4 : 0);
+    int color = layer->color().colorIndex();
+    items.push_back(Value::cons(Value::integer(70), Value::integer(flags)));
+    items.push_back(Value::cons(Value::integer(62), Value::integer(layer->isOff() ? -color : color)));
+    items.push_back(Value::cons(Value::integer(6), text(recordName(layer->linetypeObjectId(), L"Continuous"))));
+  } else if (auto* style = AcDbTextStyleTableRecord::cast(rec)) {
+    const ACHAR* font = L"";
+    style->fileName(font);
+    items.push_back(Value::cons(Value::integer(40), Value::real(style->textSize())));
+    items.push_back(Value::cons(Value::integer(3), text(font)));
+  }
+  rec->close();
+  return Value::list(items);
+}
+
+// (regapp "APP"): registers an application for extended data; nil when it was registered.
+Value regapp(Environment&, Args args) {
+  std::wstring name = wide(kvlisp::argString(args, 0));
+  AcDbRegAppTable* t = nullptr;
+  if (current()->database()->getRegAppTable(t, AcDb::kForWrite) != Acad::eOk) return Value();
+  bool made = false;
+  if (!t->has(name.c_str())) {
+    auto* rec = new AcDbRegAppTableRecord;
+    made = rec->setName(name.c_str()) == Acad::eOk && t->add(rec) == Acad::eOk;
+    if (made) rec->close();
+    else delete rec;
+  }
+  t->close();
+  return made ? Value::string(kvlisp::argString(args, 0)) : Value();
+}
+
+// (trans pt from to [disp]): between the world (0) and the current user system (1).
+Value trans(Environment&, Args args) {
+  auto p = kvlisp::argPoint(args, 0);
+  resbuf from{nullptr, RTSHORT, {}}, to{nullptr, RTSHORT, {}};
+  from.resval.rint = static_cast<short>(kvlisp::argInt(args, 1));
+  to.resval.rint = static_cast<short>(kvlisp::argInt(args, 2));
+  ads_point in = {p[0], p[1], p[2]}, out;
+  int disp = args.size() > 3 && !args[3].isNil() ? 1 : 0;
+  if (acedTrans(in, &from, &to, disp, out) != RTNORM) throw kvlisp::Error("trans: bad coordinate system");
+  return Value::point(out[0], out[1], out[2]);
 }
 
 Value entnext(Environment&, Args args) {
@@ -417,6 +521,10 @@ const kvlisp::NativeDef kFunctions[] = {
     {"kvhost-plot", "(kvhost-plot path [width])", "Plots model space to an SVG or PNG file (by extension).", plot},
     {"kvhost-layer", "(kvhost-layer name [colour])", "Makes a layer when it is missing; its name.", makeLayer},
     {"entget", "(entget ename [applist])", "The entity's definition list.", entget},
+    {"handent", "(handent handle)", "The entity of a handle (hexadecimal text).", handent},
+    {"tblsearch", "(tblsearch table name [next])", "A LAYER, STYLE, LTYPE, BLOCK or APPID record's list.", tblsearch},
+    {"regapp", "(regapp name)", "Registers an application for extended data.", regapp},
+    {"trans", "(trans pt from to [disp])", "A point between the world (0) and user (1) systems.", trans},
     {"entnext", "(entnext [ename])", "The entity after this one in model space (the first without one).", entnext},
     {"entlast", "(entlast)", "The last entity of model space.", entlast},
     {"entdel", "(entdel ename)", "Erases the entity, or restores an erased one.", entdel},

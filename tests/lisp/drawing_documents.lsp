@@ -39,6 +39,12 @@
 (command "_.ZOOM" "_E")
 (drawing-check "crossing window" (= 1 (sslength (ssget "C" '(95.0 45.0) '(99.0 52.0)))))
 (drawing-check "dimscale" (= 1.0 (getvar "DIMSCALE")))
+(drawing-check "regapp" (= "KELVANE" (regapp "KELVANE")))
+(drawing-check "regapp twice" (null (regapp "KELVANE")))
+(drawing-check "tblsearch" (= 3 (cdr (assoc 62 (tblsearch "layer" "duct")))))
+(drawing-check "tblsearch misses" (null (tblsearch "LAYER" "NOPE")))
+(drawing-check "handent" (equal (handent (cdr (assoc 5 (entget line)))) line))
+(drawing-check "trans" (equal (trans '(1.0 2.0 3.0) 0 1) '(1.0 2.0 3.0) 1e-12))
 (setvar "DIMSCALE" 48.0)
 (drawing-check "setvar" (= 48.0 (getvar "dimscale")))
 
