@@ -3,7 +3,6 @@
 #include <dirent.h>
 #include <readline/history.h>
 #include <readline/readline.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
