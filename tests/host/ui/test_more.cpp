@@ -236,3 +236,19 @@ TEST_F(UiTest, TreeButtonsAndDoubleClicksExpandAndTheWheelScrolls) {
   EXPECT_TRUE(tree.GetItemState(other, TVIS_EXPANDED));
   EXPECT_EQ(tree.GetSelectedItem(), other);
 }
+
+TEST_F(UiTest, DialogIconsComeByResourceIdAndShowInTheCaption) {
+  auto icon = static_cast<HICON>(LoadImage(AfxGetResourceHandle(), MAKEINTRESOURCE(109), IMAGE_ICON, 16, 16, 0));
+  ASSERT_NE(icon, nullptr);
+  EXPECT_EQ(LoadImage(nullptr, MAKEINTRESOURCE(109), IMAGE_ICON, 16, 16, 0), icon) << "one shared icon per id and size";
+  EXPECT_NE(LoadImage(nullptr, MAKEINTRESOURCE(110), IMAGE_ICON, 16, 16, 0), icon);
+  CWnd dlg;
+  ASSERT_TRUE(dlg.CreateEx(0, L"KvHostFrame", L"Load Detail", WS_POPUP | WS_CAPTION | WS_VISIBLE, CRect(0, 0, 200, 80), nullptr, 0));
+  std::string path = tempDir + "/caption.png";
+  kvui::RenderWindowToPng(dlg.m_hWnd, path);
+  COLORREF before = pngPixel(path, 4 + 8, 2 + 9);
+  dlg.SetIcon(icon, FALSE);
+  EXPECT_EQ(dlg.GetIcon(FALSE), icon);
+  kvui::RenderWindowToPng(dlg.m_hWnd, path);
+  EXPECT_NE(pngPixel(path, 4 + 8, 2 + 9), before) << "the small icon sits at the caption's left";
+}
