@@ -1,6 +1,8 @@
 // SolidBodies: straight pieces, transitions and flexible tubes, cutting, fusing, transforming,
 // measuring, exploding, tessellating and the text form of the bodies.
 #include <cmath>
+#include <cstdint>
+#include <iostream>
 #include <sstream>
 
 #include <BRepAdaptor_Curve.hxx>
@@ -304,33 +306,78 @@ SolidMesh SolidBodies::mesh(double relativeDeflection) const {
   return out;
 }
 
-// Text form: a header line "KVSOLID <version> <bodies>", then the bodies as one B-rep compound.
+// Text form: a header line "KVSOLID <version> <bodies> <length> <checksum>", then the bodies as
+// one B-rep compound of `length` bytes whose FNV-1a 64-bit hash is `checksum` (hexadecimal). The
+// kernel's reader trusts its input (a damaged count can make it loop for ages), so damaged text
+// is refused by its length and checksum before the kernel sees it.
 static constexpr int kTextVersion = 1;
 
+namespace {
+
+std::uint64_t fnv1a(const char* data, std::size_t n) {
+  std::uint64_t h = 1469598103934665603ull;
+  for (std::size_t i = 0; i < n; ++i) h = (h ^ static_cast<unsigned char>(data[i])) * 1099511628211ull;
+  return h;
+}
+
+// Keeps the kernel's reader from printing its complaints on the console.
+class QuietStreams {
+ public:
+  QuietStreams() : out_(std::cout.rdbuf(&sink_)), err_(std::cerr.rdbuf(&sink_)) {}
+  ~QuietStreams() {
+    std::cout.rdbuf(out_);
+    std::cerr.rdbuf(err_);
+  }
+  QuietStreams(const QuietStreams&) = delete;
+  QuietStreams& operator=(const QuietStreams&) = delete;
+
+ private:
+  std::stringbuf sink_;
+  std::streambuf* out_;
+  std::streambuf* err_;
+};
+
+}  // namespace
+
 std::string SolidBodies::toText() const {
+  std::ostringstream brep;
+  if (!impl_->bodies.empty()) {
+    BRep_Builder builder;
+    TopoDS_Compound all;
+    builder.MakeCompound(all);
+    for (const TopoDS_Shape& b : impl_->bodies) builder.Add(all, b);
+    BRepTools::Write(all, brep, Standard_False, Standard_False, TopTools_FormatVersion_CURRENT);
+  }
+  const std::string body = brep.str();
   std::ostringstream out;
-  out << "KVSOLID " << kTextVersion << ' ' << impl_->bodies.size() << '\n';
-  if (impl_->bodies.empty()) return out.str();
-  BRep_Builder builder;
-  TopoDS_Compound all;
-  builder.MakeCompound(all);
-  for (const TopoDS_Shape& b : impl_->bodies) builder.Add(all, b);
-  BRepTools::Write(all, out, Standard_False, Standard_False, TopTools_FormatVersion_CURRENT);
+  out << "KVSOLID " << kTextVersion << ' ' << impl_->bodies.size() << ' ' << body.size() << ' ' << std::hex
+      << fnv1a(body.data(), body.size()) << '\n'
+      << body;
   return out.str();
 }
 
 bool SolidBodies::fromText(const std::string& text) {
   std::vector<TopoDS_Shape> read;
   const bool ok = guarded(*impl_, "fromText", [&] {
-    std::istringstream in(text);
+    const std::size_t eol = text.find('\n');
+    std::istringstream header(text.substr(0, eol));
     std::string magic;
     int version = 0;
-    std::size_t count = 0;
-    if (!(in >> magic >> version >> count) || magic != "KVSOLID") throw Refusal("not the text of a solid");
+    std::size_t count = 0, length = 0;
+    std::uint64_t checksum = 0;
+    if (!(header >> magic >> version) || magic != "KVSOLID") throw Refusal("not the text of a solid");
     if (version > kTextVersion) throw Refusal("the solid was written by a newer version (" + std::to_string(version) + ")");
+    if (!(header >> count >> length >> std::hex >> checksum) || eol == std::string::npos)
+      throw Refusal("the solid's header is damaged");
+    if (text.size() - eol - 1 != length || fnv1a(text.data() + eol + 1, length) != checksum)
+      throw Refusal("the B-rep data is damaged (length or checksum)");
     if (count == 0) return;
+    std::istringstream in(text.substr(eol + 1));
     TopoDS_Shape all;
-    BRepTools::Read(all, in, BRep_Builder());
+    {
+      const QuietStreams quiet;
+      BRepTools::Read(all, in, BRep_Builder());
+    }
     if (all.IsNull()) throw Refusal("the B-rep data is damaged");
     for (TopoDS_Iterator it(all); it.More(); it.Next()) read.push_back(it.Value());
     if (read.size() != count) throw Refusal("the B-rep data holds " + std::to_string(read.size()) + " bodies, not " + std::to_string(count));

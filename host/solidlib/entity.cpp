@@ -63,16 +63,18 @@ Acad::ErrorStatus writeBodiesDxf(AcDbDxfFiler* filer, const ACHAR* subclass, con
   filer->writeInt16(AcDb::kDxfInt16, static_cast<Adesk::Int16>(kRecordVersion));
   filer->writeInt32(AcDb::kDxfInt32, bodies.bodyCount());
   const std::string text = bodies.toText();
-  std::size_t start = 0;
-  while (start < text.size()) {
-    std::size_t end = text.find('\n', start);
-    if (end == std::string::npos) end = text.size();
+  // Every line, the empty one after a final line break included, so that joining the lines
+  // with line breaks gives the text back exactly (its checksum depends on it).
+  for (std::size_t start = 0;;) {
+    const std::size_t found = text.find('\n', start);
+    const std::size_t end = found == std::string::npos ? text.size() : found;
     for (std::size_t at = start; at == start || at < end; at += kDxfPiece) {
       const std::string piece = text.substr(at, std::min(kDxfPiece, end - at));
       const std::wstring wide(piece.begin(), piece.end());
       filer->writeString(at == start ? AcDb::kDxfText : AcDb::kDxfAttributePrompt, wide.c_str());
     }
-    start = end + 1;
+    if (found == std::string::npos) break;
+    start = found + 1;
   }
   return filer->filerStatus();
 }
@@ -89,7 +91,6 @@ Acad::ErrorStatus readBodiesDxf(AcDbDxfFiler* filer, const ACHAR* subclass, Soli
     first = false;
     for (const ACHAR* c = rb.resval.rstring; c != nullptr && *c != 0; ++c) text += static_cast<char>(*c);
   }
-  text += '\n';
   return bodies.fromText(text) ? Acad::eOk : Acad::eInvalidInput;
 }
 

@@ -1,6 +1,7 @@
 // SolidBodies: straight pieces, transitions, flex, slicing, union, explode, text and exchange.
 #include <cstdio>
 #include <filesystem>
+#include <random>
 
 #include "solid_test_util.h"
 
@@ -200,10 +201,22 @@ TEST(SolidText, RoundTripAndDamage) {
   expectPoint(b.min, a.min, 1e-9);
   expectPoint(b.max, a.max, 1e-9);
 
-  EXPECT_FALSE(back.fromText("KVSOLID 2 1\n"));
+  EXPECT_FALSE(back.fromText("KVSOLID 2 1 0 0\n"));
   EXPECT_NE(back.lastError().find("newer version"), std::string::npos);
   EXPECT_FALSE(back.fromText("garbage"));
   EXPECT_FALSE(back.fromText(text.substr(0, text.size() / 2)));
+  // Damage anywhere in the B-rep is refused before the kernel reads it (a damaged count could
+  // make the kernel's reader run for ages): a digit changed, characters cut out, digits inserted.
+  const std::size_t body = text.find('\n') + 1;
+  std::mt19937 rng(7);
+  for (int i = 0; i < 60; ++i) {
+    std::string t = text;
+    const std::size_t at = body + rng() % (t.size() - body - 1);
+    if (i % 3 == 0) t[at] = t[at] == '7' ? '8' : '7';
+    if (i % 3 == 1) t.erase(at, 1 + rng() % 20);
+    if (i % 3 == 2) t.insert(at, "9999");
+    EXPECT_FALSE(back.fromText(t)) << "damage " << i;
+  }
   EXPECT_EQ(back.bodyCount(), 2);
   SolidBodies empty;
   ASSERT_TRUE(empty.fromText(SolidBodies().toText()));
