@@ -1,4 +1,6 @@
 // The LISP entity functions over the working database's model space.
+#include <algorithm>
+
 #include "dbimpl.h"
 
 namespace {
@@ -10,18 +12,23 @@ AcDbBlockTableRecord* workingModelSpace() {
 
 }  // namespace
 
+// Entities are kept in the order they were added, which is handle order; the current one is
+// found by a binary search when that order holds, else by a walk.
 int acdbEntNext(const ads_name ent, ads_name result) {
   AcDbBlockTableRecord* ms = workingModelSpace();
   if (ms == nullptr) return RTERROR;
-  std::vector<AcDbObjectId> ids = kvdb::liveEntities(ms);
+  const std::vector<AcDbObjectId>& ids = ms->entityIds();
   std::size_t next = 0;
   if (ent != nullptr && (ent[0] != 0 || ent[1] != 0)) {
     AcDbObjectId cur;
     if (acdbGetObjectId(cur, ent) != Acad::eOk) return RTERROR;
-    auto it = std::find(ids.begin(), ids.end(), cur);
+    auto byHandle = [](const AcDbObjectId& a, const AcDbObjectId& b) { return a.handle() < b.handle(); };
+    auto it = std::lower_bound(ids.begin(), ids.end(), cur, byHandle);
+    if (it == ids.end() || *it != cur) it = std::find(ids.begin(), ids.end(), cur);
     if (it == ids.end()) return RTERROR;
     next = static_cast<std::size_t>(it - ids.begin()) + 1;
   }
+  while (next < ids.size() && (ids[next].isErased() || !ids[next].isValid())) ++next;
   if (next >= ids.size()) return RTERROR;
   return acdbGetAdsName(result, ids[next]) == Acad::eOk ? RTNORM : RTERROR;
 }
