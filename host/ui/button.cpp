@@ -255,7 +255,6 @@ class Static : public Control {
     else fmt |= DT_SINGLELINE;
     if (h->style & SS_NOPREFIX) fmt |= DT_NOPREFIX;
     if (h->style & SS_CENTERIMAGE) fmt = (fmt & ~DT_WORDBREAK) | DT_VCENTER | DT_SINGLELINE;
-    if (!(h->style & WS_DISABLED)) CDC::FromHandle(dc)->SetTextColor(CDC::FromHandle(dc)->GetTextColor());
     drawLabel(dc, h, r, fmt);
   }
 

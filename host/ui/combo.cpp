@@ -284,7 +284,6 @@ class Combo : public Control {
   }
 
   void fromChild(HWND h, int id, UINT code, HWND child) {
-    if (id == kListId && child == list_) return;
     if (id != kEditId || child != edit_) return;
     switch (code) {
       case EN_CHANGE: if (!suppressEdit_) notifyParent(h, CBN_EDITCHANGE); break;

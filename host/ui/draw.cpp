@@ -106,10 +106,8 @@ void fillPolygon(HDC dc, const std::vector<std::pair<double, double>>& pts, COLO
 
 void drawCheckMark(HDC dc, const RECT& r, COLORREF c) {
   int x = r.left + (r.right - r.left - 7) / 2, y = r.top + (r.bottom - r.top - 7) / 2;
-  static const int rows[7] = {6, 5, 4, 3, 2, 1, 0};
   for (int i = 0; i < 7; ++i) {
     int yy = i < 3 ? y + 2 + i : y + 4 - (i - 3);
-    (void)rows;
     CDC::FromHandle(dc)->FillSolidRect(x + i, yy, 1, 3, c);
   }
 }
@@ -143,7 +141,6 @@ void drawEdgeImpl(HDC dc, RECT r, UINT edge, UINT flags) {
   if (edge & (BDR_RAISEDOUTER | BDR_SUNKENOUTER)) ring(dc, in, flags, outerTL, outerBR);
   if (edge & (BDR_RAISEDINNER | BDR_SUNKENINNER)) ring(dc, in, flags, innerTL, innerBR);
   if (flags & BF_MIDDLE) CDC::FromHandle(dc)->FillSolidRect(&in, GetSysColor(COLOR_3DFACE));
-  (void)in;
 }
 
 void drawArrow(HDC dc, const RECT& r, int direction, COLORREF c) {
@@ -290,7 +287,6 @@ HICON__::~HICON__() {
 
 namespace kvui::detail {
 
-bool isIcon(HICON h);
 
 // The host has no resource files: an icon asked for by id is drawn here, a framed tile whose
 // colour follows the id, so each dialog's icon is recognisable and stable.

@@ -81,7 +81,6 @@ HPEN__* asPen(HGDIOBJ h);
 HBRUSH__* asBrush(HGDIOBJ h);
 HBITMAP__* asBitmap(HGDIOBJ h);
 HRGN__* asRegion(HGDIOBJ h);
-bool isIcon(HICON h);
 
 // ---- Text ------------------------------------------------------------------------------------
 

@@ -120,7 +120,7 @@ class ListControl : public Control {
   bool valid(int i) const { return i >= 0 && i < count(); }
   static bool sorted(HWND h) { return (h->style & LBS_SORT) != 0; }
   static bool multi(HWND h) { return (h->style & (LBS_MULTIPLESEL | LBS_EXTENDEDSEL)) != 0; }
-  bool isSelected(int i) const { return items_[static_cast<std::size_t>(i)].selected || (i == cur_ && !items_[static_cast<std::size_t>(i)].selected && false); }
+  bool isSelected(int i) const { return items_[static_cast<std::size_t>(i)].selected; }
   int indexAt(int y) const { return y < 0 ? top_ - 1 : top_ + y / std::max(1, itemHeight_); }
   int visible(HWND h) const {
     CRect c;

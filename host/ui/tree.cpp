@@ -434,9 +434,6 @@ class Tree : public Control {
     Node* n = node(it->hItem);
     if (!n || n == &root_) return FALSE;
     applyItem(n, *it);
-    if ((it->mask & TVIF_STATE) && (it->stateMask & TVIS_SELECTED) && !(n->state & TVIS_SELECTED) && caret_ == n) {
-      // Clearing the caret's selected look keeps the caret itself.
-    }
     update(h);
     return TRUE;
   }
