@@ -685,6 +685,7 @@ class CGridCtrl : public CWnd {
   void DrawCellAt(CDC* dc, int row, int col, CRect rect, std::set<CCellID>* mergeDone);
   void paintInto(CDC* dc, const CRect& client);
   void fillColumns();
+  void applyScrollBars();
   void rebuildRowTops() const;
   int rowTop(int row) const;  // virtual y of a row (fixed rows start at 0)
   int fixedRowHeight() const;

@@ -95,28 +95,37 @@ void CGridCtrl::printPage(CDC* dc, int page, int pages, const std::vector<int>& 
   dc->MoveTo(left, header.bottom);
   dc->LineTo(right, header.bottom);
   int y = header.bottom + kGapLines * lineH;
+  // The rows are drawn in the grid's own pixels, scaled onto the page by the mapping mode, so
+  // cells print with their screen fonts and margins at the page's size.
+  int body = dc->SaveDC();
+  dc->SelectObject(cur);
+  dc->SetMapMode(MM_ANISOTROPIC);
+  dc->SetWindowExt(10000, 10000);
+  dc->SetViewportExt(static_cast<int>(10000 * scale), static_cast<int>(10000 * scale));
+  dc->SetViewportOrg(left, y);
+  int gy = 0;
   auto printRow = [&](int r) {
-    int h = static_cast<int>(GetRowHeight(r) * scale);
+    int h = GetRowHeight(r);
     if (h <= 0) return;
-    int x = left;
+    int x = 0;
     for (int c = 0; c < m_nCols; ++c) {
-      int w = static_cast<int>(GetColumnWidth(c) * scale);
+      int w = GetColumnWidth(c);
       CGridCellBase* cell = GetCell(r, c);
       if (w > 0 && cell && (cell->IsShow() || cell->IsMergeHead())) {
-        CRect rect(x, y, x + w, y + h);
+        CRect rect(x, gy, x + w, gy + h);
         if (cell->IsMergeHead()) {
           CRect range = cell->GetMergeRange();
-          for (int cc = c + 1; cc <= range.right; ++cc) rect.right += static_cast<int>(GetColumnWidth(cc) * scale);
+          for (int cc = c + 1; cc <= range.right; ++cc) rect.right += GetColumnWidth(cc);
         }
         cell->PrintCell(dc, r, c, rect);
       }
       x += w;
     }
-    y += h;
+    gy += h;
   };
-  dc->SelectObject(cur);
   for (int r = 0; r < m_nFixedRows; ++r) printRow(r);
   for (int r = starts[static_cast<std::size_t>(page)]; r < starts[static_cast<std::size_t>(page) + 1]; ++r) printRow(r);
+  dc->RestoreDC(body);
   dc->SelectObject(&bold);
   int footTop = pageRect.bottom - kFooterLines * lineH;
   dc->MoveTo(left, footTop);

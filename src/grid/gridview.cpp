@@ -171,20 +171,33 @@ void CGridCtrl::fillColumns() {
   m_topLeftCache.reset();
 }
 
+// A bar that comes or goes changes the client width, so the column fill runs again then.
 void CGridCtrl::ResetScrollBars() {
   if (!m_hWnd || !m_bAllowDraw) return;
+  DWORD bars = GetStyle() & (WS_HSCROLL | WS_VSCROLL);
+  applyScrollBars();
+  for (int pass = 0; pass < 2 && (GetStyle() & (WS_HSCROLL | WS_VSCROLL)) != bars; ++pass) {
+    bars = GetStyle() & (WS_HSCROLL | WS_VSCROLL);
+    fillColumns();
+    applyScrollBars();
+  }
+}
+
+void CGridCtrl::applyScrollBars() {
   CRect client;
   GetClientRect(&client);
+  // Positions run from 0 to the step count: the last shows just the trailing columns that fit.
   int range = hScrollRange();
-  m_nHScrollPos = std::min(m_nHScrollPos, range - 1);
+  bool hbar = GetVirtualWidth() > client.Width();
+  m_nHScrollPos = hbar ? std::min(m_nHScrollPos, range) : 0;
   SCROLLINFO si{};
   si.cbSize = sizeof(si);
   si.fMask = SIF_RANGE | SIF_PAGE | SIF_POS;
   si.nMin = 0;
-  si.nMax = range > 1 ? range - 1 : 0;
-  si.nPage = range > 1 ? 1 : 0;
+  si.nMax = hbar ? range : 0;
+  si.nPage = hbar ? 1 : 0;
   si.nPos = m_nHScrollPos;
-  ShowScrollBar(SB_HORZ, range > 1);
+  ShowScrollBar(SB_HORZ, hbar);
   SetScrollInfo(SB_HORZ, &si, TRUE);
   int height = static_cast<int>(GetVirtualHeight()) - fixedRowHeight() + 20;
   int page = std::max(1, client.Height() - fixedRowHeight());
@@ -212,7 +225,9 @@ void CGridCtrl::setVScroll(int pos) {
 }
 
 void CGridCtrl::setHScroll(int step) {
-  step = std::clamp(step, 0, hScrollRange() - 1);
+  CRect client;
+  GetClientRect(&client);
+  step = std::clamp(step, 0, GetVirtualWidth() > client.Width() ? hScrollRange() : 0);
   if (step == m_nHScrollPos) return;
   m_nHScrollPos = step;
   SetScrollPos(SB_HORZ, step);
