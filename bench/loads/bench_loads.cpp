@@ -89,7 +89,8 @@ void BM_StoreRoomData20Pairs(benchmark::State& state) {
   while (tail->rbnext) tail = tail->rbnext;
   const auto fields = roomDataFields();
   for (int i = 0; i < 20; ++i) {
-    tail->rbnext = acutBuildList(RTSTR, fields[static_cast<std::size_t>(i * 53 / 19)].name, RTREAL, 1.5 * i, RTNONE);
+    const std::wstring_view name = fields[static_cast<std::size_t>(i * 53 / 19)].name;
+    tail->rbnext = acutBuildList(RTSTR, name.data(), RTREAL, 1.5 * i, RTNONE);
     tail = tail->rbnext->rbnext;
   }
   for (auto _ : state) callBody(lispStoreRoomData, args.get());

@@ -81,10 +81,11 @@ struct roomData {
   double dArea = 0, dPeople = 0, dPeopleRatio = 0;
 };
 
-// One field of a store record: its LISP name and exactly one of the two members.
+// One field of a store record: its LISP name (a view of a literal, so also a C string) and
+// exactly one of the two members.
 template <class Record>
 struct LoadField {
-  const ACHAR* name;
+  std::wstring_view name;
   double Record::*real;
   std::int32_t Record::*integer;
 };

@@ -57,8 +57,8 @@ bool readKeys(ArgCursor& cursor, std::int32_t& key) {
 // number after it adds nothing and leaves that cell to the next turn.
 template <class Record>
 void addPairs(ArgCursor& cursor, Record& record) {
+  std::wstring name;  // one buffer for every name of the call
   while (!cursor.atEnd()) {
-    std::wstring name;
     if (!ArgString(cursor, name)) {
       ArgSkip(cursor);
       continue;

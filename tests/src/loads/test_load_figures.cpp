@@ -12,10 +12,10 @@ namespace {
 TEST(LoadStoreRecords, FieldTablesReachEveryMemberOnceInOrder) {
   const auto rooms = roomDataFields();
   ASSERT_EQ(rooms.size(), 54u);
-  EXPECT_STREQ(rooms[0].name, L"dRoof");
-  EXPECT_STREQ(rooms[23].name, L"iCoolingCFM");
-  EXPECT_STREQ(rooms[29].name, L"iOSA62PeopleCFM");
-  EXPECT_STREQ(rooms[53].name, L"dPeopleRatio");
+  EXPECT_EQ(rooms[0].name, L"dRoof");
+  EXPECT_EQ(rooms[23].name, L"iCoolingCFM");
+  EXPECT_EQ(rooms[29].name, L"iOSA62PeopleCFM");
+  EXPECT_EQ(rooms[53].name, L"dPeopleRatio");
   // Storing a distinct value under every name must land in 54 distinct places.
   roomData room;
   for (std::size_t i = 0; i < rooms.size(); ++i) ASSERT_TRUE(addLoadValue(room, rooms[i].name, double(i + 1)));
@@ -24,7 +24,7 @@ TEST(LoadStoreRecords, FieldTablesReachEveryMemberOnceInOrder) {
   for (const auto& f : rooms) {
     seen.insert(f.real ? room.*f.real : room.*f.integer);
     integers += f.integer != nullptr;
-    EXPECT_NE(f.real == nullptr, f.integer == nullptr) << f.name;
+    EXPECT_NE(f.real == nullptr, f.integer == nullptr) << f.name.data();
   }
   EXPECT_EQ(seen.size(), 54u);
   EXPECT_EQ(integers, 7);
@@ -101,7 +101,7 @@ TEST(LoadFigures, ColumnGroups) {
   EXPECT_FALSE(loadColumnGroup(L"ixRoomL"));
   EXPECT_FALSE(loadColumnGroup(L"dslab"));
   // Every store field of a room is a result column with a meaning.
-  for (const auto& f : roomDataFields()) EXPECT_TRUE(loadColumnGroup(f.name)) << f.name;
+  for (const auto& f : roomDataFields()) EXPECT_TRUE(loadColumnGroup(f.name)) << f.name.data();
 }
 
 TEST(LoadFigures, CombinedLines) {
