@@ -119,17 +119,25 @@ AcApDocumentIterator* AcApDocManager::newAcApDocumentIterator() {
   return new DocIterator(std::move(docs));
 }
 
-Acad::ErrorStatus AcApDocManager::lockDocument(AcApDocument* pDoc, AcAp::DocLockMode lockMode, const ACHAR*,
-                                               const ACHAR*, bool) {
+// Every lock and unlock is told before and after, with the mode it leaves and the mode it gives.
+Acad::ErrorStatus AcApDocManager::lockDocument(AcApDocument* pDoc, AcAp::DocLockMode lockMode,
+                                               const ACHAR* pGlobalCmdName, const ACHAR*, bool) {
   if (pDoc == nullptr || !impl_->has(pDoc)) return Acad::eNoDocument;
+  AcAp::DocLockMode before = pDoc->myLockMode();
+  impl_->fire([&](auto* r) { r->documentLockModeWillChange(pDoc, before, lockMode, before, pGlobalCmdName); });
   pDoc->impl()->locks.push_back(lockMode);
+  impl_->fire([&](auto* r) { r->documentLockModeChanged(pDoc, before, lockMode, lockMode, pGlobalCmdName); });
   return Acad::eOk;
 }
 
 Acad::ErrorStatus AcApDocManager::unlockDocument(AcApDocument* pDoc) {
   if (pDoc == nullptr || !impl_->has(pDoc)) return Acad::eNoDocument;
   if (pDoc->impl()->locks.empty()) return Acad::eNotApplicable;
+  AcAp::DocLockMode before = pDoc->myLockMode();
+  AcAp::DocLockMode after = pDoc->impl()->locks.size() > 1 ? pDoc->impl()->locks[pDoc->impl()->locks.size() - 2] : AcAp::kNone;
+  impl_->fire([&](auto* r) { r->documentLockModeWillChange(pDoc, before, after, before, nullptr); });
   pDoc->impl()->locks.pop_back();
+  impl_->fire([&](auto* r) { r->documentLockModeChanged(pDoc, before, after, after, nullptr); });
   return Acad::eOk;
 }
 

@@ -22,6 +22,10 @@ class DocLog : public AcApDocManagerReactor {
   void documentToBeActivated(AcApDocument* d) override { events.push_back("toBeActivated " + nameOf(d)); }
   void documentToBeDeactivated(AcApDocument* d) override { events.push_back("toBeDeactivated " + nameOf(d)); }
   void documentActivated(AcApDocument* d) override { events.push_back("activated " + nameOf(d)); }
+  void documentLockModeChanged(AcApDocument* d, AcAp::DocLockMode from, AcAp::DocLockMode to, AcAp::DocLockMode,
+                               const ACHAR*) override {
+    events.push_back("lock " + nameOf(d) + " " + std::to_string(from) + ">" + std::to_string(to));
+  }
 };
 
 class EdLog : public AcEditorReactor {
@@ -116,6 +120,7 @@ TEST_F(ApTest, LocksNestAndIteratorWalksAllDocuments) {
   AcApDocManager* dm = acDocManagerPtr();
   AcApDocument* a = dm->openDocument(path("a/x.dwg").c_str());
   AcApDocument* b = dm->openDocument(path("a/y.dwg").c_str());
+  events.clear();
   EXPECT_EQ(dm->lockDocument(a, AcAp::kWrite, nullptr, nullptr, true), Acad::eOk);
   EXPECT_EQ(dm->lockDocument(a, AcAp::kRead), Acad::eOk);
   EXPECT_EQ(a->myLockMode(), AcAp::kRead);
@@ -123,6 +128,7 @@ TEST_F(ApTest, LocksNestAndIteratorWalksAllDocuments) {
   EXPECT_EQ(a->myLockMode(), AcAp::kWrite);
   EXPECT_EQ(dm->unlockDocument(a), Acad::eOk);
   EXPECT_EQ(dm->unlockDocument(a), Acad::eNotApplicable);
+  EXPECT_EQ(events, (std::vector<std::string>{"lock x.dwg 0>4", "lock x.dwg 4>32", "lock x.dwg 32>4", "lock x.dwg 4>0"}));
   EXPECT_EQ(dm->lockDocument(nullptr), Acad::eNoDocument);
   std::vector<AcApDocument*> seen;
   AcApDocumentIterator* it = dm->newAcApDocumentIterator();
