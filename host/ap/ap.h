@@ -65,7 +65,8 @@ class AcApDocumentIterator : public AcRxObject {
 // (the editor's beginDwgOpen, endDwgOpen, databaseConstructed), documentCreated,
 // documentToBeActivated, documentBecameCurrent, documentActivated. For a close:
 // documentToBeDeactivated (when active), documentToBeDestroyed, documentDestroyed, then the
-// activation events of the document that becomes current.
+// activation events of the document that becomes current. Each lock and unlock:
+// documentLockModeWillChange, documentLockModeChanged.
 class AcApDocManagerReactor : public AcRxObject {
  public:
   virtual void documentCreateStarted(AcApDocument* pDocCreating) {}
