@@ -24,6 +24,8 @@
 #include <TColgp_HArray1OfPnt.hxx>
 #include <TopExp.hxx>
 #include <TopExp_Explorer.hxx>
+#include <Poly_PolygonOnTriangulation.hxx>
+#include <TopTools_IndexedDataMapOfShapeListOfShape.hxx>
 #include <TopTools_IndexedMapOfShape.hxx>
 #include <TopoDS.hxx>
 #include <TopoDS_Compound.hxx>
@@ -274,16 +276,35 @@ void addTriangles(const TopoDS_Shape& shape, SolidMesh& out) {
   }
 }
 
+// The edge as the mesh sees it (its polygon on a face's triangulation), so that drawn edges lie
+// exactly on the drawn shells; empty when the edge has none.
+std::vector<AcGePoint3d> edgeOnMesh(const TopoDS_Edge& edge, const TopTools_ListOfShape& faces) {
+  std::vector<AcGePoint3d> line;
+  for (const TopoDS_Shape& f : faces) {
+    TopLoc_Location loc;
+    const Handle(Poly_Triangulation)& tri = BRep_Tool::Triangulation(TopoDS::Face(f), loc);
+    if (tri.IsNull()) continue;
+    const Handle(Poly_PolygonOnTriangulation)& poly = BRep_Tool::PolygonOnTriangulation(edge, tri, loc);
+    if (poly.IsNull()) continue;
+    for (int k = 1; k <= poly->NbNodes(); ++k)
+      line.push_back(toPoint(tri->Node(poly->Node(k)).Transformed(loc.Transformation())));
+    break;
+  }
+  return line;
+}
+
 void addEdges(const TopoDS_Shape& shape, double deflection, SolidMesh& out) {
-  TopTools_IndexedMapOfShape edges;
-  TopExp::MapShapes(shape, TopAbs_EDGE, edges);
+  TopTools_IndexedDataMapOfShapeListOfShape edges;
+  TopExp::MapShapesAndAncestors(shape, TopAbs_EDGE, TopAbs_FACE, edges);
   for (int i = 1; i <= edges.Extent(); ++i) {
-    const TopoDS_Edge& edge = TopoDS::Edge(edges(i));
+    const TopoDS_Edge& edge = TopoDS::Edge(edges.FindKey(i));
     if (BRep_Tool::Degenerated(edge)) continue;
-    BRepAdaptor_Curve curve(edge);
-    GCPnts_TangentialDeflection points(curve, 0.3, deflection);
-    std::vector<AcGePoint3d> line;
-    for (int k = 1; k <= points.NbPoints(); ++k) line.push_back(toPoint(points.Value(k)));
+    std::vector<AcGePoint3d> line = edgeOnMesh(edge, edges.FindFromIndex(i));
+    if (line.empty()) {
+      BRepAdaptor_Curve curve(edge);
+      GCPnts_TangentialDeflection points(curve, 0.3, deflection);
+      for (int k = 1; k <= points.NbPoints(); ++k) line.push_back(toPoint(points.Value(k)));
+    }
     if (line.size() >= 2) out.edges.push_back(std::move(line));
   }
 }
