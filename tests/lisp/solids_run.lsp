@@ -1,7 +1,8 @@
 ;;; A small run of duct solids built through the solid library's test functions: straight
 ;;; pieces, both elbows, a wye, a flexible tube, a transition and a diffuser. The drawing is saved
-;;; and read back, exported to STEP, and the STEP file read back with the modelling kernel: the
-;;; same solids with the same volumes. A PNG plot of the run is left beside the files.
+;;; and read back, written to DXF and read into a new drawing, exported to STEP, and the STEP file
+;;; read back with the modelling kernel: the same solids with the same volumes each time. A PNG
+;;; plot of the run is left beside the files.
 
 (setq solids-failures 0)
 (defun solids-check (name ok)
@@ -48,6 +49,13 @@
 (kvhost-save-as dwg)
 (setq reopened (kv_solid-volumes dwg))
 (solids-check "reopened drawing: same volumes" (solids-same-volumes reopened built 1e-9))
+
+;; DXF: the drawing written out and read into a new drawing, which then stays current.
+(kvhost-export-dxf (strcat out "/run.dxf"))
+(kvhost-new)
+(kvhost-import-dxf (strcat out "/run.dxf"))
+(solids-check "DXF written and read back: same volumes" (solids-same-volumes (kv_solid-volumes) built 1e-9))
+
 (solids-check "STEP export writes one body per solid" (= 9 (kv_solid-exportStep step dwg)))
 (setq fromStep (kv_solid-stepVolumes step))
 (solids-check "STEP read back: same solids, volumes within 0.1 %" (solids-same-volumes fromStep built 1e-3))
