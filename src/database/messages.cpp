@@ -1,29 +1,47 @@
 // Message boxes of the database side and the dialog-failure offer of the component installer.
 #include "messages.h"
 
-#include <string>
+#include <cstdint>
 
 #include "ads.h"
 #include "database.h"
-
-namespace kvdb {
-
-MessageBoxAnswer ShowMessageBox(const wchar_t* text, const wchar_t* title, MessageBoxKind kind) {
-  acutPrintf(L"\n[%s] %s", title, text);
-  return kind == MessageBoxKind::Ok ? MessageBoxAnswer::Ok : MessageBoxAnswer::No;
-}
-
-}  // namespace kvdb
+#if KV_HAVE_UI
+#include "ui.h"
+#endif
 
 namespace {
 
 constexpr const wchar_t* kInstallerAddress = L"https://www.kelvane.example/support/downloads/KVComponents.exe";
 
-// The host has no shell to hand an address to; the answer is that of a failed launch (32 or
-// below), so the user is told to contact support rather than wait for a download.
-int LaunchInstaller(const wchar_t* /*address*/) { return 0; }
+#if KV_HAVE_UI
+// The shell's answer: above 32 when it took the request.
+std::intptr_t LaunchInstaller() {
+  return reinterpret_cast<std::intptr_t>(ShellExecute(nullptr, L"OPEN", kInstallerAddress, nullptr, nullptr, SW_SHOWNORMAL));
+}
+#else
+// Without the windowing layer there is no shell to hand the address to: a failed launch.
+std::intptr_t LaunchInstaller() { return 0; }
+#endif
 
 }  // namespace
+
+namespace kvdb {
+
+#if KV_HAVE_UI
+MessageBoxAnswer ShowMessageBox(const wchar_t* text, const wchar_t* title, MessageBoxKind kind) {
+  HWND active = GetActiveWindow();
+  const int answer = MessageBox(active, text, title, kind == MessageBoxKind::Ok ? MB_OK : MB_YESNO | MB_ICONERROR);
+  SetActiveWindow(active);
+  return answer == IDYES ? MessageBoxAnswer::Yes : answer == IDNO ? MessageBoxAnswer::No : MessageBoxAnswer::Ok;
+}
+#else
+MessageBoxAnswer ShowMessageBox(const wchar_t* text, const wchar_t* title, MessageBoxKind kind) {
+  acutPrintf(L"\n[%s] %s", title, text);
+  return kind == MessageBoxKind::Ok ? MessageBoxAnswer::Ok : MessageBoxAnswer::No;
+}
+#endif
+
+}  // namespace kvdb
 
 int HandleDialogResult(int result) {
   using kvdb::MessageBoxAnswer;
@@ -33,7 +51,7 @@ int HandleDialogResult(int result) {
       L"Dialog box could not be created.\nComponents need to be installed.\nWould you like to download a fix to this error?",
       L"Kelvane Error", MessageBoxKind::YesNoError);
   if (answer != MessageBoxAnswer::Yes) return result;
-  if (LaunchInstaller(kInstallerAddress) <= 32) {
+  if (LaunchInstaller() <= 32) {
     acutPrintf(L"\nError downloading %s", kInstallerAddress);
     acutPrintf(L"%s", L"\nContact Kelvane Software technical support: 1-800-555-0142");
     kvdb::ShowMessageBox(L"Error downloading KVComponents.exe.\nContact Kelvane Software technical support.\n1-800-555-0142",

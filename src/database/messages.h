@@ -7,8 +7,8 @@ namespace kvdb {
 enum class MessageBoxKind { Ok, YesNoError };
 enum class MessageBoxAnswer { Ok, Yes, No };
 
-// Shows a message box. Until the host has a windowing layer the box is printed to the command
-// line and answered as a person who closes it would: Ok, or No for a question.
+// Shows a message box and restores the active window afterwards. Without the windowing layer in
+// the configuration the box is printed on the command line and answered as closed (Ok, or No).
 MessageBoxAnswer ShowMessageBox(const wchar_t* text, const wchar_t* title, MessageBoxKind kind);
 
 }  // namespace kvdb

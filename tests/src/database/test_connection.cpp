@@ -286,16 +286,4 @@ TEST_F(ErrorReport, PrivateConnectionsForDialogs) {
   EXPECT_EQ(console_.take(), "");  // a component that cannot be made ends the dialog quietly
 }
 
-TEST(DialogFailure, OffersTheInstallerOnlyForADialogThatCouldNotBeCreated) {
-  Console console;
-  EXPECT_EQ(HandleDialogResult(1), 1);
-  EXPECT_EQ(HandleDialogResult(2), 2);
-  EXPECT_EQ(console.take(), "");
-  for (int failed : {-1, 3}) {
-    EXPECT_EQ(HandleDialogResult(failed), failed);
-    EXPECT_NE(console.take().find("Dialog box could not be created.\nComponents need to be installed."),
-              std::string::npos);
-  }
-}
-
 }  // namespace
