@@ -74,6 +74,10 @@ void CGridCtrl::OnLButtonDown(UINT flags, CPoint p) {
     m_MouseMode = GridMouseMode::SizingRow;
     m_nSizingIndex = divider;
     SetCapture();
+    CRect client;
+    GetClientRect(&client);
+    ClientToScreen(&client);
+    ClipCursor(&client);
     return;
   }
   CCellID cell = GetCellFromPt(p);
@@ -180,12 +184,38 @@ void CGridCtrl::OnLButtonDblClk(UINT, CPoint p) {
   SendMessageToParent(cell.row, cell.col, static_cast<int>(GVN_DBLCLK));
 }
 
+// Hovering marks the dividers; a drag in a selection mode stretches the selection from the
+// pressed cell to the one under the mouse.
 void CGridCtrl::OnMouseMove(UINT flags, CPoint p) {
-  if (m_MouseMode == GridMouseMode::Nothing && !(flags & MK_LBUTTON)) {
+  bool hovering = m_MouseMode == GridMouseMode::Nothing || m_MouseMode == GridMouseMode::OverColDivide ||
+                  m_MouseMode == GridMouseMode::OverRowDivide;
+  if (hovering && !(flags & MK_LBUTTON)) {
     int divider;
-    if (overColumnDivider(p, divider)) SetCursor(LoadCursor(nullptr, IDC_SIZEWE));
-    else if (overRowDivider(p, divider)) SetCursor(LoadCursor(nullptr, IDC_SIZENS));
-    else if (m_bTitleTips) showTitleTip(p);
+    m_MouseMode = GridMouseMode::Nothing;
+    if (overColumnDivider(p, divider)) {
+      m_MouseMode = GridMouseMode::OverColDivide;
+      SetCursor(LoadCursor(nullptr, IDC_SIZEWE));
+    } else if (overRowDivider(p, divider)) {
+      m_MouseMode = GridMouseMode::OverRowDivide;
+      SetCursor(LoadCursor(nullptr, IDC_SIZENS));
+    } else if (m_bTitleTips) {
+      showTitleTip(p);
+    }
+    return;
+  }
+  if ((m_MouseMode == GridMouseMode::SelectCells || m_MouseMode == GridMouseMode::SelectRow) && (flags & MK_LBUTTON)) {
+    CCellID to = GetCellFromPt(p);
+    if (!to.IsValid() || !m_LeftClickDownCell.IsValid()) return;
+    int r1 = std::max(m_nFixedRows, std::min(to.row, m_LeftClickDownCell.row)), r2 = std::max(to.row, m_LeftClickDownCell.row);
+    int c1 = std::max(m_nFixedCols, std::min(to.col, m_LeftClickDownCell.col)), c2 = std::max(to.col, m_LeftClickDownCell.col);
+    if (m_MouseMode == GridMouseMode::SelectRow) {
+      c1 = m_nFixedCols;
+      c2 = m_nCols - 1;
+    }
+    clearSelection();
+    for (int r = r1; r <= r2; ++r)
+      for (int c = c1; c <= c2; ++c) setSelected(CCellID(r, c), true);
+    Refresh();
   }
 }
 

@@ -122,3 +122,20 @@ TEST_F(GridTest, VerticalScrollGoesByPixelsAndPaintsOnlyVisibleCells) {
   run("wheel -1 #1007");
   EXPECT_EQ(grid.GetVScrollPos(), 3 * grid.GetDefaultCell(FALSE, FALSE)->GetHeight());
 }
+
+TEST_F(GridTest, DragSelectsARangeAndADividerDoubleClickAutoSizes) {
+  fill(8, 5);
+  owner.clear();
+  run("drag " + at(2, 1) + " to " + at(4, 3));
+  int r1, c1, r2, c2;
+  ASSERT_TRUE(grid.GetSelectedRange(r1, c1, r2, c2));
+  EXPECT_EQ(CRect(c1, r1, c2, r2), CRect(1, 2, 3, 4));
+  EXPECT_EQ(grid.GetFocusCell(), CCellID(2, 1));
+  EXPECT_EQ(owner.codes(), (std::vector<int>{int(GVN_SELCHANGING), int(GVN_SELCHANGED), int(GVN_CLICK)}));
+  grid.SetItemText(3, 2, L"a text that needs a much wider column");
+  grid.SetColumnWidth(2, 30);
+  CRect r;
+  ASSERT_TRUE(grid.GetCellRect(0, 2, &r));
+  run("dblclick #1007@" + std::to_string(r.right - 2) + "," + std::to_string((r.top + r.bottom) / 2));
+  EXPECT_GT(grid.GetColumnWidth(2), 150);
+}
