@@ -117,15 +117,26 @@ TEST(SolidEntity, TransformExtentsAndExplode) {
   EXPECT_NEAR(after.minPoint().z - before.minPoint().z, 30, 1e-6);
   EXPECT_NEAR(after.maxPoint().x, before.maxPoint().x, 1e-6);
 
+  // Explode: one face entity per B-rep face, each with its own extents and picture, each
+  // appendable to model space.
   AcDbVoidPtrArray parts;
   ASSERT_EQ(s->explode(parts), Acad::eOk);
   EXPECT_EQ(parts.length(), s->bodies().faceCount());
+  AcDbDatabase db(true, true);
+  AcDbBlockTableRecord* space = nullptr;
+  ASSERT_EQ(acdbOpenObject(space, db.modelSpaceId(), AcDb::kForWrite), Acad::eOk);
   for (void* p : parts) {
     std::unique_ptr<kv_hvacFace> face(static_cast<kv_hvacFace*>(p));
     AcDbExtents e;
     EXPECT_EQ(face->getGeomExtents(e), Acad::eOk);
     EXPECT_GE(e.minPoint().z, 30 - 4 - 1e-6);
+    AcGiCapture picture;
+    picture.draw(face.get());
+    EXPECT_FALSE(picture.primitives().empty());
+    ASSERT_EQ(space->appendAcDbEntity(face.get()), Acad::eOk);
+    face.release()->close();
   }
+  space->close();
   kv_hvacSolid empty;
   AcDbExtents none;
   EXPECT_EQ(empty.getGeomExtents(none), Acad::eInvalidExtents);
