@@ -22,6 +22,10 @@ std::vector<const resbuf*> Items(const resbuf* rb) {
 class Bodies : public ::testing::Test {
  protected:
   void SetUp() override {
+    // Every project counts as connected, so the rows that need the database run their bodies.
+    ProjectDatabaseHooks hooks;
+    hooks.connectDocument = [](hvacPerDocData&, bool) { return true; };
+    SetProjectDatabaseHooks(hooks);
     acDocManagerPtr()->closeAll();
     document_ = acDocManagerPtr()->newDocument();
     registry_ = std::make_unique<kvDocumentRegistry>();
@@ -29,6 +33,7 @@ class Bodies : public ::testing::Test {
   void TearDown() override {
     registry_.reset();
     acDocManagerPtr()->closeAll();
+    SetProjectDatabaseHooks({});
   }
   EntryCall Call(const wchar_t* name, resbuf* args) { return CallEntry(EntryOf(name), args); }
 
