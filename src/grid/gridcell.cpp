@@ -233,8 +233,8 @@ BOOL CGridCell::Edit(int nRow, int nCol, CRect rect, CPoint, UINT nID, UINT nCha
   DWORD fmt = GetFormat();
   if (fmt & DT_RIGHT) style = ES_RIGHT;
   else if (fmt & DT_CENTER) style = ES_CENTER;
-  setEditor(new CInPlaceEdit(m_pGrid, rect, style | ES_AUTOHSCROLL, nID, nRow, nCol, GetText(), nChar));
-  return TRUE;
+  setEditor(KeepIfOpen(new CInPlaceEdit(m_pGrid, rect, style | ES_AUTOHSCROLL, nID, nRow, nCol, GetText(), nChar)));
+  return IsEditing();
 }
 
 void CGridCell::EndEdit() {
@@ -318,10 +318,10 @@ BOOL CGridCellCombo::Edit(int nRow, int nCol, CRect rect, CPoint, UINT nID, UINT
     }
   }
   int h = rect.Height();
-  setEditor(new CInPlaceListForGridCell(GetGrid(), rect, m_dwStyle, nID, nRow, nCol, effectiveTextClr(),
-                                        effectiveBackClr(), m_Strings, text, nChar, h));
+  setEditor(KeepIfOpen(new CInPlaceListForGridCell(GetGrid(), rect, m_dwStyle, nID, nRow, nCol, effectiveTextClr(),
+                                                   effectiveBackClr(), m_Strings, text, nChar, h)));
   if (added) m_Strings.RemoveAt(0);
-  return TRUE;
+  return IsEditing();
 }
 
 BOOL CGridCellCombo::Draw(CDC* pDC, int nRow, int nCol, CRect rect, BOOL bEraseBkgnd) {

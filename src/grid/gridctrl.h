@@ -435,7 +435,16 @@ class CTreeColumn {
 
 // ---- Editors and the title tip -------------------------------------------------------------
 
-// The text box a cell opens; deletes itself when its window dies.
+// Deletes an editor whose window could not be made; answers the editor or null.
+template <class Editor>
+Editor* KeepIfOpen(Editor* e) {
+  if (e->m_hWnd) return e;
+  delete e;
+  return nullptr;
+}
+
+// The text box a cell opens; deletes itself when its window dies (one whose window could not be
+// made has none, and its creator deletes it: see KeepIfOpen).
 class CInPlaceEdit : public CEdit {
  public:
   CInPlaceEdit(CWnd* parent, const CRect& rect, DWORD style, UINT id, int row, int col,

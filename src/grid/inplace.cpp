@@ -47,10 +47,7 @@ CInPlaceEdit::CInPlaceEdit(CWnd* parent, const CRect& rect, DWORD style, UINT id
   CRect r = rect;
   r.right -= 1;
   r.bottom -= 1;
-  if (!Create(style | WS_CHILD | WS_VISIBLE | ES_AUTOHSCROLL, r, parent, id)) {
-    delete this;  // nothing owns a window that never was
-    return;
-  }
+  if (!Create(style | WS_CHILD | WS_VISIBLE | ES_AUTOHSCROLL, r, parent, id)) return;  // the caller deletes it
   auto* grid = dynamic_cast<CGridCtrl*>(parent);
   if (grid && grid->GetFont()) SetFont(grid->GetFont());
   SetWindowText(initText);
@@ -156,10 +153,7 @@ CInPlaceListForGridCell::CInPlaceListForGridCell(CWnd* parent, CRect rect, DWORD
     rect.bottom += 4 * cellHeight;
   }
   rect.right = std::min(rect.right, client.right);
-  if (!Create(WS_CHILD | WS_VISIBLE | WS_BORDER | WS_VSCROLL | CBS_AUTOHSCROLL | style, rect, parent, id)) {
-    delete this;
-    return;
-  }
+  if (!Create(WS_CHILD | WS_VISIBLE | WS_BORDER | WS_VSCROLL | CBS_AUTOHSCROLL | style, rect, parent, id)) return;
   auto* grid = dynamic_cast<CGridCtrl*>(parent);
   if (grid && grid->GetFont()) SetFont(grid->GetFont());
   CDC dc;

@@ -261,9 +261,9 @@ BOOL CGridTreeCell::Edit(int nRow, int nCol, CRect rect, CPoint, UINT nID, UINT 
   }
   CRect text = rect;
   GetTextRect(&text);
-  m_bEditing = true;
-  m_pEditWnd = new CInPlaceEdit(GetGrid(), text, ES_LEFT, nID, nRow, nCol, GetText(), nChar);
-  return TRUE;
+  m_pEditWnd = KeepIfOpen(new CInPlaceEdit(GetGrid(), text, ES_LEFT, nID, nRow, nCol, GetText(), nChar));
+  m_bEditing = m_pEditWnd != nullptr;
+  return m_bEditing;
 }
 
 void CGridTreeCell::EndEdit() {

@@ -37,6 +37,8 @@ TEST_F(GridTest, TypingReplacesF2AppendsAndEnterCommitsWithMinus176) {
   // One begun by F2 keeps arrows in the box.
   run("key F2\nkey LEFT\ntype y\nkey ENTER");
   EXPECT_EQ(grid.GetItemText(2, 2), CString(L"r2cy2"));
+  EXPECT_EQ(grid.GetDlgItem(int(IDC_INPLACE_CONTROL)), nullptr) << "each editor closed itself";
+  EXPECT_FALSE(grid.GetCell(2, 2)->IsEditing());
 }
 
 TEST_F(GridTest, RefusedBeginChangesNothingAndRefusedEndRestores) {
