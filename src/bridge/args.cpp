@@ -149,14 +149,15 @@ bool ArgPair(ArgCursor& cursor, std::wstring& text, std::int32_t& value) {
   const resbuf* second = first ? first->rbnext : nullptr;
   const resbuf* dot = second ? second->rbnext : nullptr;
   if (!dot || dot->restype != RTDOTE) return false;
-  ArgCursor inner(first);
-  std::wstring t;
-  std::int32_t v = 0;
+  if (first->restype != RTSTR) return false;
   // The integer must be the cell just before the dot: a group code is read in place by ArgInt,
   // which would leave the pair half read.
-  if (!ArgString(inner, t) || inner.cell() != second || !ArgInt(inner, v) || inner.cell() != dot)
-    return false;
-  text = std::move(t);
+  ArgCursor number(second);
+  std::int32_t v = 0;
+  if (!ArgInt(number, v) || number.cell() != dot) return false;
+  // Assigned in place, so a caller reading many pairs into one string reuses its storage.
+  const ACHAR* t = first->resval.rstring;
+  text.assign(t ? t : L"");
   value = v;
   cursor = ArgCursor(dot->rbnext);
   return true;
