@@ -127,7 +127,7 @@ Value Environment::Impl::applyResolved(const Value& fn, Args args) {
   switch (fn.type()) {
     case Type::Subr: {
       auto* s = as<SubrObj>(fn);
-      if (s->special) throw Error("bad function: " + fn.print());
+      if (s->special && !s->fn) throw Error("bad function: " + fn.print());
       if (args.size() < static_cast<std::size_t>(s->minArgs)) tooFew();
       if (s->maxArgs >= 0 && args.size() > static_cast<std::size_t>(s->maxArgs)) tooMany();
       try {
@@ -292,6 +292,21 @@ Value fOr(Impl& env, const Value& args) {
   return Value();
 }
 
+// The applied forms: the arguments are values already, so nothing is left to short-circuit.
+Value aAnd(Environment&, Args a) {
+  for (const Value& v : a)
+    if (v.isNil()) return Value();
+  return Value::t();
+}
+
+Value aOr(Environment&, Args a) {
+  for (const Value& v : a)
+    if (!v.isNil()) return Value::t();
+  return Value();
+}
+
+Value aProgn(Environment&, Args a) { return a.empty() ? Value() : a[a.size() - 1]; }
+
 Value fDefun(Impl& env, const Value& args) {
   arity(args, 2, SIZE_MAX);
   const Value& name = args.car();
@@ -314,9 +329,9 @@ const SpecialDef kSpecials[] = {
     {"while", "(while test body...)", "BODY while TEST holds.", fWhile},
     {"repeat", "(repeat n body...)", "BODY N times.", fRepeat},
     {"foreach", "(foreach sym list body...)", "BODY for each item of LIST bound to SYM.", fForeach},
-    {"progn", "(progn [body...])", "Each expression; the value of the last.", fProgn},
-    {"and", "(and [expr...])", "T when no EXPR is nil; stops at the first nil.", fAnd},
-    {"or", "(or [expr...])", "T at the first EXPR that is not nil.", fOr},
+    {"progn", "(progn [body...])", "Each expression; the value of the last.", fProgn, aProgn},
+    {"and", "(and [expr...])", "T when no EXPR is nil; stops at the first nil.", fAnd, aAnd},
+    {"or", "(or [expr...])", "T at the first EXPR that is not nil.", fOr, aOr},
     {"defun", "(defun sym (params [/ locals]) body...)", "Defines a function; dynamic scope.", fDefun},
     {"lambda", "(lambda (params [/ locals]) body...)", "An anonymous function.", fLambda},
 };

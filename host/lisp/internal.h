@@ -33,7 +33,9 @@ struct FileObj : Object {
   }
 };
 
-// A special form sees its arguments unevaluated.
+// A special form sees its arguments unevaluated. Some of them (and, or, progn) are also
+// ordinary functions when apply or mapcar call them with values already evaluated: then `fn`
+// holds that form, and a special form without it refuses to be applied.
 using SpecialFn = Value (*)(Environment::Impl& env, const Value& args);
 
 struct SubrObj : Object {
@@ -84,6 +86,7 @@ struct SpecialDef {
   const char* signature;
   const char* doc;
   detail::SpecialFn fn;
+  NativeFn applied = nullptr;  // the form apply and mapcar call; null: not callable that way
 };
 void registerSpecials(std::span<const SpecialDef> table);
 // Every environment's initial functions: (symbol id, function value).

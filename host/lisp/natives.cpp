@@ -89,7 +89,7 @@ void registerNatives(std::span<const NativeDef> table) {
 }
 
 void registerSpecials(std::span<const SpecialDef> table) {
-  for (const SpecialDef& d : table) add(intern(d.name), makeSubr(d.name, d.signature, nullptr, d.fn));
+  for (const SpecialDef& d : table) add(intern(d.name), makeSubr(d.name, d.signature, d.applied, d.fn));
 }
 
 const NativeDef* findNative(std::string_view name) {

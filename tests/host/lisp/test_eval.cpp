@@ -3,6 +3,8 @@
 #include <cstdio>
 #include <fstream>
 
+#include <gmock/gmock.h>
+
 #include "fixture.h"
 
 using kvlisp::Value;
@@ -62,6 +64,22 @@ TEST_F(LispTest, FunctionsLambdasAndApplication) {
   EXPECT_EQ(ev("(setq v 3) (v)"), "ERROR: bad function: 3");
   EXPECT_EQ(ev("(1 2)"), "ERROR: bad function: 1");
   EXPECT_EQ(ev("(defun (x) 1)"), "ERROR: bad argument type: symbolp (X)");
+}
+
+// and, or and progn are functions too when their arguments are values already; forms that need
+// their arguments unevaluated are not.
+TEST_F(LispTest, AndOrPrognCanBeAppliedOtherSpecialFormsCannot) {
+  EXPECT_EQ(ev("(apply 'and '(1 T \"x\"))"), "T");
+  EXPECT_EQ(ev("(apply 'and '(1 nil 2))"), "nil");
+  EXPECT_EQ(ev("(apply 'and nil)"), "T");
+  EXPECT_EQ(ev("(apply 'or '(nil nil 3))"), "T");
+  EXPECT_EQ(ev("(apply 'or nil)"), "nil");
+  EXPECT_EQ(ev("(apply 'progn '(1 2 3))"), "3");
+  EXPECT_EQ(ev("(mapcar 'and '(1 nil 1) '(2 2 nil))"), "(T nil nil)");
+  EXPECT_EQ(ev("(mapcar 'or '(nil nil) '(nil 5))"), "(nil T)");
+  EXPECT_EQ(ev("(setq n 0) (and nil (setq n 1)) n"), "0") << "evaluated as a form, and still stops early";
+  EXPECT_THAT(ev("(apply 'if '(T 1 2))"), ::testing::MatchesRegex("ERROR: bad function: #<SUBR @[0-9a-f]+ IF>"));
+  EXPECT_THAT(ev("(mapcar 'setq '(a) '(1))"), ::testing::MatchesRegex("ERROR: bad function: #<SUBR @[0-9a-f]+ SETQ>"));
 }
 
 TEST_F(LispTest, DeepRecursionIsALispErrorAndTheEnvironmentStaysUsable) {
