@@ -139,3 +139,22 @@ TEST_F(GridTest, DragSelectsARangeAndADividerDoubleClickAutoSizes) {
   run("dblclick #1007@" + std::to_string(r.right - 2) + "," + std::to_string((r.top + r.bottom) / 2));
   EXPECT_GT(grid.GetColumnWidth(2), 150);
 }
+
+TEST_F(GridTest, RedrawOffHoldsPaintingAndListModeEditsOnDoubleClick) {
+  fill(6, 3);
+  grid.UpdateWindow();
+  grid.SetRedraw(FALSE);
+  grid.InsertRow(L"held", 1);
+  CRect update;
+  EXPECT_FALSE(grid.GetUpdateRect(&update)) << "no repaint while redraw is off";
+  grid.SetRedraw(TRUE, TRUE);
+  EXPECT_TRUE(grid.GetUpdateRect(&update));
+  grid.UpdateWindow();
+  grid.SetListMode(TRUE);
+  owner.clear();
+  run("dblclick " + at(3, 2) + "\ntype Z\nkey ENTER");
+  EXPECT_EQ(grid.GetItemText(3, 2), CString(L"r2c2Z"));
+  grid.SetItemText(4, 1, L"a rather long text for the first free column");
+  grid.AutoSizeColumns();
+  EXPECT_GT(grid.GetColumnWidth(1), 200);
+}
