@@ -88,9 +88,11 @@ class SolidBodies {
   bool addCableTraySquareRadiusElbow(AcGePoint3d& start, double width, double depth, AcGePoint3d& end,
                                      const AcGeVector3d* inFrame, const AcGeVector3d* outFrame,
                                      double ratio);
-  // Lays out a wye: the inlet line and both leg lines must meet in one point (the junction).
-  // Moves start back by the collar and the leg ends out to where each leg stands clear of the
-  // other. The arrays (8 each) hold the section corners and key points of inlet and legs.
+  // Lays out a wye, two mitred bends off the inlet's run: the inlet line and both leg lines
+  // must meet in one point (the junction), the legs at least 10 degrees apart, neither turning
+  // back more than 90 degrees. Moves start back over the mitres' inner corners plus the collar,
+  // and each leg end out past the crotch where the legs part plus the collar. The arrays (8
+  // each) hold the section corners and key points of inlet and legs.
   bool addWyePrep(AcGePoint3d& start, double width, double depth, AcGePoint3d& endB, double widthB,
                   double depthB, AcGePoint3d& endC, double widthC, double depthC,
                   const AcGeVector3d* frame, const AcGeVector3d* frameB, const AcGeVector3d* frameC,
