@@ -140,6 +140,8 @@ BOOL CGridCellBase::GetTextRect(LPRECT pRect) {
 
 CSize CGridCellBase::GetTextExtent(LPCTSTR str, CDC* pDC) {
   CGridCtrl* grid = GetGrid();
+  // Empty cells are the common case of big outlines; their size needs no text layout.
+  if (grid && (!str || !*str)) return CSize(2 * GetMarginX(), grid->LineHeightFor(GetFont()) + 2 * GetMarginY());
   std::unique_ptr<CDC> own;
   if (!pDC) {
     own = std::make_unique<CDC>();

@@ -75,6 +75,19 @@ CFont* CGridCtrl::FontFor(const LOGFONT* lf) {
   return slot.get();
 }
 
+int CGridCtrl::LineHeightFor(const LOGFONT* lf) {
+  if (!lf) lf = m_cellDefault.GetFont();
+  std::string key(reinterpret_cast<const char*>(lf), sizeof(LOGFONT));
+  auto it = m_lineHeights.find(key);
+  if (it != m_lineHeights.end()) return it->second;
+  CDC dc;
+  dc.CreateCompatibleDC(nullptr);
+  dc.SelectObject(FontFor(lf));
+  int h = dc.GetTextExtent(CString(L" ")).cy;
+  m_lineHeights[key] = h;
+  return h;
+}
+
 // ---- Cells ---------------------------------------------------------------------------------
 
 // The cell class of a position: fixed rows take the grid's class, others their column kind's.

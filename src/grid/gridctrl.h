@@ -659,6 +659,8 @@ class CGridCtrl : public CWnd {
   void OnEndEditCell(int row, int col, const CString& text);
   // A cell's font as a drawable object (cached per distinct font).
   CFont* FontFor(const LOGFONT* lf);
+  // The height of one line in that font (cached): what an empty cell measures.
+  int LineHeightFor(const LOGFONT* lf);
   // Used by the tree: renumber the cells' coordinates from `row` down.
   void ResetCellCoords(int fromRow);
   int InsertRowFast(int row);
@@ -759,4 +761,5 @@ class CGridCtrl : public CWnd {
   int m_nSizingIndex = -1;
   int m_nPaintedCells = 0;
   std::map<std::string, std::unique_ptr<CFont>> m_fontCache;
+  std::map<std::string, int> m_lineHeights;
 };
