@@ -29,8 +29,11 @@ build: configure
 test: build
 	@cd $(BUILD) && ctest --output-on-failure -j $(JOBS)
 
+# The demo starts from an empty project folder each time, so its output is the same on every run.
 demo: build
+	@rm -rf $(BUILD)/demo-project
 	@$(BUILD)/kvhost --project $(BUILD)/demo-project examples/demo.lsp
+	@echo "demo files: $(BUILD)/demo-project"
 
 bench: configure
 	@cmake --build $(BUILD) -j $(JOBS) --target bench_all kvhost

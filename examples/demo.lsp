@@ -1,0 +1,97 @@
+;;; The demo project: one office floor, as far as the system goes today. It opens a drawing in the
+;;; project folder, puts the room outlines on the project's layers, asks the module for the cooling
+;;; load curves of the outside walls, roof and glass, keeps partial sums in the load store, routes
+;;; a flexible duct, builds the supply run as 3D solids, saves the drawing and writes what a
+;;; designer would look at: a plot (PNG, SVG), DXF for other CAD programs, STEP for the 3D model.
+
+(defun demo-title (text)
+  (princ (strcat "\n\n== " text " ==")))
+
+(defun demo-line (label value)
+  (princ (strcat "\n  " label ": " (if (eq (type value) 'STR) value (vl-prin1-to-string value)))))
+
+;; A closed outline of corners, as a light-weight polyline on LAYER.
+(defun demo-outline (layer corners)
+  (entmake (append (list '(0 . "LWPOLYLINE") (cons 8 layer) (cons 90 (length corners)) '(70 . 1))
+                   (mapcar '(lambda (p) (cons 10 p)) corners))))
+
+(defun demo-label (layer at text)
+  (entmake (list '(0 . "MTEXT") (cons 8 layer) (cons 10 at) '(40 . 9.0) (cons 1 text))))
+
+;; The hour of the largest value of a ((key . value) ...) curve, and that value.
+(defun demo-peak (curve / best)
+  (setq best (car curve))
+  (foreach pair curve (if (> (cdr pair) (cdr best)) (setq best pair)))
+  best)
+
+(defun demo-hour-name (key / h)
+  (setq h (1+ (fix key)))
+  (cond ((= h 12) "noon") ((= h 24) "midnight")
+        ((< h 12) (strcat (itoa h) " am")) (T (strcat (itoa (- h 12)) " pm"))))
+
+(demo-title "Project")
+(kvhost-open "office.dwg")
+(demo-line "drawing" (kvhost-current))
+(setq outlines (kv_hvac-getLayer "ROOM OUTLINES" nil)
+      labels (kv_hvac-getLayer "ROOM LABELS" nil))
+(demo-line "room outline layer" (if outlines outlines "(no project database)"))
+(demo-line "room label layer" (if labels labels "(no project database)"))
+(if (not outlines) (setq outlines (kvhost-layer "ROOM OUTLINES" 3)))
+(if (not labels) (setq labels (kvhost-layer "ROOM LABELS" 7)))
+
+(demo-title "Rooms")
+;; Three offices along the south wall and an open office behind them, in inches.
+(setq rooms (list (list "101 Office" '((0 0) (180 0) (180 150) (0 150)))
+                  (list "102 Office" '((180 0) (360 0) (360 150) (180 150)))
+                  (list "103 Meeting" '((360 0) (600 0) (600 150) (360 150)))
+                  (list "104 Open office" '((0 150) (600 150) (600 420) (0 420)))))
+(foreach room rooms
+  (demo-outline outlines (cadr room))
+  (demo-label labels (list (+ (car (car (cadr room))) 12) (+ (cadr (car (cadr room))) 30) 0) (car room))
+  (demo-line (car room) "outline drawn"))
+
+(demo-title "Cooling loads at 40 N in July")
+(setq wallS (kv_hvac-getWallCLTDDxf 40 1 "S" 6)
+      roof (kv_hvac-getRoofCLTDDxf 40 3 6)
+      glassS (kv_hvac-getGlassCLTDDxf 40 "B" "S" 6))
+(foreach item (list (list "south wall, group 1 (CLTD, F)" wallS)
+                    (list "roof 3 (CLTD, F)" roof)
+                    (list "south glass, zone B (SCL, Btu/h ft2)" glassS))
+  (setq peak (demo-peak (cadr item)))
+  (demo-line (car item) (strcat "peak " (rtos (cdr peak) 2 0) " at " (demo-hour-name (car peak)))))
+
+;; Partial sums for room 101 at 3 pm in July: wall and glass areas times their curves.
+(kv_hvac-loads-resetRoomData)
+(setq at3pm (cdr (nth 14 wallS)) glass3pm (cdr (nth 14 glassS)))
+(kv_hvac-loads-storeRoomData 101 6 14 "dWall" (* 0.09 120.0 at3pm) "dGlass" (* 0.55 40.0 glass3pm))
+(kv_hvac-loads-storeRoomData 101 6 14 "dWall" (* 0.09 60.0 at3pm))
+(demo-line "room 101, July 3 pm, stored sums"
+           (vl-remove-if '(lambda (pair) (zerop (cdr pair))) (kv_hvac-loads-getRoomData 101 6 14)))
+
+(demo-title "Flexible duct route")
+(setq route (kv_hvac-getPlinePoints 6.0 -1.0 -1.0 '(420 300 96) '(470 340 96) '(540 330 96)))
+(demo-line "points along the flex" (length route))
+(demo-line "first and last" (list (car route) (last route)))
+
+(demo-title "3D supply run")
+(setq sq (kv_solid-test-elbow "SQUARE" '(60 360 96) '(300 360 96) '(300 200 96) 14 10))
+(kv_solid-test-duct '(60 360 96) (cadr sq) 14 10)
+(setq wy (kv_solid-test-wye (caddr sq) '(300 120 96) '(340 80 96) '(260 80 96) 14 10))
+(kv_solid-test-duct (caddr sq) (cadr wy) 14 10)
+(setq legE (cadddr wy) diffAt (list (+ (car legE) 50) (- (cadr legE) 50) 96))
+(kv_solid-test-duct legE diffAt 14 10)
+(kv_solid-test-diffuser (list (car diffAt) (cadr diffAt) 70) 1 24 24 10)
+(kv_solid-test-flex (list (caddr wy) '(220 60 96) '(140 60 96)) 6.0 '(-0.7071 -0.7071 0) '(-1 0 0))
+(demo-line "solids and their volumes (in3)" (mapcar '(lambda (v) (fix v)) (kv_solid-volumes)))
+
+(demo-title "Files")
+(kvhost-save)
+(demo-line "saved" (kvhost-current))
+(kvhost-export-dxf "office.dxf")
+(demo-line "DXF" "office.dxf")
+(kvhost-plot "office.png" 1200)
+(kvhost-plot "office.svg")
+(demo-line "plots" "office.png office.svg")
+(demo-line "STEP bodies" (kv_solid-exportStep "office.step"))
+(c:checkkv)
+(princ "\n")
