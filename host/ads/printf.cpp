@@ -11,7 +11,7 @@
 
 namespace {
 
-struct Spec {
+struct FormatSpec {
   std::string flags;
   int width = -1;
   int precision = -1;
@@ -20,21 +20,21 @@ struct Spec {
 };
 
 // Pads text (counted in characters) to the field width, left or right.
-void pad(std::wstring& out, std::wstring_view text, const Spec& spec) {
-  bool left = spec.flags.find('-') != std::string::npos;
-  std::size_t w = spec.width > 0 ? static_cast<std::size_t>(spec.width) : 0;
+void pad(std::wstring& out, std::wstring_view text, const FormatSpec& fmt_spec) {
+  bool left = fmt_spec.flags.find('-') != std::string::npos;
+  std::size_t w = fmt_spec.width > 0 ? static_cast<std::size_t>(fmt_spec.width) : 0;
   std::size_t fill = w > text.size() ? w - text.size() : 0;
   if (!left) out.append(fill, L' ');
   out.append(text);
   if (left) out.append(fill, L' ');
 }
 
-// Formats one numeric conversion with the C library, from a narrow copy of the spec.
+// Formats one numeric conversion with the C library, from a narrow copy of the fmt_spec.
 template <typename T>
-void number(std::wstring& out, const Spec& spec, const char* length, char conv, T value) {
-  std::string fmt = "%" + spec.flags;
-  if (spec.width >= 0) fmt += std::to_string(spec.width);
-  if (spec.precision >= 0) fmt += "." + std::to_string(spec.precision);
+void number(std::wstring& out, const FormatSpec& fmt_spec, const char* length, char conv, T value) {
+  std::string fmt = "%" + fmt_spec.flags;
+  if (fmt_spec.width >= 0) fmt += std::to_string(fmt_spec.width);
+  if (fmt_spec.precision >= 0) fmt += "." + std::to_string(fmt_spec.precision);
   fmt += length;
   fmt += conv;
   char buf[512];
@@ -45,89 +45,89 @@ void number(std::wstring& out, const Spec& spec, const char* length, char conv, 
 }
 
 // Reads flags, width, precision and length of one conversion starting after '%'.
-const wchar_t* parseSpec(const wchar_t* p, Spec& spec, va_list& ap) {
-  while (*p && std::wcschr(L"-+ #0", *p)) spec.flags.push_back(static_cast<char>(*p++));
+const wchar_t* parseSpec(const wchar_t* p, FormatSpec& fmt_spec, va_list& ap) {
+  while (*p && std::wcschr(L"-+ #0", *p)) fmt_spec.flags.push_back(static_cast<char>(*p++));
   if (*p == L'*') {
-    spec.width = va_arg(ap, int);
-    if (spec.width < 0) {
-      spec.flags.push_back('-');
-      spec.width = -spec.width;
+    fmt_spec.width = va_arg(ap, int);
+    if (fmt_spec.width < 0) {
+      fmt_spec.flags.push_back('-');
+      fmt_spec.width = -fmt_spec.width;
     }
     ++p;
   } else {
-    for (spec.width = -1; *p >= L'0' && *p <= L'9'; ++p) spec.width = (spec.width < 0 ? 0 : spec.width * 10) + (*p - L'0');
+    for (fmt_spec.width = -1; *p >= L'0' && *p <= L'9'; ++p) fmt_spec.width = (fmt_spec.width < 0 ? 0 : fmt_spec.width * 10) + (*p - L'0');
   }
   if (*p == L'.') {
     ++p;
-    spec.precision = 0;
+    fmt_spec.precision = 0;
     if (*p == L'*') {
-      spec.precision = va_arg(ap, int);
+      fmt_spec.precision = va_arg(ap, int);
       ++p;
     } else {
-      for (; *p >= L'0' && *p <= L'9'; ++p) spec.precision = spec.precision * 10 + (*p - L'0');
+      for (; *p >= L'0' && *p <= L'9'; ++p) fmt_spec.precision = fmt_spec.precision * 10 + (*p - L'0');
     }
   }
-  using L = Spec::Length;
-  if (*p == L'h') { spec.length = L::Short; ++p; }
-  else if (*p == L'l' && p[1] == L'l') { spec.length = L::LongLong; p += 2; }
-  else if (*p == L'l' || *p == L'L' || *p == L'z') { spec.length = L::Long; ++p; }
-  else if (*p == L'I' && p[1] == L'6' && p[2] == L'4') { spec.length = L::LongLong; p += 3; }
-  spec.conv = *p;
+  using L = FormatSpec::Length;
+  if (*p == L'h') { fmt_spec.length = L::Short; ++p; }
+  else if (*p == L'l' && p[1] == L'l') { fmt_spec.length = L::LongLong; p += 2; }
+  else if (*p == L'l' || *p == L'L' || *p == L'z') { fmt_spec.length = L::Long; ++p; }
+  else if (*p == L'I' && p[1] == L'6' && p[2] == L'4') { fmt_spec.length = L::LongLong; p += 3; }
+  fmt_spec.conv = *p;
   return *p ? p + 1 : p;
 }
 
-void integer(std::wstring& out, const Spec& spec, va_list& ap) {
-  using L = Spec::Length;
-  char c = static_cast<char>(spec.conv);
+void integer(std::wstring& out, const FormatSpec& fmt_spec, va_list& ap) {
+  using L = FormatSpec::Length;
+  char c = static_cast<char>(fmt_spec.conv);
   bool isSigned = c == 'd' || c == 'i';
-  if (spec.length == L::LongLong) {
-    if (isSigned) number(out, spec, "ll", c, va_arg(ap, long long));
-    else number(out, spec, "ll", c, va_arg(ap, unsigned long long));
-  } else if (spec.length == L::Long) {
-    if (isSigned) number(out, spec, "l", c, va_arg(ap, long));
-    else number(out, spec, "l", c, va_arg(ap, unsigned long));
-  } else if (spec.length == L::Short) {
-    if (isSigned) number(out, spec, "", c, static_cast<int>(static_cast<short>(va_arg(ap, int))));
-    else number(out, spec, "", c, static_cast<unsigned>(static_cast<unsigned short>(va_arg(ap, unsigned))));
+  if (fmt_spec.length == L::LongLong) {
+    if (isSigned) number(out, fmt_spec, "ll", c, va_arg(ap, long long));
+    else number(out, fmt_spec, "ll", c, va_arg(ap, unsigned long long));
+  } else if (fmt_spec.length == L::Long) {
+    if (isSigned) number(out, fmt_spec, "l", c, va_arg(ap, long));
+    else number(out, fmt_spec, "l", c, va_arg(ap, unsigned long));
+  } else if (fmt_spec.length == L::Short) {
+    if (isSigned) number(out, fmt_spec, "", c, static_cast<int>(static_cast<short>(va_arg(ap, int))));
+    else number(out, fmt_spec, "", c, static_cast<unsigned>(static_cast<unsigned short>(va_arg(ap, unsigned))));
   } else {
-    if (isSigned) number(out, spec, "", c, va_arg(ap, int));
-    else number(out, spec, "", c, va_arg(ap, unsigned));
+    if (isSigned) number(out, fmt_spec, "", c, va_arg(ap, int));
+    else number(out, fmt_spec, "", c, va_arg(ap, unsigned));
   }
 }
 
-void text(std::wstring& out, const Spec& spec, va_list& ap) {
+void text(std::wstring& out, const FormatSpec& fmt_spec, va_list& ap) {
   std::wstring s;
-  if (spec.length == Spec::Length::Short) {  // %hs: a narrow string
+  if (fmt_spec.length == FormatSpec::Length::Short) {  // %hs: a narrow string
     const char* n = va_arg(ap, const char*);
     s = kvads::toWide(n ? n : "(null)");
   } else {
     const wchar_t* w = va_arg(ap, const wchar_t*);
     s = w ? w : L"(null)";
   }
-  if (spec.precision >= 0 && static_cast<std::size_t>(spec.precision) < s.size()) s.resize(spec.precision);
-  pad(out, s, spec);
+  if (fmt_spec.precision >= 0 && static_cast<std::size_t>(fmt_spec.precision) < s.size()) s.resize(fmt_spec.precision);
+  pad(out, s, fmt_spec);
 }
 
-void convert(std::wstring& out, const Spec& spec, va_list& ap) {
-  switch (spec.conv) {
+void convert(std::wstring& out, const FormatSpec& fmt_spec, va_list& ap) {
+  switch (fmt_spec.conv) {
     case L'd': case L'i': case L'u': case L'x': case L'X': case L'o':
-      integer(out, spec, ap);
+      integer(out, fmt_spec, ap);
       break;
     case L'f': case L'F': case L'e': case L'E': case L'g': case L'G': case L'a': case L'A':
-      number(out, spec, "", static_cast<char>(spec.conv), va_arg(ap, double));
+      number(out, fmt_spec, "", static_cast<char>(fmt_spec.conv), va_arg(ap, double));
       break;
     case L'c': {
-      wchar_t ch = static_cast<wchar_t>(spec.length == Spec::Length::Short ? static_cast<unsigned char>(va_arg(ap, int))
+      wchar_t ch = static_cast<wchar_t>(fmt_spec.length == FormatSpec::Length::Short ? static_cast<unsigned char>(va_arg(ap, int))
                                                                             : va_arg(ap, wint_t));
-      pad(out, std::wstring_view(&ch, 1), spec);
+      pad(out, std::wstring_view(&ch, 1), fmt_spec);
       break;
     }
-    case L's': text(out, spec, ap); break;
-    case L'p': number(out, spec, "", 'p', va_arg(ap, void*)); break;
+    case L's': text(out, fmt_spec, ap); break;
+    case L'p': number(out, fmt_spec, "", 'p', va_arg(ap, void*)); break;
     case L'%': out.push_back(L'%'); break;
     default:  // an unknown conversion is written as it stands
       out.push_back(L'%');
-      if (spec.conv) out.push_back(spec.conv);
+      if (fmt_spec.conv) out.push_back(fmt_spec.conv);
   }
 }
 
@@ -143,9 +143,9 @@ int acutPrintf(const ACHAR* format, ...) {
       out.push_back(*p++);
       continue;
     }
-    Spec spec;
-    p = parseSpec(p + 1, spec, ap);
-    convert(out, spec, ap);
+    FormatSpec fmt_spec;
+    p = parseSpec(p + 1, fmt_spec, ap);
+    convert(out, fmt_spec, ap);
   }
   va_end(ap);
   kvads::consoleWrite(kvads::toUtf8(out));

@@ -145,7 +145,7 @@ void readShgf(Published& p, const std::string& dir) {
       for (int h = 0; h < kHours; ++h) p.shgf[((static_cast<std::size_t>(l) * kMonths + m) * kSurfaces + s) * kHours + h] = r.values[h];
     }
   }
-  const std::string path = dir + "/shgf_suspect_cells.txt";
+  const std::string path = dir + "/shgf_doubtful_cells.txt";
   std::ifstream in(path);
   if (!in) throw std::runtime_error(path + ": cannot open");
   std::string text;
