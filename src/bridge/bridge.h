@@ -307,6 +307,7 @@ class kvDocumentRegistry {
   const std::list<std::unique_ptr<hvacPerProjectData>>& projects() const { return projects_; }
 
  private:
+  void DetachReactors();
   void DestroyAll();
 
   bool creatingDocument_ = false;

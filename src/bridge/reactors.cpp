@@ -76,19 +76,30 @@ kvDocumentRegistry::kvDocumentRegistry() {
   acDocManagerPtr()->addReactor(documentReactor_.get());
   editorReactor_ = std::make_unique<kvEditorReactor>(*this);
   if (AcEditor* editor = Editor()) editor->addReactor(editorReactor_.get());
-  std::unique_ptr<AcApDocumentIterator> it(acDocManagerPtr()->newAcApDocumentIterator());
-  for (; it && !it->done(); it->step())
-    AddOrActivateDocument(it->document()->fileName(), it->document()->database());
-  hvacReactor_ = std::make_unique<HvacDocReactor>();
+  try {
+    std::unique_ptr<AcApDocumentIterator> it(acDocManagerPtr()->newAcApDocumentIterator());
+    for (; it && !it->done(); it->step())
+      AddOrActivateDocument(it->document()->fileName(), it->document()->database());
+    hvacReactor_ = std::make_unique<HvacDocReactor>();
+  } catch (...) {
+    // No destructor runs for a registry that failed to construct: the host must not keep
+    // reactors that point into it.
+    DetachReactors();
+    throw;
+  }
 }
 
 kvDocumentRegistry::~kvDocumentRegistry() {
+  DetachReactors();
+  DestroyAll();
+  hvacReactor_.reset();
+}
+
+void kvDocumentRegistry::DetachReactors() {
   acDocManagerPtr()->removeReactor(documentReactor_.get());
   documentReactor_.reset();
   if (AcEditor* editor = Editor()) editor->removeReactor(editorReactor_.get());
   editorReactor_.reset();
-  DestroyAll();
-  hvacReactor_.reset();
 }
 
 void kvDocumentRegistry::saveComplete(AcDbDatabase* database, const std::wstring& actualName) {

@@ -185,4 +185,26 @@ TEST_F(Documents, GuardLocksConnectsAndAlwaysUnlocks) {
   EXPECT_EQ(a->myLockMode(), AcAp::kNone);
 }
 
+TEST_F(Documents, ModuleStartReportsWhatEscapesItAndLeavesNoReactorBehind) {
+  ConsoleCapture console;
+  Open("one/a.dwg");
+  ProjectDatabaseHooks throwing;
+  throwing.projectCreated = [](hvacPerProjectData&, AcDbDatabase*) { throw std::runtime_error("boom"); };
+  SetProjectDatabaseHooks(throwing);
+  EXPECT_EQ(acrxEntryPoint(AcRx::kInitAppMsg, nullptr), AcRx::kRetError);
+  EXPECT_NE(console.take().find("\nGeneral Error:  boom"), std::string::npos);
+  EXPECT_EQ(DocumentRegistry(), nullptr);
+  // The failed registry's reactors are gone: document events after it reach nothing of it.
+  Open("two/b.dwg");
+  acDocManagerPtr()->closeAll();
+
+  throwing.projectCreated = [](hvacPerProjectData&, AcDbDatabase*) { throw 42; };
+  SetProjectDatabaseHooks(throwing);
+  Open("one/c.dwg");
+  EXPECT_EQ(acrxEntryPoint(AcRx::kInitAppMsg, nullptr), AcRx::kRetError);
+  EXPECT_NE(console.take().find("\nKelvane error.\nClosing AutoCAD and reopening it should fix this problem.\n"),
+            std::string::npos);
+  EXPECT_EQ(acrxEntryPoint(AcRx::kUnloadAppMsg, nullptr), AcRx::kRetOK);
+}
+
 }  // namespace
