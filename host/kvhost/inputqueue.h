@@ -26,14 +26,14 @@ enum class EventKind {
   Move,         // move TARGET             mouse move
   Wheel,        // wheel N [TARGET]        N notches, positive away from the user
   MessageBox,   // answer ok|cancel|yes|no|abort|retry|ignore
-  FileDialog,   // file PATH | file cancel
-  PrintDialog,  // print PATH.pdf | print cancel
+  FileDialog,   // file PATH | file cancel     text: the path, empty for cancel
+  PrintDialog,  // print PATH.pdf | print cancel  text: the path, empty for cancel
   Wait,         // wait MS                 advances the clock by MS milliseconds (timers fire)
 };
 
-// Where a window event lands. Either a point in the client coordinates of the window that has
-// focus or capture (x,y), or a control by its id (#1001), with an optional point inside it
-// (#1001@5,3); in both forms a window may be named by its title ("in Options").
+// Where a window event lands. Either a point in the client coordinates of the active window
+// (x,y), or a control by its id (#1001), with an optional point inside it (#1001@5,3); in both
+// forms a window may be named by its title ("in Options") instead of the active one.
 struct Target {
   bool hasPoint = false;
   int x = 0, y = 0;
@@ -48,7 +48,8 @@ struct Event {
   EventKind kind = EventKind::Enter;
   double x = 0, y = 0, z = 0;  // Point
   bool hasZ = false;
-  std::string text;            // Text, Chars, Key name (upper case: F2, TAB, A, DOWN), answers
+  std::string text;            // Text, Chars, Key name (upper case: F2, TAB, A, DOWN), answers,
+                               // dialog paths (empty: cancelled)
   unsigned modifiers = kNone;  // Key, and the button events
   Target target, target2;      // button events; target2 is where a Drag ends
   int amount = 0;              // Wheel notches, Wait milliseconds

@@ -24,7 +24,8 @@ const char kUsage[] =
     "              [--no-module] [SCRIPT.lsp]...\n"
     "\n"
     "Runs the HVAC module in the stand-in host.\n"
-    "  --project DIR    works in DIR (made when missing): the project of an unsaved drawing\n"
+    "  --project DIR    works in DIR (made when missing): the project of an unsaved drawing;\n"
+    "                   a new <DIR name>_kv_hvac.kv is made when DIR has no project file\n"
     "  --open DRAWING   opens a drawing, or creates it (the last one is current)\n"
     "  --input FILE     fills the user-input queue (grammar: host/kvhost/README.md)\n"
     "  -e EXPR          evaluates a LISP expression\n"
@@ -190,6 +191,29 @@ bool enterProject(const std::string& dir) {
   return true;
 }
 
+// A project folder without a project file gets a new one, named so that the finder picks it
+// ("<folder>_kv_hvac.kv"): drawings opened in it connect instead of reporting that no database
+// was found. A folder with several candidates is left alone, for the module to report. Without
+// the project database component in this configuration nothing is made. False when the file
+// was needed and could not be made.
+bool ensureProjectFile() {
+  if (!kvlisp::findNative("kvdb-candidates") || !kvlisp::findNative("kvdb-create")) return true;
+  const std::string folder = std::filesystem::current_path().string();
+  kvlisp::Environment env;
+  try {
+    if (!env.call("kvdb-candidates", {kvlisp::Value::string(folder), kvlisp::Value::string("kv_hvac")}).isNil())
+      return true;
+    std::string name = std::filesystem::path(folder).filename().string();
+    std::string path = folder + "/" + (name.empty() ? "project" : name) + "_kv_hvac.kv";
+    env.call("kvdb-create", {kvlisp::Value::string(path)});
+    std::printf("kvhost: the project folder had no project file; created %s\n", path.c_str());
+    return true;
+  } catch (const kvlisp::Error& e) {
+    std::fprintf(stderr, "kvhost: cannot create the project file in %s: %s\n", folder.c_str(), e.what());
+    return false;
+  }
+}
+
 // Start, documents, actions, stop: the exit status.
 int session(const Options& o, Module& module) {
   if (!module.send(AcRx::kInitAppMsg)) {
@@ -221,7 +245,7 @@ int main(int argc, char** argv) {
   Options o = parseArgs(argc, argv);
   if (!o.project.empty()) {
     anchorPaths(o);
-    if (!enterProject(o.project)) return 2;
+    if (!enterProject(o.project) || !ensureProjectFile()) return 2;
   }
   try {
     for (const std::string& f : o.inputs) kvinput::InputQueue::instance().loadFile(f);

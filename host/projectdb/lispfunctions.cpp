@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <map>
 #include <set>
+#include <vector>
 
 #include "impl.h"
 #include "lisp.h"
@@ -130,28 +131,49 @@ std::string upper(std::string text) {
   return text;
 }
 
-// The one file of folder named *key*.extension that counts; "" for none or for two.
-std::string findWithExtension(const std::string& folder, const std::string& key, const std::string& extension) {
-  std::string found;
-  int hits = 0;
+// Every file of folder named *key*.extension that counts as a project file, in directory order.
+std::vector<std::string> candidates(const std::string& folder, const std::string& key, const std::string& extension) {
+  std::vector<std::string> found;
   DIR* dir = opendir(folder.c_str());
-  if (!dir) return "";
+  if (!dir) return found;
   std::string suffix = "." + upper(extension);
   while (dirent* entry = readdir(dir)) {
     std::string name = upper(entry->d_name);
     if (name.size() <= suffix.size() || name.compare(name.size() - suffix.size(), suffix.size(), suffix) != 0) continue;
     if (name.find(upper(key)) == std::string::npos || !countsAsCandidate(name)) continue;
-    found = folder + "/" + entry->d_name;
-    if (++hits == 2) break;
+    found.push_back(folder + "/" + entry->d_name);
   }
   closedir(dir);
-  return hits == 1 ? found : "";
+  return found;
+}
+
+// The one file of folder named *key*.extension that counts; "" for none or for two.
+std::string findWithExtension(const std::string& folder, const std::string& key, const std::string& extension) {
+  std::vector<std::string> found = candidates(folder, key, extension);
+  return found.size() == 1 ? found.front() : "";
+}
+
+std::string folderArgument(Args args) {
+  std::string folder = kvlisp::argString(args, 0);
+  while (!folder.empty() && (folder.back() == ' ' || folder.back() == '/' || folder.back() == '\\')) folder.pop_back();
+  return folder;
+}
+
+// (kvdb-candidates folder key): every file the finder weighs, .kv and .mdb, to tell "none"
+// from "several" (kvdb-find answers nil for both).
+Value listCandidates(Environment&, Args args) {
+  std::string folder = folderArgument(args);
+  std::vector<Value> paths;
+  if (folder.empty()) return Value();
+  for (const char* extension : {"kv", "mdb"})
+    for (std::string& path : candidates(folder, kvlisp::argString(args, 1), extension))
+      paths.push_back(Value::string(std::move(path)));
+  return Value::list(paths);
 }
 
 // (kvdb-find folder key): the project file of a folder by the finder's rule, or nil.
 Value find(Environment&, Args args) {
-  std::string folder = kvlisp::argString(args, 0);
-  while (!folder.empty() && (folder.back() == ' ' || folder.back() == '/' || folder.back() == '\\')) folder.pop_back();
+  std::string folder = folderArgument(args);
   if (folder.empty()) return Value();
   const std::string& key = kvlisp::argString(args, 1);
   std::string path = findWithExtension(folder, key, "kv");
@@ -162,6 +184,8 @@ Value find(Environment&, Args args) {
 const kvlisp::NativeDef kFunctions[] = {
     {"kvdb-find", "(kvdb-find folder key)",
      "The one project file of FOLDER whose name holds KEY (.kv, else .mdb); nil for none or several.", find},
+    {"kvdb-candidates", "(kvdb-candidates folder key)",
+     "Every file of FOLDER whose name holds KEY that the finder weighs (.kv, then .mdb).", listCandidates},
     {"kvdb-query", "(kvdb-query path sql [column [sortColumn [distinct]]])",
      "The values of COLUMN (else the first) of every row of SQL, ordered by SORTCOLUMN, repeats dropped with "
      "DISTINCT.",

@@ -388,10 +388,7 @@ CFileDialog::CFileDialog(BOOL open, LPCTSTR defExt, LPCTSTR fileName, DWORD flag
 INT_PTR CFileDialog::DoModal() {
   for (;;) {
     auto e = takeAnswer(kvinput::EventKind::FileDialog);
-    if (!e) return IDCANCEL;
-    std::string word = e->text;
-    for (auto& c : word) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    if (word.empty() || word == "cancel") return IDCANCEL;
+    if (!e || e->text.empty()) return IDCANCEL;  // "file cancel" reads as an empty path
     CString path = kvui::fromUtf8(e->text);
     if (!defaultExt_.IsEmpty() && fs::path(kvui::toUtf8(path.str())).extension().empty()) path += CString(L".") + defaultExt_;
     if (open_ && (m_ofn.Flags & OFN_FILEMUSTEXIST) && !fs::exists(kvui::toUtf8(path.str()))) {
@@ -445,10 +442,7 @@ CPrintDialog::~CPrintDialog() = default;
 
 INT_PTR CPrintDialog::DoModal() {
   auto e = takeAnswer(kvinput::EventKind::PrintDialog);
-  if (!e) return IDCANCEL;
-  std::string word = e->text;
-  for (auto& c : word) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-  if (word.empty() || word == "cancel") return IDCANCEL;
+  if (!e || e->text.empty()) return IDCANCEL;  // "print cancel" reads as an empty path
   path_ = kvui::fromUtf8(e->text);
   m_pd.hDC = newPrinterDc(path_);
   if (!m_pd.hDC) {

@@ -84,6 +84,8 @@ TEST(InputGrammar, DialogAnswersAndTime) {
   EXPECT_EQ(parse("file /tmp/a b.dwg").text, "/tmp/a b.dwg");
   EXPECT_EQ(parse("file cancel").text, "") << "a cancelled dialog has no path";
   EXPECT_EQ(parse("print out.pdf").kind, EventKind::PrintDialog);
+  EXPECT_EQ(parse("print Cancel").text, "");
+  EXPECT_EQ(parse("file ./cancel").text, "./cancel") << "a file named cancel, written with its folder";
   Event w = parse("wait 250");
   EXPECT_EQ(w.kind, EventKind::Wait);
   EXPECT_EQ(w.amount, 250);

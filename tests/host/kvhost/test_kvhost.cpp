@@ -121,6 +121,7 @@ TEST(Kvhost, CommandLine) {
   std::ofstream(dir / "script.lsp") << "(princ (findfile \"here.txt\"))";
   fs::create_directories(dir / "proj");
   std::ofstream(dir / "proj" / "here.txt") << "x";
+  std::ofstream(dir / "proj" / "proj_kv_hvac.kv") << "";
   r = kvhost("--project proj script.lsp", "", "cd " + dir.string() + " &&");
   EXPECT_EQ(r.status, 0);
   EXPECT_EQ(r.out, "[init][load]" + (dir / "proj" / "here.txt").string() + "[unload]")
@@ -131,6 +132,37 @@ TEST(Kvhost, CommandLine) {
   r = kvhost("--open " + (dir / "plan.dwg").string() + " -e '(princ 1)'");
   EXPECT_EQ(r.status, 0);
   EXPECT_TRUE(r.out.starts_with("[init][load]1[unload]")) << r.out;
+}
+
+// A project folder gets a project file when it has none, and only then: an existing one (even
+// an old-format one) and several candidates are the module's to deal with.
+TEST(Kvhost, ProjectFolderWithoutAProjectFileGetsOne) {
+  fs::path dir = tempDir("kvhost_newproject");
+  fs::path made = dir / "office" / "office_kv_hvac.kv";
+  HostRun r = kvhost("--project " + (dir / "office").string() + " -e '(princ (kvdb-find \".\" \"kv_hvac\"))'");
+  EXPECT_EQ(r.status, 0) << r.out;
+  EXPECT_EQ(r.out, "kvhost: the project folder had no project file; created " + made.string() + "\n[init][load]" +
+                       "./office_kv_hvac.kv[unload]");
+  EXPECT_EQ(kvhost("-e '(princ (kvdb-query \"" + made.string() + "\" \"SELECT COUNT(*) FROM tblMonth\"))'").out,
+            "[init][load](12)[unload]")
+      << "a full project, not an empty file";
+  r = kvhost("--project " + (dir / "office").string() + " -e '(princ 1)'");
+  EXPECT_EQ(r.out, "[init][load]1[unload]") << "the second run finds it";
+
+  fs::create_directories(dir / "old");
+  std::ofstream(dir / "old" / "old_kv_hvac.mdb") << "";
+  fs::create_directories(dir / "two");
+  std::ofstream(dir / "two" / "a_kv_hvac.kv") << "";
+  std::ofstream(dir / "two" / "b_kv_hvac.kv") << "";
+  fs::create_directories(dir / "master");
+  std::ofstream(dir / "master" / "x_MASTER_kv_hvac.kv") << "";
+  for (const char* folder : {"old", "two"}) {
+    r = kvhost("--project " + (dir / folder).string() + " -e '(princ 1)'");
+    EXPECT_EQ(r.out, "[init][load]1[unload]") << folder;
+  }
+  EXPECT_EQ(std::distance(fs::directory_iterator(dir / "two"), fs::directory_iterator()), 2);
+  r = kvhost("--project " + (dir / "master").string() + " -e '(princ 1)'");
+  EXPECT_TRUE(fs::exists(dir / "master" / "master_kv_hvac.kv")) << "a master file is not the project's: " << r.out;
 }
 
 TEST(Kvhost, InputFileFillsTheQueue) {
