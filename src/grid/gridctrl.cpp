@@ -53,6 +53,12 @@ BOOL CGridCtrl::Create(const RECT& rect, CWnd* parent, UINT id, DWORD style) {
   return TRUE;
 }
 
+void CGridCtrl::PreSubclassWindow() {
+  CWnd::PreSubclassWindow();
+  if (!m_TitleTip.m_hWnd) m_TitleTip.Create(this);
+  ResetScrollBars();
+}
+
 CGridDefaultCell* CGridCtrl::GetDefaultCell(BOOL fixedRow, BOOL fixedCol) const {
   auto* self = const_cast<CGridCtrl*>(this);
   if (fixedRow && fixedCol) return &self->m_cellFixedRowColDef;

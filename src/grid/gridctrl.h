@@ -686,6 +686,8 @@ class CGridCtrl : public CWnd {
   void OnVScroll(UINT code, UINT pos, CScrollBar* bar) override;
   BOOL OnNotify(WPARAM w, LPARAM l, LRESULT* result) override;
   void OnKillFocus(CWnd* next) override;
+  // A grid taken over from a dialog template's custom control gets its tip and bars here.
+  void PreSubclassWindow() override;
 
  private:
   using Row = std::vector<std::unique_ptr<CGridCellBase>>;

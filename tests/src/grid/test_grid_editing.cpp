@@ -159,3 +159,51 @@ TEST_F(GridTest, OpenListTakesTypedTextAndItsEditor) {
   run("key ENTER");
   EXPECT_EQ(grid.GetItemText(1, 2), CString(L"14")) << "the editor's fixed text wins";
 }
+
+TEST(GridDialog, AGridInADialogTemplateEditsThroughTheModalLoop) {
+  kvinput::InputQueue::instance().clear();
+  DialogTemplate t;
+  t.id = 4711;
+  t.title = L"Grid Dialog";
+  t.cx = 260;
+  t.cy = 160;
+  t.items = {kvui::Control(L"", 1007, L"MFCGridCtrl", WS_TABSTOP | WS_BORDER, 7, 7, 246, 120),
+             kvui::DefPushButton(L"OK", IDOK, 105, 138, 50, 14)};
+  kvui::RegisterDialogTemplate(t);
+  class Dlg : public CDialog {
+   public:
+    Dlg() : CDialog(4711) {}
+    CGridCtrl grid;
+    CString kept;
+    std::vector<int> codes;
+    BOOL OnInitDialog() override {
+      CDialog::OnInitDialog();
+      grid.SubclassDlgItem(1007, this);
+      grid.SetColumnCount(3);
+      grid.SetFixedRowCount(1);
+      grid.SetRowCount(4);
+      grid.SetItemText(1, 1, L"old");
+      return TRUE;
+    }
+    BOOL OnNotify(WPARAM w, LPARAM l, LRESULT* result) override {
+      if (w == 1007) codes.push_back(static_cast<int>(reinterpret_cast<NMHDR*>(l)->code));
+      return CDialog::OnNotify(w, l, result);
+    }
+    void OnOK() override {
+      kept = grid.GetItemText(1, 1);
+      CDialog::OnOK();
+    }
+  };
+  Dlg dlg;
+  // Once the dialog is up the grid is a child of it; its cell (1,1) sits past the first column.
+  CGridCtrl probe;  // only to learn the default sizes for the click point
+  int x = probe.GetDefaultCell(FALSE, FALSE)->GetWidth() + 10, y = probe.GetDefaultCell(FALSE, FALSE)->GetHeight() * 3 / 2;
+  std::string cell = "#1007@" + std::to_string(x) + "," + std::to_string(y);
+  kvinput::InputQueue::instance().loadText("click " + cell + "\ntype new\nkey TAB\nclick #1", "test");
+  EXPECT_EQ(dlg.DoModal(), IDOK);
+  EXPECT_EQ(dlg.kept, CString(L"new"));
+  ASSERT_GE(dlg.codes.size(), 4u);
+  EXPECT_EQ(dlg.codes[0], int(GVN_SELCHANGING));
+  EXPECT_NE(std::find(dlg.codes.begin(), dlg.codes.end(), int(GVN_ENDLABELEDIT)), dlg.codes.end());
+  kvui::ResetWindowingState();
+}
