@@ -686,6 +686,7 @@ class CGridCtrl : public CWnd {
   void OnVScroll(UINT code, UINT pos, CScrollBar* bar) override;
   BOOL OnNotify(WPARAM w, LPARAM l, LRESULT* result) override;
   void OnKillFocus(CWnd* next) override;
+  void OnTimer(UINT_PTR id) override;
   // A grid taken over from a dialog template's custom control gets its tip and bars here.
   void PreSubclassWindow() override;
 
@@ -717,6 +718,7 @@ class CGridCtrl : public CWnd {
   bool overColumnDivider(CPoint p, int& col) const;
   bool overRowDivider(CPoint p, int& row) const;
   void showTitleTip(CPoint p);
+  void extendSelectionTo(CPoint p);
   void printPage(CDC* dc, int page, int pages, const std::vector<int>& starts, double scale, const CRect& pageRect, int lineH);
   CString documentName() const;
   bool cellTextRect(int row, int col, CRect& r);
@@ -762,6 +764,8 @@ class CGridCtrl : public CWnd {
   CPoint m_LeftClickDownPoint;
   int m_nSizingIndex = -1;
   int m_nPaintedCells = 0;
+  CPoint m_LastMousePoint;
+  bool m_bAutoScrolling = false;
   std::map<std::string, std::unique_ptr<CFont>> m_fontCache;
   std::map<std::string, int> m_lineHeights;
 };

@@ -130,6 +130,10 @@ void CGridCtrl::OnLButtonDown(UINT flags, CPoint p) {
 void CGridCtrl::OnLButtonUp(UINT, CPoint p) {
   GridMouseMode mode = m_MouseMode;
   m_MouseMode = GridMouseMode::Nothing;
+  if (m_bAutoScrolling) {
+    KillTimer(1);
+    m_bAutoScrolling = false;
+  }
   if (GetCapture() == this) ReleaseCapture();
   ClipCursor(nullptr);
   bool wasDown = m_bClickDown;
@@ -204,19 +208,52 @@ void CGridCtrl::OnMouseMove(UINT flags, CPoint p) {
     return;
   }
   if ((m_MouseMode == GridMouseMode::SelectCells || m_MouseMode == GridMouseMode::SelectRow) && (flags & MK_LBUTTON)) {
-    CCellID to = GetCellFromPt(p);
-    if (!to.IsValid() || !m_LeftClickDownCell.IsValid()) return;
-    int r1 = std::max(m_nFixedRows, std::min(to.row, m_LeftClickDownCell.row)), r2 = std::max(to.row, m_LeftClickDownCell.row);
-    int c1 = std::max(m_nFixedCols, std::min(to.col, m_LeftClickDownCell.col)), c2 = std::max(to.col, m_LeftClickDownCell.col);
-    if (m_MouseMode == GridMouseMode::SelectRow) {
-      c1 = m_nFixedCols;
-      c2 = m_nCols - 1;
+    m_LastMousePoint = p;
+    CRect client;
+    GetClientRect(&client);
+    // Past the edge the view follows the mouse on a timer until the button comes up.
+    if (!client.PtInRect(p) && !m_bAutoScrolling) {
+      m_bAutoScrolling = true;
+      SetTimer(1, static_cast<UINT>(m_nAutoScrollTimerMs));
     }
-    clearSelection();
-    for (int r = r1; r <= r2; ++r)
-      for (int c = c1; c <= c2; ++c) setSelected(CCellID(r, c), true);
-    Refresh();
+    extendSelectionTo(p);
   }
+}
+
+void CGridCtrl::OnTimer(UINT_PTR id) {
+  if (id != 1) {
+    CWnd::OnTimer(id);
+    return;
+  }
+  CRect client;
+  GetClientRect(&client);
+  CPoint p = m_LastMousePoint;
+  if (!m_bAutoScrolling || client.PtInRect(p)) {
+    KillTimer(1);
+    m_bAutoScrolling = false;
+    return;
+  }
+  if (p.y >= client.bottom) OnVScroll(SB_LINEDOWN, 0, nullptr);
+  else if (p.y < fixedRowHeight()) OnVScroll(SB_LINEUP, 0, nullptr);
+  if (p.x >= client.right) OnHScroll(SB_LINERIGHT, 0, nullptr);
+  else if (p.x < fixedColumnWidth()) OnHScroll(SB_LINELEFT, 0, nullptr);
+  extendSelectionTo(CPoint(std::clamp<LONG>(p.x, fixedColumnWidth(), client.right - 1),
+                           std::clamp<LONG>(p.y, fixedRowHeight(), client.bottom - 1)));
+}
+
+void CGridCtrl::extendSelectionTo(CPoint p) {
+  CCellID to = GetCellFromPt(p);
+  if (!to.IsValid() || !m_LeftClickDownCell.IsValid()) return;
+  int r1 = std::max(m_nFixedRows, std::min(to.row, m_LeftClickDownCell.row)), r2 = std::max(to.row, m_LeftClickDownCell.row);
+  int c1 = std::max(m_nFixedCols, std::min(to.col, m_LeftClickDownCell.col)), c2 = std::max(to.col, m_LeftClickDownCell.col);
+  if (m_MouseMode == GridMouseMode::SelectRow) {
+    c1 = m_nFixedCols;
+    c2 = m_nCols - 1;
+  }
+  clearSelection();
+  for (int r = r1; r <= r2; ++r)
+    for (int c = c1; c <= c2; ++c) setSelected(CCellID(r, c), true);
+  Refresh();
 }
 
 void CGridCtrl::showTitleTip(CPoint p) {

@@ -158,3 +158,21 @@ TEST_F(GridTest, RedrawOffHoldsPaintingAndListModeEditsOnDoubleClick) {
   grid.AutoSizeColumns();
   EXPECT_GT(grid.GetColumnWidth(1), 200);
 }
+
+TEST_F(GridTest, DraggingPastTheBottomScrollsOnTheTimerUntilRelease) {
+  fill(100, 3);
+  CRect client, start;
+  grid.GetClientRect(&client);
+  ASSERT_TRUE(grid.GetCellRect(2, 1, &start));
+  grid.SendMessage(WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(start.left + 5, start.top + 5));
+  grid.SendMessage(WM_MOUSEMOVE, MK_LBUTTON, MAKELPARAM(start.left + 5, client.bottom + 20));
+  run("wait 100");
+  int h = grid.GetDefaultCell(FALSE, FALSE)->GetHeight();
+  EXPECT_EQ(grid.GetVScrollPos(), 4 * h) << "one line every 25 ms";
+  int r1, c1, r2, c2;
+  grid.GetSelectedRange(r1, c1, r2, c2);
+  EXPECT_GT(r2, 10);
+  grid.SendMessage(WM_LBUTTONUP, 0, MAKELPARAM(start.left + 5, client.bottom + 20));
+  run("wait 100");
+  EXPECT_EQ(grid.GetVScrollPos(), 4 * h) << "the release stops it";
+}
