@@ -7,12 +7,13 @@ work=$2
 rm -rf "$work" && mkdir -p "$work/new" "$work/none" "$work/two" || exit 1
 fail() { echo "FAIL $*"; exit 1; }
 
+# kvhost makes the project file of a folder that has none.
 out=$("$kvhost" --project "$work/new" --open "$work/new/a.dwg" \
-  -e "(kvdb-create \"$work/new/office_kv_hvac.kv\")" \
   -e '(princ (strcat "[" (kv_hvac-getLayer "ROOM OUTLINES" nil) "]"))' \
   -e "(kvhost-export-dxf \"$work/new/a.dxf\")") || fail "kvhost: $out"
 echo "$out" | grep -q '\[M-ROOM-OTLN\]' || fail "layer name not printed: $out"
 grep -qx 'M-ROOM-OTLN' "$work/new/a.dxf" || fail "layer M-ROOM-OTLN not in the drawing"
+[ -f "$work/new/new_kv_hvac.kv" ] || fail "no project file made for the new project"
 
 expect_unconnected() {
   out=$("$kvhost" --open "$1/a.dwg" -e '(princ (list "result" (kv_hvac-getLayer "ROOM OUTLINES" nil)))') \
