@@ -100,9 +100,9 @@ LispStatus NotBuilt() {
 
 template <int Row>
 int Entry() {
-  constexpr const LispFunctionSpec& spec = kSpecs[Row];
-  if constexpr (spec.guard == Guard::None) return MapLispStatus(spec.body());
-  return LispGuard(spec.body, spec.guard == Guard::Connect ? DocumentRegistry() : nullptr);
+  constexpr const LispFunctionSpec& row = kSpecs[Row];
+  if constexpr (row.guard == Guard::None) return MapLispStatus(row.body());
+  return LispGuard(row.body, row.guard == Guard::Connect ? DocumentRegistry() : nullptr);
 }
 
 template <std::size_t... Rows>
