@@ -27,7 +27,9 @@ class Documents : public ::testing::Test {
  protected:
   void SetUp() override {
     acDocManagerPtr()->closeAll();
-    root_ = fs::path(KV_BINARY_DIR) / "bridge-documents";
+    // ctest runs the cases in parallel, beside the LISP scenario of documents: each its own folder.
+    root_ = fs::path(KV_BINARY_DIR) / "bridge-documents-unit" /
+            ::testing::UnitTest::GetInstance()->current_test_info()->name();
     fs::remove_all(root_);
     fs::create_directories(root_ / "one");
     fs::create_directories(root_ / "two");
