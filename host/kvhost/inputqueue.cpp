@@ -114,7 +114,8 @@ Target parseTarget(std::string s, const Fault& fail) {
 
 bool validKeyName(const std::string& name) {
   static const char* kNamed[] = {"ENTER", "ESC", "TAB", "SPACE", "BACK", "DELETE", "INSERT", "HOME", "END",
-                                 "PRIOR", "NEXT", "LEFT", "RIGHT", "UP", "DOWN"};
+                                 "PRIOR", "NEXT", "LEFT", "RIGHT", "UP", "DOWN", "ADD", "PLUS",
+                                 "SUBTRACT", "MINUS", "MULTIPLY", "DIVIDE"};
   if (name.size() == 1) return std::isalnum(static_cast<unsigned char>(name[0]));
   if (name.size() <= 3 && name[0] == 'F') {
     int n = 0;

@@ -54,6 +54,7 @@ TEST(InputGrammar, KeysAndButtons) {
   EXPECT_EQ(k.modifiers, kvinput::kCtrl | kvinput::kShift);
   EXPECT_EQ(parse("key f12").text, "F12");
   EXPECT_EQ(parse("key a").text, "A");
+  EXPECT_EQ(parse("key ctrl+add").text, "ADD");  // the grid expands a whole outline on Ctrl+pad plus
   Event c = parse("click #1001@5,3 in Options");
   EXPECT_EQ(c.kind, EventKind::Click);
   EXPECT_TRUE(c.target.hasControl);

@@ -176,3 +176,14 @@ TEST_F(GridTest, DraggingPastTheBottomScrollsOnTheTimerUntilRelease) {
   run("wait 100");
   EXPECT_EQ(grid.GetVScrollPos(), 4 * h) << "the release stops it";
 }
+
+TEST_F(GridTest, CtrlPadPlusAutoSizesEveryColumn) {
+  fill(4, 3);
+  grid.SetItemText(2, 1, L"a text that needs a much wider column");
+  grid.SetItemText(3, 2, L"another text wider than thirty pixels");
+  grid.SetColumnWidth(1, 30);
+  grid.SetColumnWidth(2, 30);
+  run("click " + at(1, 1) + "\nkey ctrl+add");
+  EXPECT_GT(grid.GetColumnWidth(1), 150);
+  EXPECT_GT(grid.GetColumnWidth(2), 150);
+}
