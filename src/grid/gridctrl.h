@@ -716,6 +716,9 @@ class CGridCtrl : public CWnd {
   void setVScroll(int pos);
   void setHScroll(int step);
   bool overColumnDivider(CPoint p, int& col) const;
+  // Moves the inverted drag line of a divider to p (inverting twice restores what was beneath);
+  // with erase, only takes the old line away.
+  void trackSizingLine(CPoint p, bool erase);
   bool overRowDivider(CPoint p, int& row) const;
   void showTitleTip(CPoint p);
   void extendSelectionTo(CPoint p);
@@ -763,6 +766,7 @@ class CGridCtrl : public CWnd {
   CCellID m_LeftClickDownCell;
   CPoint m_LeftClickDownPoint;
   int m_nSizingIndex = -1;
+  CRect m_rcSizingLine;  // the inverted line drawn while a divider is dragged; empty when none
   int m_nPaintedCells = 0;
   CPoint m_LastMousePoint;
   bool m_bAutoScrolling = false;

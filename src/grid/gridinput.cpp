@@ -68,6 +68,7 @@ void CGridCtrl::OnLButtonDown(UINT flags, CPoint p) {
     GetClientRect(&client);
     ClientToScreen(&client);
     ClipCursor(&client);
+    trackSizingLine(p, false);
     return;
   }
   if (overRowDivider(p, divider)) {
@@ -78,6 +79,7 @@ void CGridCtrl::OnLButtonDown(UINT flags, CPoint p) {
     GetClientRect(&client);
     ClientToScreen(&client);
     ClipCursor(&client);
+    trackSizingLine(p, false);
     return;
   }
   CCellID cell = GetCellFromPt(p);
@@ -139,6 +141,7 @@ void CGridCtrl::OnLButtonUp(UINT, CPoint p) {
   bool wasDown = m_bClickDown;
   m_bClickDown = false;
   if (mode == GridMouseMode::SizingCol || mode == GridMouseMode::SizingRow) {
+    trackSizingLine(p, true);
     CRect r;
     GetCellRect(mode == GridMouseMode::SizingCol ? 0 : m_nSizingIndex, mode == GridMouseMode::SizingCol ? m_nSizingIndex : 0, &r);
     if (mode == GridMouseMode::SizingCol) SetColumnWidth(m_nSizingIndex, std::max(0, static_cast<int>(p.x - r.left)));
@@ -207,6 +210,10 @@ void CGridCtrl::OnMouseMove(UINT flags, CPoint p) {
     }
     return;
   }
+  if (m_MouseMode == GridMouseMode::SizingCol || m_MouseMode == GridMouseMode::SizingRow) {
+    trackSizingLine(p, false);
+    return;
+  }
   if ((m_MouseMode == GridMouseMode::SelectCells || m_MouseMode == GridMouseMode::SelectRow) && (flags & MK_LBUTTON)) {
     m_LastMousePoint = p;
     CRect client;
@@ -218,6 +225,23 @@ void CGridCtrl::OnMouseMove(UINT flags, CPoint p) {
     }
     extendSelectionTo(p);
   }
+}
+
+void CGridCtrl::trackSizingLine(CPoint p, bool erase) {
+  CClientDC dc(this);
+  if (!m_rcSizingLine.IsRectEmpty()) dc.InvertRect(&m_rcSizingLine);
+  m_rcSizingLine.SetRectEmpty();
+  if (erase) return;
+  CRect client;
+  GetClientRect(&client);
+  if (m_MouseMode == GridMouseMode::SizingCol) {
+    int x = std::clamp(static_cast<int>(p.x), static_cast<int>(client.left), static_cast<int>(client.right) - 1);
+    m_rcSizingLine.SetRect(x, client.top, x + 1, client.bottom);
+  } else {
+    int y = std::clamp(static_cast<int>(p.y), static_cast<int>(client.top), static_cast<int>(client.bottom) - 1);
+    m_rcSizingLine.SetRect(client.left, y, client.right, y + 1);
+  }
+  dc.InvertRect(&m_rcSizingLine);
 }
 
 void CGridCtrl::OnTimer(UINT_PTR id) {

@@ -187,3 +187,26 @@ TEST_F(GridTest, CtrlPadPlusAutoSizesEveryColumn) {
   EXPECT_GT(grid.GetColumnWidth(1), 150);
   EXPECT_GT(grid.GetColumnWidth(2), 150);
 }
+
+TEST_F(GridTest, ADividerDragShowsAnInvertedLineThatTheReleaseTakesAway) {
+  fill(4, 4);
+  grid.SetColumnWidth(1, 60);
+  grid.UpdateWindow();
+  CRect head, r;
+  ASSERT_TRUE(grid.GetCellRect(0, 1, &head));
+  ASSERT_TRUE(grid.GetCellRect(2, 1, &r));
+  // The divider is taken in the heading; the line runs the whole height of the grid.
+  int y = (r.top + r.bottom) / 2, x = r.right + 20;
+  COLORREF before = CClientDC(&grid).GetPixel(x, y);
+  grid.SendMessage(WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(head.right - 2, (head.top + head.bottom) / 2));
+  grid.SendMessage(WM_MOUSEMOVE, MK_LBUTTON, MAKELPARAM(x, y));
+  COLORREF during = CClientDC(&grid).GetPixel(x, y);
+  EXPECT_EQ(during, before ^ 0x00FFFFFF) << "the line at the mouse is the inverse of the cell";
+  EXPECT_EQ(grid.GetColumnWidth(1), 60) << "nothing is resized before the release";
+  grid.SendMessage(WM_LBUTTONUP, 0, MAKELPARAM(x, y));
+  EXPECT_EQ(grid.GetColumnWidth(1), x - head.left);
+  grid.UpdateWindow();
+  ASSERT_TRUE(grid.GetCellRect(2, 2, &r));
+  COLORREF after = CClientDC(&grid).GetPixel(r.left + 5, y);
+  EXPECT_NE(after, during) << "no inverted line is left behind";
+}
