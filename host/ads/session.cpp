@@ -1,5 +1,6 @@
 // The bridge's state: the current LISP session, the registered entries, the call in progress
 // with its arguments and result, and the console every message goes to.
+#include <algorithm>
 #include <cstdio>
 #include <unordered_map>
 #include <vector>
@@ -88,6 +89,8 @@ void setConsoleSink(std::function<void(std::string_view)> s) {
 void consoleFlush() { std::fflush(stdout); }
 
 std::wstring toWide(std::string_view s) {
+  if (std::all_of(s.begin(), s.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; }))
+    return std::wstring(s.begin(), s.end());
   std::wstring out;
   out.reserve(s.size());
   for (std::size_t i = 0; i < s.size();) {
@@ -112,11 +115,13 @@ std::wstring toWide(std::string_view s) {
 }
 
 std::string toUtf8(std::wstring_view w) {
+  if (std::all_of(w.begin(), w.end(), [](wchar_t c) { return c >= 0 && c < 0x80; }))
+    return std::string(w.begin(), w.end());
   std::string out;
   out.reserve(w.size());
   for (wchar_t wc : w) {
     auto cp = static_cast<char32_t>(wc);
-    if (cp > 0x10FFFF) cp = 0xFFFD;
+    if (cp > 0x10FFFF || (cp >= 0xD800 && cp < 0xE000)) cp = 0xFFFD;  // not encodable: replaced
     if (cp < 0x80) {
       out.push_back(static_cast<char>(cp));
     } else if (cp < 0x800) {

@@ -1,6 +1,8 @@
 // The host's component-object layer: strings, variants, arrays, errors and class creation.
 #include "com.h"
 
+#include "ads.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -48,59 +50,9 @@ std::uint32_t SysStringLen(BSTR text) { return text ? *lengthSlot(text) : 0; }
 
 // ---- UTF-8 ---------------------------------------------------------------------------------------
 
-std::string WideToUtf8(std::wstring_view text) {
-  std::string out;
-  if (std::all_of(text.begin(), text.end(), [](wchar_t c) { return c >= 0 && c < 0x80; }))
-    return std::string(text.begin(), text.end());
-  out.reserve(text.size());
-  for (wchar_t wc : text) {
-    auto c = static_cast<std::uint32_t>(wc);
-    if (c > 0x10FFFF || (c >= 0xD800 && c <= 0xDFFF)) c = 0xFFFD;
-    if (c < 0x80) {
-      out += static_cast<char>(c);
-    } else if (c < 0x800) {
-      out += static_cast<char>(0xC0 | (c >> 6));
-      out += static_cast<char>(0x80 | (c & 0x3F));
-    } else if (c < 0x10000) {
-      out += static_cast<char>(0xE0 | (c >> 12));
-      out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-      out += static_cast<char>(0x80 | (c & 0x3F));
-    } else {
-      out += static_cast<char>(0xF0 | (c >> 18));
-      out += static_cast<char>(0x80 | ((c >> 12) & 0x3F));
-      out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-      out += static_cast<char>(0x80 | (c & 0x3F));
-    }
-  }
-  return out;
-}
-
-std::wstring Utf8ToWide(std::string_view text) {
-  std::wstring out;
-  if (std::all_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; }))
-    return std::wstring(text.begin(), text.end());
-  out.reserve(text.size());
-  std::size_t i = 0;
-  while (i < text.size()) {
-    auto b = static_cast<unsigned char>(text[i]);
-    int extra = b < 0x80 ? 0 : (b >> 5) == 0x6 ? 1 : (b >> 4) == 0xE ? 2 : (b >> 3) == 0x1E ? 3 : -1;
-    std::uint32_t c = extra == 0 ? b : extra == 1 ? (b & 0x1F) : extra == 2 ? (b & 0x0F) : (b & 0x07);
-    bool valid = extra >= 0 && i + std::size_t(extra) < text.size();
-    for (int k = 1; valid && k <= extra; ++k) {
-      auto cont = static_cast<unsigned char>(text[i + k]);
-      if ((cont & 0xC0) != 0x80) valid = false;
-      else c = (c << 6) | (cont & 0x3F);
-    }
-    if (!valid) {
-      out += L'\xFFFD';  // a malformed byte becomes one replacement character
-      ++i;
-      continue;
-    }
-    out += static_cast<wchar_t>(c);
-    i += std::size_t(extra) + 1;
-  }
-  return out;
-}
+// BSTR text and file paths cross into SQLite as UTF-8 through the bridge's one codec.
+std::string WideToUtf8(std::wstring_view text) { return kvads::toUtf8(text); }
+std::wstring Utf8ToWide(std::string_view text) { return kvads::toWide(text); }
 
 // ---- VARIANT -------------------------------------------------------------------------------------
 

@@ -5,60 +5,16 @@
 #include <map>
 #include <string>
 
+#include "ads.h"
 #include "ui.h"
 
 // ---- UTF-8 ----------------------------------------------------------------------------------
 
 namespace kvui {
 
-std::string toUtf8(std::wstring_view text) {
-  std::string out;
-  out.reserve(text.size());
-  for (wchar_t wc : text) {
-    auto c = static_cast<std::uint32_t>(wc);
-    if (c > 0x10FFFF || (c >= 0xD800 && c < 0xE000)) c = 0xFFFD;
-    if (c < 0x80) {
-      out += static_cast<char>(c);
-    } else if (c < 0x800) {
-      out += static_cast<char>(0xC0 | (c >> 6));
-      out += static_cast<char>(0x80 | (c & 0x3F));
-    } else if (c < 0x10000) {
-      out += static_cast<char>(0xE0 | (c >> 12));
-      out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-      out += static_cast<char>(0x80 | (c & 0x3F));
-    } else {
-      out += static_cast<char>(0xF0 | (c >> 18));
-      out += static_cast<char>(0x80 | ((c >> 12) & 0x3F));
-      out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-      out += static_cast<char>(0x80 | (c & 0x3F));
-    }
-  }
-  return out;
-}
-
-// Malformed sequences become U+FFFD, one per bad byte, so nothing is lost silently.
-std::wstring fromUtf8(std::string_view text) {
-  std::wstring out;
-  out.reserve(text.size());
-  std::size_t i = 0;
-  while (i < text.size()) {
-    auto b = static_cast<unsigned char>(text[i]);
-    int n = b < 0x80 ? 0 : (b >> 5) == 6 ? 1 : (b >> 4) == 14 ? 2 : (b >> 3) == 30 ? 3 : -1;
-    if (n < 0) { out += L'\uFFFD'; ++i; continue; }
-    std::uint32_t c = n == 0 ? b : (b & (0x3F >> n));
-    bool ok = true;
-    for (int k = 1; k <= n; ++k) {
-      if (i + static_cast<std::size_t>(k) >= text.size()) { ok = false; break; }
-      auto cb = static_cast<unsigned char>(text[i + static_cast<std::size_t>(k)]);
-      if ((cb & 0xC0) != 0x80) { ok = false; break; }
-      c = (c << 6) | (cb & 0x3F);
-    }
-    if (!ok) { out += L'\uFFFD'; ++i; continue; }
-    out += static_cast<wchar_t>(c);
-    i += static_cast<std::size_t>(n) + 1;
-  }
-  return out;
-}
+// Window texts reach Pango as UTF-8 through the bridge's one codec.
+std::string toUtf8(std::wstring_view text) { return kvads::toUtf8(text); }
+std::wstring fromUtf8(std::string_view text) { return kvads::toWide(text); }
 
 }  // namespace kvui
 
