@@ -28,10 +28,16 @@ enum class ProjectDbError : LONG {
   NotOpen = 3420,             // an operation on a closed connection
 };
 
+// What a write (AddRecord, UpdateRecord, DeleteRecord, Execute) answers on a closed connection,
+// with NotOpen recorded: a failing HRESULT in the control facility, as the platform's data access
+// raises its error 3420. A lost write must never look like a refused one.
+inline constexpr HRESULT PROJECTDB_E_NOTOPEN = static_cast<HRESULT>(0x800A0D5Cu);
+
 // The connection interface. Every call answers an HRESULT: a failing one means the call itself was
 // malformed (null out pointer, a row that is not a 1-D array of name/value VARIANT pairs,
 // E_NOTIMPL for an operation this host does not offer); database failures are S_OK with the out
-// flag false and the error recorded for HasError/GetLastError. Out BSTRs and arrays belong to the
+// flag false and the error recorded for HasError/GetLastError, except a write on a closed connection
+// (PROJECTDB_E_NOTOPEN). Out BSTRs and arrays belong to the
 // caller. Booleans are VARIANT_TRUE (-1) and VARIANT_FALSE (0). Every operation except HasError,
 // GetLastError, IsOpen, IsEof and IsBof clears the recorded error first.
 //

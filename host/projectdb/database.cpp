@@ -193,6 +193,11 @@ bool ProjectDatabaseImpl::RequireOpen() {
   return false;
 }
 
+HRESULT ProjectDatabaseImpl::RefuseClosedWrite() {
+  RequireOpen();
+  return PROJECTDB_E_NOTOPEN;
+}
+
 sqlite3_stmt* ProjectDatabaseImpl::Prepare(const std::string& sql) {
   auto it = statements_.find(sql);
   if (it != statements_.end()) return it->second.get();

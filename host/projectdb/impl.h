@@ -111,6 +111,8 @@ class ProjectDatabaseImpl final : public ComObject<ProjectDatabase> {
   // Records the error of a failed SQLite call under the closest engine code; answers false.
   bool Fail(int rc, std::string_view what);
   bool RequireOpen();
+  // Records NotOpen and gives the failing answer of a write on a closed connection.
+  HRESULT RefuseClosedWrite();
   sqlite3_stmt* Prepare(const std::string& sql);
   bool Run(sqlite3_stmt* s);  // steps to the end; false (error recorded) on failure
   // Steps a write with RETURNING to the end, keeping its first row (empty when none).

@@ -124,6 +124,7 @@ HRESULT ProjectDatabaseImpl::AddRecord(SAFEARRAY* row, LONG, SAFEARRAY** outRow,
   *outRow = nullptr;
   SetFlag(ok, false);
   ClearError();
+  if (!db_) return RefuseClosedWrite();
   Cursor* cursor = Current();
   if (!cursor) return S_OK;
   const TableInfo& table = *cursor->table;
@@ -156,6 +157,7 @@ HRESULT ProjectDatabaseImpl::UpdateRecord(SAFEARRAY* row, SAFEARRAY** outRow, VA
   *outRow = nullptr;
   SetFlag(ok, false);
   ClearError();
+  if (!db_) return RefuseClosedWrite();
   Cursor* cursor = Current();
   if (!cursor) return S_OK;
   const TableInfo& table = *cursor->table;
@@ -196,6 +198,7 @@ HRESULT ProjectDatabaseImpl::DeleteRecord(VARIANT_BOOL* done) {
   if (!done) return E_POINTER;
   SetFlag(done, false);
   ClearError();
+  if (!db_) return RefuseClosedWrite();
   Cursor* cursor = Current();
   if (!cursor) return S_OK;
   if (cursor->state != Cursor::State::OnRow) {
@@ -268,7 +271,7 @@ HRESULT ProjectDatabaseImpl::Execute(BSTR sql, VARIANT_BOOL* ok) {
   if (!ok) return E_POINTER;
   SetFlag(ok, false);
   ClearError();
-  if (!RequireOpen()) return S_OK;
+  if (!RequireOpen()) return PROJECTDB_E_NOTOPEN;
   std::string text = TranslateSql(BstrToUtf8(sql));
   bool ownTransaction = sqlite3_get_autocommit(db_.get()) != 0;
   if (ownTransaction && !Begin()) return S_OK;

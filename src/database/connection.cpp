@@ -110,6 +110,11 @@ bool ConnectHook(hvacPerDocData& document, bool report) { return ConnectDocument
 
 kvProjectDatabase::~kvProjectDatabase() { DestroyTables(); }
 
+void kvProjectDatabase::setConnection(ProjectDatabasePtr connection) {
+  if (connection.Get() != connection_.Get()) DestroyTables();
+  connection_ = std::move(connection);
+}
+
 template <class T> void kvProjectDatabase::Create() {
   auto& slot = std::get<std::unique_ptr<T>>(tables_);
   if (!slot) slot = std::make_unique<T>(connection_.Get(), true);

@@ -22,7 +22,9 @@ class kvProjectDatabase : public ProjectDatabaseState {
 
   // Null until the first open; may be closed (asked with IsConnectionOpen).
   const ProjectDatabasePtr& connection() const { return connection_; }
-  void setConnection(ProjectDatabasePtr connection) { connection_ = std::move(connection); }
+  // Record objects stand on the connection they were made on: a new connection drops them, so
+  // that the next ConnectDocument makes them anew on the live one.
+  void setConnection(ProjectDatabasePtr connection);
 
   // The project's record object of table T (tblGlobal ... tblLoadRoomHeating), or null.
   template <class T> T* table() const { return std::get<std::unique_ptr<T>>(tables_).get(); }

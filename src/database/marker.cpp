@@ -30,10 +30,11 @@ std::wstring ValueOfKey(const resbuf* cells, std::wstring_view key) {
 void ProjectCreatedHook(hvacPerProjectData& project, AcDbDatabase* drawing) {
   if (ReadDrawingMarker(drawing, L"KV_HVAC") != L"YES") return;
   if (!OpenDatabase(project, project.folder(), L"kv_hvac", false)) return;
-  // A component that could not be made leaves no connection: no record objects then, so that
-  // the first guarded call makes them on the connection it opens.
+  // A component that could not be made, or a file whose repair must wait for the LISP layer,
+  // leaves no open connection: no record objects then, so that the first guarded call makes
+  // them on the connection it opens.
   kvProjectDatabase& state = DatabaseOf(project);
-  if (state.connection()) state.CreateCommonTables();
+  if (IsConnectionOpen(state.connection().Get())) state.CreateCommonTables();
 }
 
 }  // namespace

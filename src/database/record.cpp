@@ -52,6 +52,20 @@ bool RecordCore::Select(std::wstring_view index) {
   return IsTrue(ok);
 }
 
+bool RecordCore::IsClosed() const {
+  VARIANT_BOOL open = VARIANT_FALSE;
+  ComCheck(connection_->IsOpen(&open));
+  return !IsTrue(open);
+}
+
+void RecordCore::CheckWrite(HRESULT hr) const {
+  if (SUCCEEDED(hr)) return;
+  LONG code = 0;
+  _bstr_t text;
+  connection_->GetLastError(&code, text.GetAddress());
+  throw _com_error(hr, text.str());
+}
+
 bool RecordCore::TakeRow(SAFEARRAY* row, VARIANT_BOOL found) {
   SafeArrayPtr owned(row);
   if (!IsTrue(found)) return false;
@@ -64,18 +78,20 @@ void RecordCore::Update() {
   SafeArrayPtr row = BuildDirtyRow();
   // Nothing to send: no call, and the mode stays for the setters still to come.
   if (!row) return;
+  // A closed connection cannot select the table, but the write still goes to the component, which
+  // refuses it with an error: dropped here, it would vanish without a word.
   if (isNew_) {
-    if (Select(primaryIndex_)) {
+    if (Select(primaryIndex_) || IsClosed()) {
       SAFEARRAY* stored = nullptr;
       VARIANT_BOOL ok = VARIANT_FALSE;
-      ComCheck(connection_->AddRecord(row.get(), 0, &stored, &ok));
+      CheckWrite(connection_->AddRecord(row.get(), 0, &stored, &ok));
       TakeRow(stored, ok);
     }
   } else if (isEdit_) {
-    if (FindByKey(editKey_)) {
+    if (FindByKey(editKey_) || IsClosed()) {
       SAFEARRAY* stored = nullptr;
       VARIANT_BOOL ok = VARIANT_FALSE;
-      ComCheck(connection_->UpdateRecord(row.get(), &stored, &ok));
+      CheckWrite(connection_->UpdateRecord(row.get(), &stored, &ok));
       TakeRow(stored, ok);
     }
   }
@@ -149,9 +165,9 @@ bool RecordCore::SeekOn3(std::wstring_view index, const VARIANT& key1, const VAR
 }
 
 bool RecordCore::DeleteCurrent() {
-  if (!connection_ || !FindByKey(CurrentKey())) return false;
+  if (!connection_ || (!FindByKey(CurrentKey()) && !IsClosed())) return false;
   VARIANT_BOOL done = VARIANT_FALSE;
-  ComCheck(connection_->DeleteRecord(&done));
+  CheckWrite(connection_->DeleteRecord(&done));
   return IsTrue(done);
 }
 

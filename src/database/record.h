@@ -25,7 +25,8 @@ class RecordCore {
   void StartNew();
   void StartEdit();
   // Sends the dirty columns (and only those), in schema order; without a dirty column nothing is
-  // sent and the mode stays. Failures of the component are not reported (see ReportDatabaseError).
+  // sent and the mode stays. Failures of the component are not reported (see ReportDatabaseError),
+  // except a write on a closed connection, which raises the component's COM error.
   void Update();
   // Seeks the primary index; loads the row when found.
   bool FindByKey(std::int32_t key);
@@ -85,6 +86,10 @@ class RecordCore {
   static constexpr std::uint64_t Bit(std::size_t column) { return std::uint64_t{1} << column; }
 
  private:
+  // Whether the component says the connection is closed; asked only once a step has failed.
+  bool IsClosed() const;
+  // Raises a failed write as a COM error with the component's own text.
+  void CheckWrite(HRESULT hr) const;
   // Loads the row an out parameter handed back when found; releases it in any case.
   bool TakeRow(SAFEARRAY* row, VARIANT_BOOL found);
 

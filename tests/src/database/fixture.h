@@ -11,6 +11,8 @@
 
 #include "ProjectDatabase.h"
 
+class AcDbDatabase;
+
 namespace kvtest {
 
 // Forwards every call to a real connection, counting them by operation name.
@@ -63,6 +65,10 @@ class CountingDatabase : public ComObject<ProjectDatabase> {
   std::vector<std::wstring> lastSent_;
   HRESULT failWith_ = S_OK;
 };
+
+// Writes the marker that makes a drawing take part in the project database: "KV_HVAC" = value,
+// behind another key, as the application layer leaves it.
+void WriteMarker(AcDbDatabase* drawing, const wchar_t* value);
 
 // A temporary folder removed at the end of the test.
 class TempFolder {

@@ -4,6 +4,7 @@
 #include <fstream>
 
 #include "database/database.h"
+#include "db.h"
 #include "fixture.h"
 
 namespace {
@@ -244,6 +245,54 @@ TEST_F(DamagedProject, ARefusedRepairConnectsNothing) {
   EXPECT_EQ(lisp_.call.size(), 4u);
 }
 
+// The value of a setting as another connection reads it from the file.
+std::wstring StoredText(const fs::path& file, const wchar_t* key) {
+  ProjectDatabasePtr db;
+  CreateProjectDatabase(db);
+  _bstr_t opened;
+  db->Open(_bstr_t(file.wstring()), 0, 0, opened.GetAddress());
+  SAFEARRAY* raw = nullptr;
+  VARIANT_BOOL found = VARIANT_FALSE;
+  db->QueryRow(_bstr_t(L"select sText from tblGlobal where sKey = \"" + std::wstring(key) + L"\""), &raw, &found);
+  SafeArrayPtr values(raw);
+  std::wstring text;
+  if (found == VARIANT_TRUE) {
+    LONG at = 0;
+    _variant_t v;
+    SafeArrayGetElement(values.get(), &at, &v);
+    if (v.vt == VT_BSTR) text = v.bstrVal;
+  }
+  VARIANT_BOOL done;
+  db->Close(&done);
+  return text;
+}
+
+// A marked drawing opens before the LISP layer can repair its project's file: the connection
+// stays closed and no record object may stand on it, so that the first guarded call, which
+// repairs, puts every record object on the live connection and no write is lost.
+TEST_F(DamagedProject, RepairDeferredAtOpenPutsEveryRecordOnTheRepairedConnection) {
+  TearDownProject();
+  lisp_.repair = false;
+  AcDbDatabase marked(true, true);
+  kvtest::WriteMarker(&marked, L"YES");
+  project_ = std::make_unique<hvacPerProjectData>(dir_.path().wstring(), &marked);
+  document_ = std::make_unique<hvacPerDocData>(dir_.path().wstring() + L"/a.dwg", *project_, nullptr);
+  EXPECT_FALSE(IsConnectionOpen(State().connection().Get()));
+  EXPECT_EQ(State().table<tblGlobal>(), nullptr);
+
+  lisp_.repair = true;
+  ASSERT_TRUE(ConnectDocument(*document_, true)) << console_.take();
+  ProjectDatabase* live = State().connection().Get();
+  ASSERT_TRUE(IsConnectionOpen(live));
+  EXPECT_EQ(State().table<tblGlobal>()->Connection(), live);
+  EXPECT_EQ(State().table<tblLayerKey>()->Connection(), live);
+  EXPECT_EQ(State().table<tblTextStyle>()->Connection(), live);
+  EXPECT_TRUE(State().table<tblLayerKey>()->FindBySystemKey(0, L"DEFAULT"));
+  SetGlobalText(State().table<tblGlobal>(), L"PROJECT NAME", L"Annex");
+  EXPECT_EQ(GetGlobalText(State().table<tblGlobal>(), L"PROJECT NAME"), L"Annex");
+  EXPECT_EQ(StoredText(file_, L"PROJECT NAME"), L"Annex");
+}
+
 class ErrorReport : public kvtest::ProjectFixture {
  protected:
   Console console_;
@@ -263,6 +312,32 @@ TEST_F(ErrorReport, PrintsTheLastErrorExceptNoCurrentRecord) {
   real_->DeleteRecord(&ok);  // no current row: 3021, which is not told
   EXPECT_TRUE(ReportDatabaseError(real_));
   EXPECT_EQ(console_.take(), "");
+}
+
+// Reads on a closed connection find nothing, quietly; writes raise the component's error.
+TEST_F(ErrorReport, WritesOnAClosedConnectionRaiseTheComponentsError) {
+  tblGlobal global(real_.Get(), true);
+  SetGlobalText(&global, L"KEEP", L"before");
+  VARIANT_BOOL done = VARIANT_FALSE;
+  real_->Close(&done);
+  EXPECT_EQ(GetGlobalText(&global, L"KEEP"), L"");
+  try {
+    SetGlobalText(&global, L"KEEP", L"after");
+    ADD_FAILURE() << "a write on a closed connection passed without a word";
+  } catch (const _com_error& e) {
+    EXPECT_EQ(e.Error(), PROJECTDB_E_NOTOPEN);
+    EXPECT_NE(e.Description().find(L"not open"), std::wstring::npos);
+  }
+  global.StartEdit();
+  global.SetsText(L"edited");
+  EXPECT_THROW(global.Update(), _com_error);
+  EXPECT_THROW(global.Delete(), _com_error);
+  VARIANT_BOOL ok = VARIANT_TRUE;
+  EXPECT_EQ(real_->Execute(_bstr_t(L"delete from tblGlobal"), &ok), PROJECTDB_E_NOTOPEN);
+  EXPECT_EQ(ok, VARIANT_FALSE);
+  EXPECT_TRUE(ReportDatabaseError(real_));
+  EXPECT_EQ(console_.take().rfind("\nDatabase Error: Object invalid or no longer set", 0), 0u);
+  EXPECT_EQ(StoredText(file_, L"KEEP"), L"before");
 }
 
 TEST_F(ErrorReport, PrivateConnectionsForDialogs) {

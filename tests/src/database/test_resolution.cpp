@@ -179,32 +179,9 @@ TEST_F(Resolution, TableGettersFollowTheCurrentDocument) {
   EXPECT_EQ(ProjectTable<tblDuct>(nullptr), nullptr);
 }
 
-// Writes the marker the application layer puts on *Model_Space.
-void WriteMarker(AcDbDatabase* drawing, const wchar_t* value) {
-  AcDbRegAppTable* apps = nullptr;
-  ASSERT_EQ(drawing->getRegAppTable(apps, AcDb::kForWrite), Acad::eOk);
-  if (!apps->has(L"KELVANE")) {
-    auto* app = new AcDbRegAppTableRecord();
-    app->setName(L"KELVANE");
-    ASSERT_EQ(apps->add(app), Acad::eOk);
-    app->close();
-  }
-  apps->close();
-  AcDbBlockTable* blocks = nullptr;
-  drawing->getBlockTable(blocks, AcDb::kForRead);
-  AcDbBlockTableRecord* model = nullptr;
-  ASSERT_EQ(blocks->getAt(ACDB_MODEL_SPACE, model, AcDb::kForWrite), Acad::eOk);
-  blocks->close();
-  resbuf* cells = acutBuildList(1001, L"KELVANE", 1000, L"1", 1000, L"KV_ELEC", 1000, L"NO", 1000, L"KV_HVAC",
-                                1000, value, 0);
-  EXPECT_EQ(model->setXData(cells), Acad::eOk);
-  acutRelRb(cells);
-  model->close();
-}
-
 TEST_F(Resolution, MarkedDrawingConnectsItsNewProjectAtOnce) {
   AcDbDatabase marked(true, true);
-  WriteMarker(&marked, L"YES");
+  kvtest::WriteMarker(&marked, L"YES");
   EXPECT_EQ(ReadDrawingMarker(&marked, L"KV_HVAC"), L"YES");
   EXPECT_EQ(ReadDrawingMarker(&marked, L"KV_ELEC"), L"NO");
   EXPECT_EQ(ReadDrawingMarker(&marked, L"1"), L"");  // stands at an odd distance: a value
@@ -215,7 +192,7 @@ TEST_F(Resolution, MarkedDrawingConnectsItsNewProjectAtOnce) {
   EXPECT_EQ(state.table<tblDuct>(), nullptr);  // the HVAC tables wait for the first guarded call
 
   AcDbDatabase unmarked(true, true);
-  WriteMarker(&unmarked, L"NO");
+  kvtest::WriteMarker(&unmarked, L"NO");
   hvacPerProjectData plain(dir_.path().wstring(), &unmarked);
   EXPECT_FALSE(DatabaseOf(plain).connection());
   EXPECT_EQ(printed_, "");
