@@ -1,12 +1,13 @@
 # Thin wrapper over CMake. `make demo` and `make test` work on a fresh machine.
 SANITIZE ?= 0
 JOBS ?= $(shell nproc)
+# Our own builds treat warnings as errors; a plain CMake build does not.
 ifeq ($(SANITIZE),1)
   BUILD := build-asan
-  CMAKE_FLAGS := -DKV_SANITIZE=ON -DKV_BENCH=OFF -DCMAKE_BUILD_TYPE=Debug
+  CMAKE_FLAGS := -DKV_WERROR=ON -DKV_SANITIZE=ON -DKV_BENCH=OFF -DCMAKE_BUILD_TYPE=Debug
 else
   BUILD := build
-  CMAKE_FLAGS := -DCMAKE_BUILD_TYPE=RelWithDebInfo
+  CMAKE_FLAGS := -DKV_WERROR=ON -DCMAKE_BUILD_TYPE=RelWithDebInfo
 endif
 # Leak reports matter; the solid modeller's static caches are not ours to free.
 export ASAN_OPTIONS ?= detect_leaks=1:abort_on_error=0

@@ -5,6 +5,7 @@
 #include <array>
 
 #include "loads/loads.h"
+#include "loads/loadslisp.h"
 
 namespace {
 

@@ -34,7 +34,12 @@ template <typename T>
 void number(std::wstring& out, const FormatSpec& fmt_spec, const char* length, char conv, T value) {
   std::string fmt = "%" + fmt_spec.flags;
   if (fmt_spec.width >= 0) fmt += std::to_string(fmt_spec.width);
-  if (fmt_spec.precision >= 0) fmt += "." + std::to_string(fmt_spec.precision);
+  // Appended piece by piece: "." + to_string(...) inserts at the front of a temporary, which GCC 12
+  // at -O3 misreads as an overlapping copy (-Wrestrict).
+  if (fmt_spec.precision >= 0) {
+    fmt += '.';
+    fmt += std::to_string(fmt_spec.precision);
+  }
   fmt += length;
   fmt += conv;
   char buf[512];

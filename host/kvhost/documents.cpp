@@ -1,14 +1,10 @@
-// The documents kvhost runs: through the document manager when the configuration has one.
+// The documents kvhost runs, through the document manager.
 #include "documents.h"
 
 #include <cstdio>
 #include <map>
 
-#if KV_HAVE_DOCMANAGER
 #include "ap.h"
-#endif
-
-#if KV_HAVE_DOCMANAGER
 
 // Each document the manager creates gets an environment; the manager makes it the current
 // session whenever the document becomes current.
@@ -62,30 +58,3 @@ void Documents::closeAll() {
   impl_->environments.clear();
 }
 
-#else
-
-// Without a document manager: one unsaved document, whose environment is the current session.
-struct Documents::Impl {
-  Startup startup;
-  std::unique_ptr<kvlisp::Environment> env;
-};
-
-Documents::Documents(Startup startup) : impl_(std::make_unique<Impl>()) { impl_->startup = std::move(startup); }
-
-Documents::~Documents() { closeAll(); }
-
-Documents::Opened Documents::open(const std::vector<std::string>& drawings) {
-  for (const std::string& d : drawings)
-    std::fprintf(stderr, "kvhost: drawings are not built in this configuration; --open %s is ignored\n", d.c_str());
-  impl_->env = std::make_unique<kvlisp::Environment>();
-  kvads::setCurrentSession(impl_->env.get());
-  return impl_->startup(*impl_->env) ? Opened::Ok : Opened::StartupFailed;
-}
-
-kvlisp::Environment* Documents::current() { return impl_->env.get(); }
-
-void Documents::closeAll() {
-  if (impl_) impl_->env.reset();
-}
-
-#endif

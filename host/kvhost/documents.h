@@ -1,5 +1,5 @@
-// Private to kvhost: the open documents, each with its LISP environment. Through the host's
-// document manager when this configuration has one, else one unsaved document of kvhost's own.
+// Private to kvhost: the open documents, each with its LISP environment, through the host's
+// document manager.
 #pragma once
 
 #include <functional>

@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "../kvhost/inputqueue.h"
+#include "inputqueue.h"
 #include "ui.h"
 
 namespace kvui::detail {

@@ -7,7 +7,7 @@
 #include <set>
 #include <unordered_set>
 
-#include "../kvhost/inputqueue.h"
+#include "inputqueue.h"
 #include "impl.h"
 
 using namespace kvui::detail;

@@ -4,7 +4,6 @@
 
 #include "ap.h"
 #include "bridge.h"
-#include "doclock.h"
 #include "ed.h"
 
 namespace {
@@ -19,29 +18,24 @@ AcDbDatabase* CurrentDatabase() {
 // The three ways an append can end; only a refused entity has been deleted.
 AppendResult Append(AcDbEntity* entity) {
   WorkingDocumentLock lock;
-  AcDbDatabase* database = CurrentDatabase();
-  AcDbBlockTable* table = nullptr;
-  if (!database || database->getSymbolTable(table, AcDb::kForRead) != Acad::eOk) {
+  AcDbObjectPointer<AcDbBlockTableRecord> modelSpace;
+  bool tableRead = false;
+  Acad::ErrorStatus es = OpenModelSpace(CurrentDatabase(), AcDb::kForWrite, modelSpace, &tableRead);
+  if (!tableRead) {
     acedAlert(L"Failed to get block table!");
     return AppendResult::NotReached;
   }
-  AcDbBlockTableRecord* modelSpace = nullptr;
-  Acad::ErrorStatus es = acdbOpenObject(modelSpace, table->getIdAt(ACDB_MODEL_SPACE), AcDb::kForWrite);
   if (es != Acad::eOk) {
     acedAlert(L"Failed to get block table record!");
     acutPrintf(L"\n%i", static_cast<int>(es));
-    table->close();
     return AppendResult::NotReached;
   }
-  AppendResult result = AppendResult::Appended;
   if (modelSpace->appendAcDbEntity(entity) != Acad::eOk) {
     acedAlert(L"Failed to append entity!");
     delete entity;
-    result = AppendResult::Refused;
+    return AppendResult::Refused;
   }
-  modelSpace->close();
-  table->close();
-  return result;
+  return AppendResult::Appended;
 }
 
 // Asks the LISP layer to tell the user about a block no drawing file defines.
@@ -53,6 +47,16 @@ void AlertMissingBlock(const ACHAR* name) {
 }
 
 }  // namespace
+
+Acad::ErrorStatus OpenModelSpace(AcDbDatabase* drawing, AcDb::OpenMode mode,
+                                 AcDbObjectPointer<AcDbBlockTableRecord>& modelSpace, bool* tableRead) {
+  if (tableRead) *tableRead = false;
+  if (!drawing) return Acad::eNoDatabase;
+  AcDbObjectPointer<AcDbBlockTable> table(drawing->blockTableId(), AcDb::kForRead);
+  if (table.openStatus() != Acad::eOk) return table.openStatus();
+  if (tableRead) *tableRead = true;
+  return modelSpace.open(table->getIdAt(ACDB_MODEL_SPACE), mode);
+}
 
 bool appendToModelSpace(AcDbEntity* entity) { return Append(entity) == AppendResult::Appended; }
 
@@ -67,25 +71,25 @@ void appendAndClose(AcDbEntity* entity) {
 
 bool ensureBlock(const ACHAR* name, AcDbObjectId& blockId) {
   AcDbDatabase* database = CurrentDatabase();
-  AcDbBlockTable* table = nullptr;
-  if (!name || !database || database->getSymbolTable(table, AcDb::kForRead) != Acad::eOk) return false;
-  AcDbObjectId existing = table->getIdAt(name);
+  if (!name || !database) return false;
+  AcDbObjectId existing;
+  {
+    // The current database takes a new block record only with its table closed again.
+    AcDbObjectPointer<AcDbBlockTable> table(database->blockTableId(), AcDb::kForRead);
+    if (table.openStatus() != Acad::eOk) return false;
+    existing = table->getIdAt(name);
+  }
   if (!existing.isNull()) {
     blockId = existing;
-    table->close();
     return true;
   }
   std::wstring file = std::wstring(name) + L".dwg";
   ACHAR path[4096];
   if (acdbHostApplicationServices()->findFile(path, 4096, file.c_str()) != Acad::eOk) {
     AlertMissingBlock(name);
-    table->close();
     return false;
   }
   auto source = std::make_unique<AcDbDatabase>(false, false);
-  Acad::ErrorStatus read = source->readDwgFile(path, AcDbDatabase::kForReadAndAllShare);
-  // The current database takes the new block record only with its table closed.
-  table->close();
-  if (read != Acad::eOk) return false;
+  if (source->readDwgFile(path, AcDbDatabase::kForReadAndAllShare) != Acad::eOk) return false;
   return database->insert(blockId, name, source.get(), true) == Acad::eOk;
 }

@@ -1,6 +1,5 @@
 // The bridge's own LISP bodies over module and project state.
-#include "bodies.h"
-#include "state.h"
+#include "bridge.h"
 
 LispStatus kv_hvac_setDoDocumentActivated() {
   LispArgs args;
@@ -18,15 +17,6 @@ LispStatus kv_hvac_setIsMetric() {
   if (!ArgBool(cursor, metric)) return LispStatus::WrongType;
   // The guard has made sure of a current document before this runs.
   if (hvacPerProjectData* project = CurrentProject(DocumentRegistry())) project->setIsMetric(metric);
-  acedRetNil();
-  return LispStatus::Success;
-}
-
-LispStatus kv_hvac_disconnect() {
-  LispArgs args;
-  hvacPerProjectData* project = CurrentProject(DocumentRegistry());
-  auto disconnect = GetProjectDatabaseHooks().disconnectProject;
-  if (project && disconnect) disconnect(*project);
   acedRetNil();
   return LispStatus::Success;
 }

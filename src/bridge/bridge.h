@@ -1,8 +1,10 @@
-// The module's bridge to its host: LISP argument readers and result builders, the guarded LISP
-// function table, the module's entry state, and the per-document and per-project state.
+// The module's bridge to its host, a lower library that every folder of the module stands on: LISP
+// argument readers and result builders, the status of a LISP body, the per-document and
+// per-project state, and the drawing helpers. It includes nothing of the module above it.
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <list>
 #include <memory>
 #include <string>
@@ -110,6 +112,22 @@ void RetIndex(std::int32_t value);
 // A body that abandons a list it opened releases it with acutRelRb(head).
 void ResultOpen(resbuf*& head, resbuf*& tail);
 void ResultClose(resbuf*& head, resbuf*& tail);
+// The result builder of the bodies: a list opened at construction, handed to LISP by close, and
+// released on any path out of a body that abandons it.
+class ResultList {
+ public:
+  ResultList() { ResultOpen(head_, tail_); }
+  ~ResultList() { acutRelRb(head_); }
+  ResultList(const ResultList&) = delete;
+  ResultList& operator=(const ResultList&) = delete;
+  resbuf*& tail() { return tail_; }
+  void close() { ResultClose(head_, tail_); }
+
+ private:
+  resbuf* head_ = nullptr;
+  resbuf* tail_ = nullptr;
+};
+
 // ("key" . n) with n as RTLONG.
 void AppendStringInt(resbuf*& tail, const ACHAR* key, std::int32_t n);
 // ("key" . x).
@@ -169,32 +187,6 @@ void ListToTree(LispTreeControl& control, ArgCursor& cursor, LispTreeControl::It
 void TreeToList(const LispTreeControl& control, LispTreeControl::Item first, resbuf*& tail);
 
 // ---------------------------------------------------------------------------------------------
-// The guard and the LISP function table
-// ---------------------------------------------------------------------------------------------
-
-class kvDocumentRegistry;
-
-// Runs one LISP body with the working document locked, connecting the project's database first
-// when a registry is given. Gives the host's return code. Exceptions from the body are reported,
-// the document is unlocked, and they travel on.
-int LispGuard(LispBody body, kvDocumentRegistry* registry);
-
-// One row of the LISP function table: its position is the function code.
-struct LispFunctionRow {
-  const ACHAR* name;
-  int (*entry)();
-};
-
-inline constexpr int kLispFunctionCount = 54;
-
-// The module's table, 54 rows.
-const LispFunctionRow* LispFunctionTable();
-// Defines count rows in the current document's LISP environment, codes from base.
-void RegisterLispFunctions(const LispFunctionRow* table, int count, int base);
-// Names of the rows whose function belongs to a part of the module that is not built yet.
-std::vector<std::wstring> NotBuiltLispFunctions();
-
-// ---------------------------------------------------------------------------------------------
 // Documents and projects
 // ---------------------------------------------------------------------------------------------
 
@@ -206,13 +198,14 @@ class HvacDocReactor;
 class hvacPerProjectData;
 
 // What the project database keeps for one project (its connection and record objects). The
-// database side derives from it; the project owns it.
+// database side derives from it; the project owns it, and ending it closes the connection.
 class ProjectDatabaseState {
  public:
   virtual ~ProjectDatabaseState() = default;
 };
 
-// State of one project: the folder that its drawings lie in.
+// State of one project: the folder that its drawings lie in, and its database side, which closes
+// what it opened when the project ends.
 class kvPerProjectData {
  public:
   explicit kvPerProjectData(std::wstring folder);
@@ -238,10 +231,7 @@ class kvPerProjectData {
 // The HVAC project: the common project plus the unit flag.
 class hvacPerProjectData : public kvPerProjectData {
  public:
-  // Connects at once when the drawing `database` carries the project marker.
-  hvacPerProjectData(std::wstring folder, AcDbDatabase* database);
-  // Closes the project's database first.
-  ~hvacPerProjectData() override;
+  explicit hvacPerProjectData(std::wstring folder) : kvPerProjectData(std::move(folder)) {}
 
   bool isMetric() const { return isMetric_; }
   void setIsMetric(bool metric) { isMetric_ = metric; }
@@ -283,12 +273,17 @@ class hvacPerDocData : public kvPerDocData {
   hvacPerProjectData& hvacProject_;
 };
 
+// What the layer above does with a project the registry has just made for a drawing (the module
+// connects one whose drawing carries the project marker).
+using ProjectCreatedAction = std::function<void(hvacPerProjectData& project, AcDbDatabase* drawing)>;
+
 // Every open document and every project with an open document. The head of the document list
 // is the current document. It follows the host's document events through its reactors.
 class kvDocumentRegistry {
  public:
-  // Adds the reactors and enters every document that is open already.
-  kvDocumentRegistry();
+  // Adds the reactors and enters every document that is open already; projectCreated runs for
+  // each project it makes, from then on.
+  explicit kvDocumentRegistry(ProjectCreatedAction projectCreated = {});
   // Removes the reactors and destroys all document and project state.
   ~kvDocumentRegistry();
   kvDocumentRegistry(const kvDocumentRegistry&) = delete;
@@ -310,6 +305,7 @@ class kvDocumentRegistry {
   void DetachReactors();
   void DestroyAll();
 
+  ProjectCreatedAction projectCreated_;
   bool creatingDocument_ = false;
   std::unique_ptr<kvEditorReactor> editorReactor_;
   std::unique_ptr<kvDocReactor> documentReactor_;
@@ -327,19 +323,6 @@ hvacPerProjectData* CurrentProject(const kvDocumentRegistry* registry);
 double ToDrawingUnits(double x);
 double FromDrawingUnits(double x);
 
-// How the bridge reaches the project database, which the database folder supplies (at load
-// time, or in a test). A hook left null is a step that does nothing.
-struct ProjectDatabaseHooks {
-  // Makes sure the document's project is connected and its record objects exist.
-  bool (*connectDocument)(hvacPerDocData& document, bool report) = nullptr;
-  // A project was just made for a drawing: connect at once if the drawing carries the marker.
-  void (*projectCreated)(hvacPerProjectData& project, AcDbDatabase* database) = nullptr;
-  // Closes the project's database (kv_hvac-disconnect, and the end of the project).
-  void (*disconnectProject)(hvacPerProjectData& project) = nullptr;
-};
-void SetProjectDatabaseHooks(const ProjectDatabaseHooks& hooks);
-const ProjectDatabaseHooks& GetProjectDatabaseHooks();
-
 // ---------------------------------------------------------------------------------------------
 // Selections over model space
 // ---------------------------------------------------------------------------------------------
@@ -356,6 +339,26 @@ void RetModelSpaceEntities(const ACHAR* className, std::int32_t filter);
 // ---------------------------------------------------------------------------------------------
 // Drawing helpers
 // ---------------------------------------------------------------------------------------------
+
+class AcApDocument;
+
+// A write lock on the document of the working database, held for one scope. The lock's own
+// result is not looked at, as nothing can be done about it.
+class WorkingDocumentLock {
+ public:
+  WorkingDocumentLock();
+  ~WorkingDocumentLock();
+  WorkingDocumentLock(const WorkingDocumentLock&) = delete;
+  WorkingDocumentLock& operator=(const WorkingDocumentLock&) = delete;
+
+ private:
+  AcApDocument* document_;
+};
+
+// Opens the drawing's model space in mode into modelSpace, which closes it when it goes. On a
+// failure tableRead (when given) tells whether the block table could be read at all.
+Acad::ErrorStatus OpenModelSpace(AcDbDatabase* drawing, AcDb::OpenMode mode,
+                                 AcDbObjectPointer<AcDbBlockTableRecord>& modelSpace, bool* tableRead = nullptr);
 
 // Appends a new entity to model space of the current document. On false the entity either
 // stays the caller's (model space could not be reached) or was refused and deleted; see
@@ -403,3 +406,16 @@ bool DoDocumentActivated();
 void SetDoDocumentActivated(bool on);
 // The registry while the module is loaded, else null.
 kvDocumentRegistry* DocumentRegistry();
+// Makes the registry (module start) or destroys it (module stop, with null).
+void SetDocumentRegistry(std::unique_ptr<kvDocumentRegistry> registry);
+
+// ---------------------------------------------------------------------------------------------
+// LISP bodies of the bridge (rows of the module's LISP function table)
+// ---------------------------------------------------------------------------------------------
+
+LispStatus kv_hvac_getPlinePoints();
+LispStatus c_checkkv();
+LispStatus kv_hvac_setIsMetric();
+LispStatus ssgetx_duct();
+LispStatus ssgetx_room();
+LispStatus kv_hvac_setDoDocumentActivated();

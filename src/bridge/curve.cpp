@@ -2,7 +2,7 @@
 #include <cmath>
 #include <memory>
 
-#include "bodies.h"
+#include "bridge.h"
 #include "db.h"
 #include "ge.h"
 
@@ -77,17 +77,13 @@ LispStatus kv_hvac_getPlinePoints() {
     return LispStatus::BadData;
   int count = SegmentCount(length, request.spacing);
   double step = length / count;
-  resbuf *head, *tail;
-  ResultOpen(head, tail);
+  ResultList list;
   for (int i = 0; i <= count; ++i) {
     AcGePoint3d p = endPoint;
-    if (i < count && curve->getPointAtDist(i * step, p) != Acad::eOk) {
-      acutRelRb(head);
-      return LispStatus::BadData;
-    }
+    if (i < count && curve->getPointAtDist(i * step, p) != Acad::eOk) return LispStatus::BadData;
     ads_point cell = {p.x, p.y, p.z};
-    AppendCells(tail, acutBuildList(RT3DPOINT, cell, 0));
+    AppendCells(list.tail(), acutBuildList(RT3DPOINT, cell, 0));
   }
-  ResultClose(head, tail);
+  list.close();
   return LispStatus::Success;
 }

@@ -1,5 +1,5 @@
 // The working document's write lock.
-#include "doclock.h"
+#include "bridge.h"
 
 #include "ap.h"
 #include "db.h"

@@ -4,7 +4,6 @@
 #include "ap.h"
 #include "bridge.h"
 #include "ed.h"
-#include "state.h"
 
 class kvDocReactor : public AcApDocManagerReactor {
  public:
@@ -71,7 +70,8 @@ std::wstring AutoSaveFile() {
 
 }  // namespace
 
-kvDocumentRegistry::kvDocumentRegistry() {
+kvDocumentRegistry::kvDocumentRegistry(ProjectCreatedAction projectCreated)
+    : projectCreated_(std::move(projectCreated)) {
   documentReactor_ = std::make_unique<kvDocReactor>(*this);
   acDocManagerPtr()->addReactor(documentReactor_.get());
   editorReactor_ = std::make_unique<kvEditorReactor>(*this);

@@ -5,11 +5,6 @@
 
 namespace {
 
-ProjectDatabaseHooks& Hooks() {
-  static ProjectDatabaseHooks hooks;
-  return hooks;
-}
-
 // Position of the last separator: "\" as the platform writes paths, else "/".
 std::size_t LastSeparator(const std::wstring& path) {
   std::size_t at = path.rfind(L'\\');
@@ -28,22 +23,9 @@ std::wstring FileNameOf(const std::wstring& path) {
 
 }  // namespace
 
-void SetProjectDatabaseHooks(const ProjectDatabaseHooks& hooks) { Hooks() = hooks; }
-const ProjectDatabaseHooks& GetProjectDatabaseHooks() { return Hooks(); }
-
 kvPerProjectData::kvPerProjectData(std::wstring folder) : folder_(std::move(folder)) {}
 
 kvPerProjectData::~kvPerProjectData() = default;
-
-hvacPerProjectData::hvacPerProjectData(std::wstring folder, AcDbDatabase* database)
-    : kvPerProjectData(std::move(folder)) {
-  if (auto created = Hooks().projectCreated) created(*this, database);
-}
-
-hvacPerProjectData::~hvacPerProjectData() {
-  // The database side closes what it opened while the project is still whole.
-  if (auto disconnect = Hooks().disconnectProject) disconnect(*this);
-}
 
 kvPerDocData::kvPerDocData(std::wstring path, kvPerProjectData& project, AcDbDatabase* database)
     : path_(std::move(path)), fileName_(FileNameOf(path_)), project_(project), database_(database) {
@@ -63,7 +45,10 @@ void kvDocumentRegistry::AddOrActivateDocument(const std::wstring& path, AcDbDat
   auto project = std::find_if(projects_.begin(), projects_.end(),
                               [&](const auto& p) { return p->folder() == folder; });
   if (project == projects_.end()) {
-    projects_.push_front(std::make_unique<hvacPerProjectData>(folder, database));
+    auto made = std::make_unique<hvacPerProjectData>(folder);
+    // Listed only once the step above it is done: a project whose making failed is not kept.
+    if (projectCreated_) projectCreated_(*made, database);
+    projects_.push_front(std::move(made));
     project = projects_.begin();
   }
   documents_.push_front(std::make_unique<hvacPerDocData>(path, **project, database));

@@ -3,7 +3,7 @@
 #include <memory>
 #include <string>
 
-#include "bodies.h"
+#include "bridge.h"
 #include "state.h"
 
 namespace {
@@ -20,15 +20,6 @@ bool Passes(const AcDbEntity& entity, const AcRxClass* cls, std::int32_t filter,
   return filter < 0 || (reader && reader(entity) == filter);
 }
 
-AcDbBlockTableRecord* OpenModelSpace(AcDbDatabase* database) {
-  AcDbBlockTable* table = nullptr;
-  if (!database || database->getBlockTable(table, AcDb::kForRead) != Acad::eOk) return nullptr;
-  AcDbBlockTableRecord* modelSpace = nullptr;
-  acdbOpenObject(modelSpace, table->getIdAt(ACDB_MODEL_SPACE), AcDb::kForRead);
-  table->close();
-  return modelSpace;
-}
-
 // Appends the name of every passing entity of model space behind tail.
 void CollectNames(AcDbBlockTableRecord& modelSpace, const AcRxClass* cls, std::int32_t filter,
                   resbuf*& tail) {
@@ -39,12 +30,13 @@ void CollectNames(AcDbBlockTableRecord& modelSpace, const AcRxClass* cls, std::i
   if (modelSpace.newIterator(raw) != Acad::eOk) return;
   std::unique_ptr<AcDbBlockTableRecordIterator> it(raw);
   for (; !it->done(); it->step()) {
-    AcDbEntity* entity = nullptr;
-    if (it->getEntity(entity, AcDb::kForRead) != Acad::eOk) continue;
+    AcDbObjectId id;
+    if (it->getEntityId(id) != Acad::eOk) continue;
+    AcDbObjectPointer<AcDbEntity> entity(id, AcDb::kForRead);
     ads_name name;
-    if (Passes(*entity, cls, filter, reader) && acdbGetAdsName(name, entity->objectId()) == Acad::eOk)
+    if (entity.openStatus() == Acad::eOk && Passes(*entity, cls, filter, reader) &&
+        acdbGetAdsName(name, id) == Acad::eOk)
       AppendCells(tail, acutBuildList(RTENAME, name, 0));
-    entity->close();
   }
 }
 
@@ -64,16 +56,12 @@ void SetEntityIndexReader(const ACHAR* className, EntityIndexReader reader) {
 }
 
 void RetModelSpaceEntities(const ACHAR* className, std::int32_t filter) {
-  resbuf *head, *tail;
-  ResultOpen(head, tail);
+  ResultList list;
   const AcRxClass* cls = acrxFindAcRxClass(className);
-  AcDbBlockTableRecord* modelSpace =
-      cls ? OpenModelSpace(acdbHostApplicationServices()->workingDatabase()) : nullptr;
-  if (modelSpace) {
-    CollectNames(*modelSpace, cls, filter, tail);
-    modelSpace->close();
-  }
-  ResultClose(head, tail);
+  AcDbObjectPointer<AcDbBlockTableRecord> modelSpace;
+  if (cls && OpenModelSpace(acdbHostApplicationServices()->workingDatabase(), AcDb::kForRead, modelSpace) == Acad::eOk)
+    CollectNames(*modelSpace, cls, filter, list.tail());
+  list.close();
 }
 
 LispStatus ssgetx_duct() { return SelectOfClass(L"KvDuct", ModuleSelectionFilters().duct); }

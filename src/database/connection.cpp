@@ -4,9 +4,6 @@
 #include <filesystem>
 
 #include "database.h"
-#include "messages.h"
-
-void InstallProjectCreatedHook();
 
 namespace {
 
@@ -102,13 +99,9 @@ bool RepairAndReopen(ProjectDatabasePtr& db, const std::wstring& path, std::wstr
   return !ReportDatabaseError(db);
 }
 
-void DisconnectHook(hvacPerProjectData& project) { DisconnectProject(project); }
-
-bool ConnectHook(hvacPerDocData& document, bool report) { return ConnectDocument(document, report); }
-
 }  // namespace
 
-kvProjectDatabase::~kvProjectDatabase() { DestroyTables(); }
+kvProjectDatabase::~kvProjectDatabase() { Close(); }
 
 void kvProjectDatabase::setConnection(ProjectDatabasePtr connection) {
   if (connection.Get() != connection_.Get()) DestroyTables();
@@ -149,6 +142,16 @@ void kvProjectDatabase::DestroyTables() {
   Destroy<tblDwgDiff>();
   Destroy<tblLoadRoomHeating>();
   Destroy<tblLoadRoomCooling>();
+}
+
+void kvProjectDatabase::Close() {
+  DestroyTables();
+  ProjectDatabase* db = connection_.Get();
+  if (!db) return;
+  VARIANT_BOOL done = VARIANT_FALSE;
+  db->CloseTables(&done);
+  VARIANT_BOOL open = VARIANT_FALSE;
+  if (SUCCEEDED(db->IsOpen(&open)) && IsTrue(open)) db->Close(&done);
 }
 
 kvProjectDatabase& DatabaseOf(kvPerProjectData& project) {
@@ -208,18 +211,16 @@ bool ConnectDocument(hvacPerDocData& document, bool report) {
 }
 
 void DisconnectProject(hvacPerProjectData& project) {
-  auto* state = dynamic_cast<kvProjectDatabase*>(project.databaseState());
-  if (state) state->DestroyTables();
+  DatabaseOf(project).Close();
   project.setIsMetric(false);
-  if (!state) return;
-  ProjectDatabase* db = state->connection().Get();
-  if (!db) return;
-  // This runs while projects end (also from destructors): a component that fails to close has
-  // nothing more to lose, so its HRESULTs are not raised here.
-  VARIANT_BOOL done = VARIANT_FALSE;
-  db->CloseTables(&done);
-  VARIANT_BOOL open = VARIANT_FALSE;
-  if (SUCCEEDED(db->IsOpen(&open)) && IsTrue(open)) db->Close(&done);
+}
+
+LispStatus kv_hvac_disconnect() {
+  LispArgs args;
+  // The guard locks without connecting: a project never connected has nothing to close.
+  if (hvacPerProjectData* project = CurrentProject(DocumentRegistry())) DisconnectProject(*project);
+  acedRetNil();
+  return LispStatus::Success;
 }
 
 bool ReportDatabaseError(ProjectDatabasePtr connection) {
@@ -241,38 +242,3 @@ bool ReportDatabaseError(ProjectDatabasePtr connection) {
   return true;
 }
 
-ProjectDatabasePtr GetDatabaseObject(const kvDocumentRegistry* registry) {
-  hvacPerProjectData* project = CurrentProject(registry);
-  if (!project) return nullptr;
-  auto* state = dynamic_cast<kvProjectDatabase*>(project->databaseState());
-  return state ? state->connection() : nullptr;
-}
-
-bool OpenPrivateConnection(std::wstring_view path, ProjectDatabasePtr& out) {
-  out.Reset();
-  ProjectDatabasePtr db;
-  if (FAILED(CreateProjectDatabase(db)) || !db) return false;
-  _bstr_t bpath(path);
-  VARIANT_BOOL readOnly = VARIANT_FALSE;
-  VARIANT_BOOL ok = VARIANT_FALSE;
-  ComCheck(db->OpenView(bpath, &readOnly, &ok));
-  if (!IsTrue(ok)) {
-    ReportDatabaseError(db);
-    return false;
-  }
-  if (IsTrue(readOnly)) {
-    kvdb::ShowMessageBox(L"Database is read-only. Cannot be viewed at this time.", L"Kelvane",
-                         kvdb::MessageBoxKind::Ok);
-    return false;
-  }
-  out = std::move(db);
-  return true;
-}
-
-void InstallProjectDatabaseHooks() {
-  ProjectDatabaseHooks hooks = GetProjectDatabaseHooks();
-  hooks.connectDocument = &ConnectHook;
-  hooks.disconnectProject = &DisconnectHook;
-  SetProjectDatabaseHooks(hooks);
-  InstallProjectCreatedHook();
-}

@@ -18,7 +18,10 @@
 class kvProjectDatabase : public ProjectDatabaseState {
  public:
   kvProjectDatabase() = default;
+  // Closes as Close does: the end of a project closes its database.
   ~kvProjectDatabase() override;
+  kvProjectDatabase(const kvProjectDatabase&) = delete;
+  kvProjectDatabase& operator=(const kvProjectDatabase&) = delete;
 
   // Null until the first open; may be closed (asked with IsConnectionOpen).
   const ProjectDatabasePtr& connection() const { return connection_; }
@@ -35,6 +38,10 @@ class kvProjectDatabase : public ProjectDatabaseState {
   void CreateHvacTables();
   // Destroys every record object, common tables first.
   void DestroyTables();
+  // Destroys the record objects, then closes the connection's tables and the connection, which
+  // stays, closed, until the next one replaces it. Failures to close are not raised: this runs
+  // while projects end, also from destructors.
+  void Close();
 
  private:
   template <class T> void Create();
@@ -54,14 +61,29 @@ kvProjectDatabase& DatabaseOf(kvPerProjectData& project);
 // True when connection is set and the component says it is open.
 bool IsConnectionOpen(ProjectDatabase* connection);
 
-// The record object of table T of the current document's project; null when there is no current
-// document, or the project is not connected. Never keep the pointer across LISP calls.
-template <class T> T* ProjectTable(const kvDocumentRegistry* registry) {
-  hvacPerProjectData* project = CurrentProject(registry);
-  if (!project) return nullptr;
-  auto* state = dynamic_cast<kvProjectDatabase*>(project->databaseState());
-  return state ? state->table<T>() : nullptr;
-}
+// What a guarded call that needs the database works on, resolved once by the guard after it has
+// connected the current document: the project, its database side and the drawing. Record objects
+// are fetched from it anew in each call, never kept across calls.
+struct ProjectContext {
+  hvacPerProjectData& project;
+  kvProjectDatabase& database;
+  AcDbDatabase* drawing;  // the document's drawing, else the working one
+};
+ProjectContext ContextOf(hvacPerDocData& document);
+
+// The context of the guarded call in progress; null outside one, and in a call that does not
+// connect. A scope sets it for one call; scopes nest.
+const ProjectContext* CurrentProjectContext();
+class ProjectContextScope {
+ public:
+  explicit ProjectContextScope(const ProjectContext& context);
+  ~ProjectContextScope();
+  ProjectContextScope(const ProjectContextScope&) = delete;
+  ProjectContextScope& operator=(const ProjectContextScope&) = delete;
+
+ private:
+  const ProjectContext* previous_;
+};
 
 // ---------------------------------------------------------------------------------------------
 // Finding, opening, connecting and closing
@@ -90,16 +112,8 @@ void DisconnectProject(hvacPerProjectData& project);
 // result. True when there was an error.
 bool ReportDatabaseError(ProjectDatabasePtr connection);
 
-// A counted reference to the current document's connection; null without a project or connection.
-ProjectDatabasePtr GetDatabaseObject(const kvDocumentRegistry* registry);
-
-// A dialog's own connection to the database at path: false (with the user told, where the
-// failure is worth telling) when the dialog must end. The caller Closes it after the dialog.
-bool OpenPrivateConnection(std::wstring_view path, ProjectDatabasePtr& out);
-
-// After a dialog's DoModal: for a dialog that could not be created (-1 or 3), offers the
-// component installer. Gives result unchanged.
-int HandleDialogResult(int result);
+// A counted reference to the context's connection; null when there is none.
+ProjectDatabasePtr GetDatabaseObject(const ProjectContext& context);
 
 // The value of a key in the drawing's marker (extended data of "KELVANE" on *Model_Space, keys
 // at even distances from the name cell); "" when absent. "KV_HVAC" = "YES" marks a drawing of
@@ -107,9 +121,12 @@ int HandleDialogResult(int result);
 class AcDbDatabase;
 std::wstring ReadDrawingMarker(AcDbDatabase* drawing, std::wstring_view key);
 
-// Registers the functions above as the bridge's database hooks: connecting a document, closing
-// a project, and connecting a new project whose drawing carries the marker.
-void InstallProjectDatabaseHooks();
+// What a new project does at once (the registry runs it): when the drawing carries the marker,
+// open the project's database and, if it is open, make the common record objects.
+void ConnectMarkedProject(hvacPerProjectData& project, AcDbDatabase* drawing);
+
+// LISP kv_hvac-disconnect: closes the current project's database; nil.
+LispStatus kv_hvac_disconnect();
 
 // ---------------------------------------------------------------------------------------------
 // Layer and text style keys
@@ -120,15 +137,15 @@ class AcDbObjectId;
 // The layer of a key ("ROOM OUTLINES", ...) in the current drawing, created from the project's
 // tblLayer row when the drawing lacks it, and unlocked. bySystem false looks the key up for all
 // systems. A missing key falls back to "DEFAULT", then to layer "0" (with a message).
-bool ResolveLayer(const kvDocumentRegistry* registry, std::wstring_view key, AcDbObjectId& layerId,
+bool ResolveLayer(const ProjectContext& context, std::wstring_view key, AcDbObjectId& layerId,
                   bool bySystem, std::int32_t layerSystem);
 // The text style of a key in the current drawing, created when missing; height is in and out:
 // the caller passes 0, and gets the text height in drawing units (scaled by dimscale).
-bool ResolveTextStyle(const kvDocumentRegistry* registry, std::wstring_view key, AcDbObjectId& styleId,
+bool ResolveTextStyle(const ProjectContext& context, std::wstring_view key, AcDbObjectId& styleId,
                       double& height);
 // Name of the centre line layer of an air type ("sa", "ra", "ea", "oa") in a layer system; "" on
 // any failure.
-std::wstring CenterlineLayerName(const kvDocumentRegistry* registry, std::wstring_view airflow,
+std::wstring CenterlineLayerName(const ProjectContext& context, std::wstring_view airflow,
                                  std::int32_t layerSystem);
 
 // LISP kv_hvac-getLayer: key, then a layer system or nil (all systems). The layer name, or nil.

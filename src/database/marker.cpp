@@ -27,7 +27,16 @@ std::wstring ValueOfKey(const resbuf* cells, std::wstring_view key) {
   return {};
 }
 
-void ProjectCreatedHook(hvacPerProjectData& project, AcDbDatabase* drawing) {
+}  // namespace
+
+std::wstring ReadDrawingMarker(AcDbDatabase* drawing, std::wstring_view key) {
+  AcDbObjectPointer<AcDbBlockTableRecord> modelSpace;
+  if (OpenModelSpace(drawing, AcDb::kForRead, modelSpace) != Acad::eOk) return {};
+  ResbufPtr cells(modelSpace->xData(L"KELVANE"));
+  return ValueOfKey(cells.get(), key);
+}
+
+void ConnectMarkedProject(hvacPerProjectData& project, AcDbDatabase* drawing) {
   if (ReadDrawingMarker(drawing, L"KV_HVAC") != L"YES") return;
   if (!OpenDatabase(project, project.folder(), L"kv_hvac", false)) return;
   // A component that could not be made, or a file whose repair must wait for the LISP layer,
@@ -35,27 +44,4 @@ void ProjectCreatedHook(hvacPerProjectData& project, AcDbDatabase* drawing) {
   // them on the connection it opens.
   kvProjectDatabase& state = DatabaseOf(project);
   if (IsConnectionOpen(state.connection().Get())) state.CreateCommonTables();
-}
-
-}  // namespace
-
-std::wstring ReadDrawingMarker(AcDbDatabase* drawing, std::wstring_view key) {
-  if (!drawing) return {};
-  AcDbBlockTable* blocks = nullptr;
-  if (drawing->getBlockTable(blocks, AcDb::kForRead) != Acad::eOk) return {};
-  AcDbBlockTableRecord* modelSpace = nullptr;
-  const Acad::ErrorStatus es = blocks->getAt(ACDB_MODEL_SPACE, modelSpace, AcDb::kForRead);
-  blocks->close();
-  if (es != Acad::eOk) return {};
-  resbuf* cells = modelSpace->xData(L"KELVANE");
-  modelSpace->close();
-  std::wstring value = ValueOfKey(cells, key);
-  acutRelRb(cells);
-  return value;
-}
-
-void InstallProjectCreatedHook() {
-  ProjectDatabaseHooks hooks = GetProjectDatabaseHooks();
-  hooks.projectCreated = &ProjectCreatedHook;
-  SetProjectDatabaseHooks(hooks);
 }

@@ -26,25 +26,6 @@ class SymbolTableLock {
   AcApDocument* document_;
 };
 
-// Closes an opened database object at the end of a scope.
-template <class T> struct Closer {
-  T* object = nullptr;
-  ~Closer() {
-    if (object) object->close();
-  }
-};
-
-AcDbDatabase* CurrentDrawing(const kvDocumentRegistry* registry) {
-  hvacPerDocData* document = CurrentDocument(registry);
-  if (document && document->database()) return document->database();
-  return acdbHostApplicationServices()->workingDatabase();
-}
-
-kvProjectDatabase* CurrentState(const kvDocumentRegistry* registry) {
-  hvacPerProjectData* project = CurrentProject(registry);
-  return project ? dynamic_cast<kvProjectDatabase*>(project->databaseState()) : nullptr;
-}
-
 std::wstring Upper(std::wstring text) {
   std::transform(text.begin(), text.end(), text.begin(), [](wchar_t c) { return std::towupper(c); });
   return text;
@@ -52,10 +33,14 @@ std::wstring Upper(std::wstring text) {
 
 // A drawn layer is always unlocked when it is asked for; a failure to open it changes nothing.
 void Unlock(AcDbObjectId layerId) {
-  AcDbLayerTableRecord* layer = nullptr;
-  if (acdbOpenObject(layer, layerId, AcDb::kForWrite) != Acad::eOk) return;
-  layer->setIsLocked(false);
-  layer->close();
+  AcDbObjectPointer<AcDbLayerTableRecord> layer(layerId, AcDb::kForWrite);
+  if (layer.openStatus() == Acad::eOk) layer->setIsLocked(false);
+}
+
+// The name of a layer, or "" when the id opens none.
+std::wstring LayerName(AcDbObjectId layerId) {
+  AcDbObjectPointer<AcDbLayerTableRecord> layer(layerId, AcDb::kForRead);
+  return layer.openStatus() == Acad::eOk ? std::wstring(layer->getName()) : std::wstring();
 }
 
 // The name of the layer a key maps to: the key's row, else the DEFAULT row, else "0". Leaves the
@@ -86,13 +71,12 @@ AcDbLayerTableRecord* NewLayerFromRow(AcDbDatabase* drawing, const tblLayer& row
   record->setIsPlottable(row.GetbPlot());
   const std::wstring linetype = Upper(row.GetsLinetype());
   if (linetype != L"CONTINUOUS") {
-    AcDbLinetypeTable* linetypes = nullptr;
-    if (drawing->getLinetypeTable(linetypes, AcDb::kForRead) != Acad::eOk) {
+    AcDbObjectPointer<AcDbLinetypeTable> linetypes(drawing->linetypeTableId(), AcDb::kForRead);
+    if (linetypes.openStatus() != Acad::eOk) {
       delete record;
       return nullptr;
     }
     AcDbObjectId id = linetypes->getIdAt(linetype.c_str());
-    linetypes->close();
     // The module loads no linetype: one the drawing lacks leaves the default.
     if (!id.isNull()) record->setLinetypeObjectId(id);
   }
@@ -126,21 +110,19 @@ bool AddLayer(AcDbDatabase* drawing, AcDbLayerTable* table, const tblLayer& row)
 
 }  // namespace
 
-bool ResolveLayer(const kvDocumentRegistry* registry, std::wstring_view key, AcDbObjectId& layerId,
+bool ResolveLayer(const ProjectContext& context, std::wstring_view key, AcDbObjectId& layerId,
                   bool bySystem, std::int32_t layerSystem) {
-  kvProjectDatabase* state = CurrentState(registry);
-  tblLayerKey* keys = state ? state->table<tblLayerKey>() : nullptr;
-  tblLayer* layers = state ? state->table<tblLayer>() : nullptr;
-  if (!keys || !layers) return false;
+  tblLayerKey* keys = context.database.table<tblLayerKey>();
+  tblLayer* layers = context.database.table<tblLayer>();
+  if (!keys || !layers || !context.drawing) return false;
   const std::wstring name = LayerNameOfKey(*keys, *layers, key, bySystem ? layerSystem : 0);
 
-  AcDbDatabase* drawing = CurrentDrawing(registry);
-  Closer<AcDbLayerTable> table;
-  if (!drawing || drawing->getLayerTable(table.object, AcDb::kForRead) != Acad::eOk) return false;
-  layerId = table.object->getIdAt(name.c_str());
+  AcDbObjectPointer<AcDbLayerTable> table(context.drawing->layerTableId(), AcDb::kForRead);
+  if (table.openStatus() != Acad::eOk) return false;
+  layerId = table->getIdAt(name.c_str());
   if (layerId.isNull()) {
-    if (!AddLayer(drawing, table.object, *layers)) return false;
-    layerId = table.object->getIdAt(name.c_str());
+    if (!AddLayer(context.drawing, table, *layers)) return false;
+    layerId = table->getIdAt(name.c_str());
     if (layerId.isNull()) return false;
   }
   Unlock(layerId);
@@ -178,27 +160,24 @@ AcDbObjectId AddTextStyle(AcDbTextStyleTable* table, const std::wstring& styleNa
 
 }  // namespace
 
-bool ResolveTextStyle(const kvDocumentRegistry* registry, std::wstring_view key, AcDbObjectId& styleId,
+bool ResolveTextStyle(const ProjectContext& context, std::wstring_view key, AcDbObjectId& styleId,
                       double& height) {
-  kvProjectDatabase* state = CurrentState(registry);
-  tblTextStyle* styles = state ? state->table<tblTextStyle>() : nullptr;
-  if (!styles) return false;
+  tblTextStyle* styles = context.database.table<tblTextStyle>();
+  if (!styles || !context.drawing) return false;
   std::wstring styleName;
   TextStyleOfKey(*styles, key, styleName, height);
   if (styleName.empty()) styleName = L"Standard";
   if (height == 0.0) height = 0.1;
-  AcDbDatabase* drawing = CurrentDrawing(registry);
-  if (!drawing) return false;
-  height *= drawing->dimscale();
+  height *= context.drawing->dimscale();
 
-  Closer<AcDbTextStyleTable> table;
-  if (drawing->getTextStyleTable(table.object, AcDb::kForRead) != Acad::eOk) return false;
-  styleId = table.object->getIdAt(styleName.c_str());
-  if (styleId.isNull()) styleId = AddTextStyle(table.object, styleName);
+  AcDbObjectPointer<AcDbTextStyleTable> table(context.drawing->textStyleTableId(), AcDb::kForRead);
+  if (table.openStatus() != Acad::eOk) return false;
+  styleId = table->getIdAt(styleName.c_str());
+  if (styleId.isNull()) styleId = AddTextStyle(table, styleName);
   return !styleId.isNull();
 }
 
-std::wstring CenterlineLayerName(const kvDocumentRegistry* registry, std::wstring_view airflow,
+std::wstring CenterlineLayerName(const ProjectContext& context, std::wstring_view airflow,
                                  std::int32_t layerSystem) {
   std::wstring key = L"DUCTWORK CENTERLINE: ";
   if (airflow == L"sa") key += L"SUPPLY";
@@ -206,12 +185,8 @@ std::wstring CenterlineLayerName(const kvDocumentRegistry* registry, std::wstrin
   else if (airflow == L"ea") key += L"EXHAUST";
   else if (airflow == L"oa") key += L"OUTSIDE AIR";
   AcDbObjectId layerId;
-  if (!ResolveLayer(registry, key, layerId, true, layerSystem)) return {};
-  AcDbLayerTableRecord* layer = nullptr;
-  if (acdbOpenObject(layer, layerId, AcDb::kForRead) != Acad::eOk) return {};
-  std::wstring name = layer->getName();
-  layer->close();
-  return name;
+  if (!ResolveLayer(context, key, layerId, true, layerSystem)) return {};
+  return LayerName(layerId);
 }
 
 LispStatus kv_hvac_getLayer() {
@@ -228,11 +203,10 @@ LispStatus kv_hvac_getLayer() {
     if (!ArgBool(cursor, flag) || flag) return LispStatus::Success;
     bySystem = false;
   }
+  const ProjectContext* context = CurrentProjectContext();
   AcDbObjectId layerId;
-  if (!ResolveLayer(DocumentRegistry(), key, layerId, bySystem, layerSystem)) return LispStatus::Success;
-  AcDbLayerTableRecord* layer = nullptr;
-  if (acdbOpenObject(layer, layerId, AcDb::kForRead) != Acad::eOk) return LispStatus::Success;
-  acedRetStr(layer->getName());
-  layer->close();
+  if (!context || !ResolveLayer(*context, key, layerId, bySystem, layerSystem)) return LispStatus::Success;
+  const std::wstring name = LayerName(layerId);
+  if (!name.empty()) acedRetStr(name.c_str());
   return LispStatus::Success;
 }

@@ -9,16 +9,16 @@
 
 namespace {
 
-constexpr std::array<const ACHAR*, 12> kMonthNames = {L"January", L"February", L"March",     L"April",
+constexpr std::array<const wchar_t*, 12> kMonthNames = {L"January", L"February", L"March",     L"April",
                                                       L"May",     L"June",     L"July",      L"August",
                                                       L"September", L"October", L"November", L"December"};
-constexpr std::array<const ACHAR*, 24> kHourNames = {
+constexpr std::array<const wchar_t*, 24> kHourNames = {
     L"1 am", L"2 am", L"3 am", L"4 am", L"5 am", L"6 am", L"7 am", L"8 am", L"9 am", L"10 am", L"11 am", L"noon",
     L"1 pm", L"2 pm", L"3 pm", L"4 pm", L"5 pm", L"6 pm", L"7 pm", L"8 pm", L"9 pm", L"10 pm", L"11 pm", L"midnight"};
 
 constexpr double kTonsPerBtuh = 8.333333333333333e-05;
 constexpr double kKilowattsPerBtuh = 0.0002929973630237328;
-constexpr ACHAR kDegree = 176;
+constexpr wchar_t kDegree = 176;
 
 // Digits of a whole number with a comma before each group of three, counted from the right.
 std::wstring grouped(const std::string& digits) {
@@ -27,13 +27,13 @@ std::wstring grouped(const std::string& digits) {
   out.append(digits.begin(), digits.begin() + static_cast<std::ptrdiff_t>(start));
   for (std::size_t i = start; i < digits.size(); ++i) {
     if (i > start && (digits.size() - i) % 3 == 0) out += L',';
-    out += static_cast<ACHAR>(digits[i]);
+    out += static_cast<wchar_t>(digits[i]);
   }
   return out;
 }
 
 template <std::size_t N>
-int indexIn(const std::array<const ACHAR*, N>& names, std::wstring_view name) {
+int indexIn(const std::array<const wchar_t*, N>& names, std::wstring_view name) {
   for (std::size_t i = 0; i < N; ++i)
     if (name == names[i]) return static_cast<int>(i);
   return -1;
@@ -207,7 +207,7 @@ std::wstring displayKilowatts(double btuh) { return displayDecimal(btuh * kKilow
 std::wstring displayTemperature(std::int32_t degrees) { return std::to_wstring(degrees) + kDegree + L" F"; }
 std::wstring displayTemperatureDifference(std::int32_t degrees) { return std::to_wstring(degrees) + kDegree + L" dT"; }
 
-const ACHAR* monthName(int index) { return index >= 0 && index < 12 ? kMonthNames[index] : nullptr; }
-const ACHAR* hourName(int index) { return index >= 0 && index < 24 ? kHourNames[index] : nullptr; }
+const wchar_t* monthName(int index) { return index >= 0 && index < 12 ? kMonthNames[index] : nullptr; }
+const wchar_t* hourName(int index) { return index >= 0 && index < 24 ? kHourNames[index] : nullptr; }
 int monthIndex(std::wstring_view name) { return indexIn(kMonthNames, name); }
 int hourIndex(std::wstring_view name) { return indexIn(kHourNames, name); }

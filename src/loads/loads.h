@@ -1,5 +1,6 @@
 // Loads: the hourly CLTD/SCL tables, the store of partial load sums kept for the LISP layer, and
-// the reading and formatting of load figures that the Load Detail dialog shows.
+// the reading and formatting of load figures that the Load Detail dialog shows. Plain arithmetic:
+// the LISP bodies over it are in loadslisp.h.
 #pragma once
 
 #include <cstddef>
@@ -9,8 +10,6 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
-
-#include "bridge/bridge.h"
 
 // ---------------------------------------------------------------------------------------------
 // CLTD/SCL tables
@@ -198,21 +197,7 @@ std::wstring displayTemperatureDifference(std::int32_t degrees);
 
 // "January".."December" for 0..11 and "1 am".."midnight" for 0..23; null outside. The indices
 // of names, -1 for a name that is not one.
-const ACHAR* monthName(int index);
-const ACHAR* hourName(int index);
+const wchar_t* monthName(int index);
+const wchar_t* hourName(int index);
 int monthIndex(std::wstring_view name);
 int hourIndex(std::wstring_view name);
-
-// ---------------------------------------------------------------------------------------------
-// LISP bodies (rows of the module's LISP table)
-// ---------------------------------------------------------------------------------------------
-
-LispStatus lispGetGlassCltdDxf();    // kv_hvac-getGlassCLTDDxf
-LispStatus lispGetWallCltdDxf();     // kv_hvac-getWallCLTDDxf
-LispStatus lispGetRoofCltdDxf();     // kv_hvac-getRoofCLTDDxf
-LispStatus lispStoreWallData();      // kv_hvac-loads-storeWallData
-LispStatus lispGetWallData();        // kv_hvac-loads-getWallData
-LispStatus lispResetWallData();      // kv_hvac-loads-resetWallData
-LispStatus lispStoreRoomData();      // kv_hvac-loads-storeRoomData
-LispStatus lispGetRoomData();        // kv_hvac-loads-getRoomData
-LispStatus lispResetRoomData();      // kv_hvac-loads-resetRoomData

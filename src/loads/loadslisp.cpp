@@ -3,25 +3,9 @@
 #include <string>
 
 #include "loads/loads.h"
+#include "loads/loadslisp.h"
 
 namespace {
-
-// Releases an abandoned result list on every path out of a body.
-class ResultList {
- public:
-  ResultList() { ResultOpen(head_, tail_); }
-  ~ResultList() {
-    if (head_) acutRelRb(head_);
-  }
-  ResultList(const ResultList&) = delete;
-  ResultList& operator=(const ResultList&) = delete;
-  resbuf*& tail() { return tail_; }
-  void close() { ResultClose(head_, tail_); }
-
- private:
-  resbuf* head_ = nullptr;
-  resbuf* tail_ = nullptr;
-};
 
 // Reads one integer and makes sure the cursor moves on, even over a cell ArgInt leaves in place.
 bool nextInt(ArgCursor& cursor, std::int32_t& out) {

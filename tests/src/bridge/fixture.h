@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "bridge/bridge.h"
+#include "module/module.h"
 
 // Collects what the module prints while it lives.
 class ConsoleCapture {

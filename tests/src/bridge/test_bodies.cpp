@@ -4,6 +4,7 @@
 #include <cmath>
 #include <filesystem>
 
+#include "ProjectDatabase.h"
 #include "ap.h"
 #include "fixture.h"
 
@@ -22,21 +23,29 @@ std::vector<const resbuf*> Items(const resbuf* rb) {
 class Bodies : public ::testing::Test {
  protected:
   void SetUp() override {
-    // Every project counts as connected, so the rows that need the database run their bodies.
-    ProjectDatabaseHooks hooks;
-    hooks.connectDocument = [](hvacPerDocData&, bool) { return true; };
-    SetProjectDatabaseHooks(hooks);
+    // The drawing lies in a project folder with a database, so that the rows that need one run
+    // their bodies; each case has its folder, as ctest runs them side by side.
+    folder_ = fs::path(KV_BINARY_DIR) / "bridge-bodies-unit" /
+              ::testing::UnitTest::GetInstance()->current_test_info()->name();
+    fs::remove_all(folder_);
+    fs::create_directories(folder_);
+    ProjectDatabasePtr file;
+    VARIANT_BOOL made = VARIANT_FALSE;
+    ASSERT_TRUE(SUCCEEDED(CreateProjectDatabase(file)));
+    file->CreateProject(_bstr_t((folder_ / "office_kv_hvac.kv").wstring().c_str()), &made);
+    ASSERT_EQ(made, VARIANT_TRUE);
+    file->Close(&made);
     acDocManagerPtr()->closeAll();
-    document_ = acDocManagerPtr()->newDocument();
+    document_ = acDocManagerPtr()->openDocument((folder_ / "plan.dwg").wstring().c_str());
     registry_ = std::make_unique<kvDocumentRegistry>();
   }
   void TearDown() override {
     registry_.reset();
     acDocManagerPtr()->closeAll();
-    SetProjectDatabaseHooks({});
   }
   EntryCall Call(const wchar_t* name, resbuf* args) { return CallEntry(EntryOf(name), args); }
 
+  fs::path folder_;
   AcApDocument* document_ = nullptr;
   std::unique_ptr<kvDocumentRegistry> registry_;
   ConsoleCapture console_;
@@ -135,7 +144,7 @@ TEST_F(Bodies, CheckkvListsDocumentsAndProjects) {
   EXPECT_EQ(Call(L"c:checkkv", nullptr).code, RSRSLT);
   std::string out = console_.take();
   std::string name = kvads::toUtf8(document_->fileName());
-  EXPECT_EQ(out, "\nDocument list\n" + name + "\nProject list\n");
+  EXPECT_EQ(out, "\nDocument list\n" + name + "\nProject list\n" + folder_.string());
   ASSERT_EQ(acrxEntryPoint(AcRx::kUnloadAppMsg, nullptr), AcRx::kRetOK);
 }
 

@@ -1,10 +1,12 @@
 // Documents and projects following the host's document events, and the guard around them.
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <filesystem>
 #include <stdexcept>
 
 #include "ap.h"
+#include "database/database.h"
 #include "fixture.h"
 
 namespace {
@@ -13,14 +15,16 @@ namespace fs = std::filesystem;
 
 int gDisconnects = 0;
 int gCreated = 0;
-bool gConnectAnswer = true;
 
-ProjectDatabaseHooks CountingHooks() {
-  ProjectDatabaseHooks hooks;
-  hooks.connectDocument = [](hvacPerDocData&, bool) { return gConnectAnswer; };
-  hooks.projectCreated = [](hvacPerProjectData&, AcDbDatabase*) { ++gCreated; };
-  hooks.disconnectProject = [](hvacPerProjectData&) { ++gDisconnects; };
-  return hooks;
+// A project's database side that counts its end, which is where a project closes its database.
+class CountingState : public ProjectDatabaseState {
+ public:
+  ~CountingState() override { ++gDisconnects; }
+};
+
+void CountProject(hvacPerProjectData& project, AcDbDatabase*) {
+  ++gCreated;
+  project.setDatabaseState(std::make_unique<CountingState>());
 }
 
 class Documents : public ::testing::Test {
@@ -34,12 +38,9 @@ class Documents : public ::testing::Test {
     fs::create_directories(root_ / "one");
     fs::create_directories(root_ / "two");
     gDisconnects = gCreated = 0;
-    gConnectAnswer = true;
-    SetProjectDatabaseHooks(CountingHooks());
   }
   void TearDown() override {
     acDocManagerPtr()->closeAll();
-    SetProjectDatabaseHooks({});
     SetDoDocumentActivated(true);
   }
   std::wstring Path(const char* relative) const { return (root_ / relative).wstring(); }
@@ -61,7 +62,7 @@ class Documents : public ::testing::Test {
 };
 
 TEST_F(Documents, DrawingsOfOneFolderShareAProjectThatEndsWithTheLast) {
-  kvDocumentRegistry registry;
+  kvDocumentRegistry registry(CountProject);
   AcApDocument* a = Open("one/a.dwg");
   AcApDocument* b = Open("one/b.dwg");
   Open("two/c.dwg");
@@ -80,7 +81,7 @@ TEST_F(Documents, DrawingsOfOneFolderShareAProjectThatEndsWithTheLast) {
 }
 
 TEST_F(Documents, ActivationMovesToTheHeadWithoutGrowingTheList) {
-  kvDocumentRegistry registry;
+  kvDocumentRegistry registry(CountProject);
   AcApDocument* a = Open("one/a.dwg");
   Open("one/b.dwg");
   for (int i = 0; i < 2; ++i) {
@@ -97,7 +98,7 @@ TEST_F(Documents, ActivationMovesToTheHeadWithoutGrowingTheList) {
 }
 
 TEST_F(Documents, SaveAsMovesTheDrawingAutomaticSaveDoesNot) {
-  kvDocumentRegistry registry;
+  kvDocumentRegistry registry(CountProject);
   AcApDocument* a = Open("one/a.dwg");
   ASSERT_EQ(acDocManagerPtr()->autoSaveDocument(a), Acad::eOk);
   EXPECT_EQ(DocumentPaths(registry), (std::vector<std::wstring>{Path("one/a.dwg")}));
@@ -115,7 +116,7 @@ TEST_F(Documents, RegistryEntersOpenDrawingsAndLeavesNothingBehind) {
   Open("one/a.dwg");
   Open("two/b.dwg");
   {
-    kvDocumentRegistry registry;
+    kvDocumentRegistry registry(CountProject);
     EXPECT_EQ(registry.documents().size(), 2u);
     EXPECT_EQ(CurrentDocument(&registry)->path(), Path("two/b.dwg"));
   }
@@ -126,7 +127,7 @@ TEST_F(Documents, RegistryEntersOpenDrawingsAndLeavesNothingBehind) {
 
 TEST_F(Documents, ActivationRunsTheLispLayersWorkOnlyWhenAllowedAndQuiet) {
   RecordingSession session;
-  kvDocumentRegistry registry;
+  kvDocumentRegistry registry(CountProject);
   AcApDocument* a = Open("one/a.dwg");
   AcApDocument* b = Open("one/b.dwg");
   a->setLispSession(&session);
@@ -149,16 +150,24 @@ TEST_F(Documents, ActivationRunsTheLispLayersWorkOnlyWhenAllowedAndQuiet) {
 
 int gBodyRuns = 0;
 AcAp::DocLockMode gLockInBody = AcAp::kNone;
+const ProjectContext* gContextInBody = nullptr;
 
 LispStatus LockProbe() {
   ++gBodyRuns;
   gLockInBody = acDocManagerPtr()->curDocument()->myLockMode();
+  gContextInBody = CurrentProjectContext();
   return LispStatus::WrongType;
 }
 LispStatus Throws() { throw std::runtime_error("boom"); }
 LispStatus ThrowsOther() { throw 42; }
 
 TEST_F(Documents, GuardLocksConnectsAndAlwaysUnlocks) {
+  ProjectDatabasePtr file;
+  VARIANT_BOOL made = VARIANT_FALSE;
+  ASSERT_TRUE(SUCCEEDED(CreateProjectDatabase(file)));
+  file->CreateProject(_bstr_t(Path("one/office_kv_hvac.kv").c_str()), &made);
+  ASSERT_EQ(made, VARIANT_TRUE);
+  file->Close(&made);
   ConsoleCapture console;
   kvDocumentRegistry registry;
   gBodyRuns = 0;
@@ -167,17 +176,30 @@ TEST_F(Documents, GuardLocksConnectsAndAlwaysUnlocks) {
   EXPECT_EQ(gBodyRuns, 0);
   EXPECT_EQ(console.take(), "");
 
+  // The body runs locked, in the context of the project the guard connected.
   AcApDocument* a = Open("one/a.dwg");
   EXPECT_EQ(LispGuard(LockProbe, &registry), RSERR);
   EXPECT_EQ(gBodyRuns, 1);
   EXPECT_EQ(gLockInBody, AcAp::kWrite);
+  ASSERT_NE(gContextInBody, nullptr);
+  EXPECT_EQ(&gContextInBody->project, CurrentProject(&registry));
+  EXPECT_EQ(gContextInBody->drawing, a->database());
   EXPECT_EQ(console.take(), "\nWrong type of arguments passed.\n");
   EXPECT_EQ(a->myLockMode(), AcAp::kNone);
+  EXPECT_EQ(CurrentProjectContext(), nullptr);  // only for the call
 
-  gConnectAnswer = false;  // the connection has printed its own failure
+  // A row that only locks runs without a project context.
+  EXPECT_EQ(LispGuard(LockProbe, nullptr), RSERR);
+  EXPECT_EQ(gContextInBody, nullptr);
+  console.take();
+
+  // A folder without a database: the connection prints its own failure; LISP sees nil.
+  AcApDocument* b = Open("two/b.dwg");
   EXPECT_EQ(LispGuard(LockProbe, &registry), RSRSLT);
-  EXPECT_EQ(gBodyRuns, 1);
-  EXPECT_EQ(a->myLockMode(), AcAp::kNone);
+  EXPECT_EQ(gBodyRuns, 2);
+  EXPECT_EQ(console.take(),
+            "\nError finding the HVAC database.\nCannot connect to the HVAC database (Connection Error Code 1).");
+  EXPECT_EQ(b->myLockMode(), AcAp::kNone);
 
   EXPECT_THROW(LispGuard(Throws, nullptr), std::runtime_error);
   EXPECT_EQ(console.take(), "\nGeneral Exception");
@@ -187,26 +209,29 @@ TEST_F(Documents, GuardLocksConnectsAndAlwaysUnlocks) {
   EXPECT_EQ(a->myLockMode(), AcAp::kNone);
 }
 
-TEST_F(Documents, ModuleStartReportsWhatEscapesItAndLeavesNoReactorBehind) {
-  ConsoleCapture console;
+TEST_F(Documents, ARegistryThatFailsToStartLeavesNoReactorBehind) {
   Open("one/a.dwg");
-  ProjectDatabaseHooks throwing;
-  throwing.projectCreated = [](hvacPerProjectData&, AcDbDatabase*) { throw std::runtime_error("boom"); };
-  SetProjectDatabaseHooks(throwing);
-  EXPECT_EQ(acrxEntryPoint(AcRx::kInitAppMsg, nullptr), AcRx::kRetError);
-  EXPECT_NE(console.take().find("\nGeneral Error:  boom"), std::string::npos);
-  EXPECT_EQ(DocumentRegistry(), nullptr);
+  auto throwing = [](hvacPerProjectData&, AcDbDatabase*) { throw std::runtime_error("boom"); };
+  EXPECT_THROW(kvDocumentRegistry registry(throwing), std::runtime_error);
   // The failed registry's reactors are gone: document events after it reach nothing of it.
   Open("two/b.dwg");
   acDocManagerPtr()->closeAll();
+}
 
-  throwing.projectCreated = [](hvacPerProjectData&, AcDbDatabase*) { throw 42; };
-  SetProjectDatabaseHooks(throwing);
-  Open("one/c.dwg");
-  EXPECT_EQ(acrxEntryPoint(AcRx::kInitAppMsg, nullptr), AcRx::kRetError);
+TEST_F(Documents, EntryPointStepsReportWhatEscapesThem) {
+  ConsoleCapture console;
+  EXPECT_EQ(Shielded([] {}), AcRx::kRetOK);
+  EXPECT_EQ(Shielded([] { throw std::runtime_error("boom"); }), AcRx::kRetError);
+  EXPECT_EQ(console.take(), "\nGeneral Error:  boom");
+  EXPECT_EQ(Shielded([] { throw 42; }), AcRx::kRetError);
   EXPECT_NE(console.take().find("\nKelvane error.\nClosing AutoCAD and reopening it should fix this problem.\n"),
             std::string::npos);
-  EXPECT_EQ(acrxEntryPoint(AcRx::kUnloadAppMsg, nullptr), AcRx::kRetOK);
+  EXPECT_EQ(Shielded([] {
+              errno = 13;
+              throw 42;
+            }),
+            AcRx::kRetError);
+  EXPECT_EQ(console.take(), "\nSystem error 13.\n");
 }
 
 }  // namespace

@@ -93,14 +93,13 @@ TEST(FindDatabaseFile, KvBeforeMdbAndFiftyTwoKvFilesAreSkipped) {
 
 class Connection : public ::testing::Test {
  protected:
-  void SetUp() override { InstallProjectDatabaseHooks(); }
   void TearDown() override { ComSimulateCreateFailure(S_OK); }
 
   // A project of the temp folder (folderSuffix is appended, as a padded name would be) and one
   // document in it.
   void MakeProject(const std::wstring& folderSuffix = L"") {
     document_.reset();
-    project_ = std::make_unique<hvacPerProjectData>(dir_.path().wstring() + folderSuffix, nullptr);
+    project_ = std::make_unique<hvacPerProjectData>(dir_.path().wstring() + folderSuffix);
     document_ = std::make_unique<hvacPerDocData>(dir_.path().wstring() + L"/a.dwg", *project_, nullptr);
   }
   kvProjectDatabase& State() { return DatabaseOf(*project_); }
@@ -275,7 +274,8 @@ TEST_F(DamagedProject, RepairDeferredAtOpenPutsEveryRecordOnTheRepairedConnectio
   lisp_.repair = false;
   AcDbDatabase marked(true, true);
   kvtest::WriteMarker(&marked, L"YES");
-  project_ = std::make_unique<hvacPerProjectData>(dir_.path().wstring(), &marked);
+  project_ = std::make_unique<hvacPerProjectData>(dir_.path().wstring());
+  ConnectMarkedProject(*project_, &marked);
   document_ = std::make_unique<hvacPerDocData>(dir_.path().wstring() + L"/a.dwg", *project_, nullptr);
   EXPECT_FALSE(IsConnectionOpen(State().connection().Get()));
   EXPECT_EQ(State().table<tblGlobal>(), nullptr);
@@ -339,26 +339,4 @@ TEST_F(ErrorReport, WritesOnAClosedConnectionRaiseTheComponentsError) {
   EXPECT_EQ(console_.take().rfind("\nDatabase Error: Object invalid or no longer set", 0), 0u);
   EXPECT_EQ(StoredText(file_, L"KEEP"), L"before");
 }
-
-TEST_F(ErrorReport, PrivateConnectionsForDialogs) {
-  ProjectDatabasePtr own;
-  ASSERT_TRUE(OpenPrivateConnection(file_.wstring(), own));
-  tblDiffSGroup groups(own.Get());
-  groups.StartNew();
-  groups.SetsName(L"Private");
-  groups.Update();
-  EXPECT_GT(groups.GetixDiffSGroup(), 0);
-  VARIANT_BOOL done;
-  own->Close(&done);
-
-  EXPECT_FALSE(OpenPrivateConnection((folder_.path() / "none_kv_hvac.kv").wstring(), own));
-  EXPECT_FALSE(own);
-  EXPECT_EQ(console_.take().rfind("\nDatabase Error: Could not find file", 0), 0u);
-
-  ComSimulateCreateFailure(REGDB_E_CLASSNOTREG);
-  EXPECT_FALSE(OpenPrivateConnection(file_.wstring(), own));
-  ComSimulateCreateFailure(S_OK);
-  EXPECT_EQ(console_.take(), "");  // a component that cannot be made ends the dialog quietly
-}
-
 }  // namespace

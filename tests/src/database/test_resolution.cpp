@@ -15,7 +15,6 @@ class Resolution : public ::testing::Test {
  protected:
   void SetUp() override {
     acDocManagerPtr()->closeAll();
-    InstallProjectDatabaseHooks();
     file_ = dir_.path() / "office_kv_hvac.kv";
     ProjectDatabasePtr db;
     VARIANT_BOOL ok = VARIANT_FALSE;
@@ -23,7 +22,7 @@ class Resolution : public ::testing::Test {
     ASSERT_TRUE(SUCCEEDED(db->CreateProject(_bstr_t(file_.wstring()), &ok)));
     db->Close(&ok);
     kvads::setConsoleSink([this](std::string_view s) { printed_ += s; });
-    registry_ = std::make_unique<kvDocumentRegistry>();
+    registry_ = std::make_unique<kvDocumentRegistry>(&ConnectMarkedProject);
     acDocManagerPtr()->openDocument((dir_.path() / "a.dwg").wstring().c_str());
     ASSERT_TRUE(ConnectDocument(*CurrentDocument(registry_.get()), true));
   }
@@ -31,12 +30,13 @@ class Resolution : public ::testing::Test {
     acDocManagerPtr()->closeAll();
     registry_.reset();
     kvads::setConsoleSink(nullptr);
-    SetProjectDatabaseHooks({});
   }
+  // The context the guard would hand a body of the current document.
+  ProjectContext Context() { return ContextOf(*CurrentDocument(registry_.get())); }
   AcDbDatabase* Drawing() { return CurrentDocument(registry_.get())->database(); }
   void Exec(const std::wstring& sql) {
     VARIANT_BOOL ok = VARIANT_FALSE;
-    GetDatabaseObject(registry_.get())->Execute(_bstr_t(sql), &ok);
+    GetDatabaseObject(Context())->Execute(_bstr_t(sql), &ok);
     ASSERT_EQ(ok, VARIANT_TRUE) << WideToUtf8(sql);
   }
   // The layer's name, or "" when the id opens no layer.
@@ -65,7 +65,7 @@ TEST_F(Resolution, LayerIsCreatedFromItsRowOnceAndUnlocked) {
   Exec(L"update tblLayer set sLineweight = '35', sPlotstyle = 'Thin' where sName = 'M-ROOM-OTLN'");
   EXPECT_TRUE(LayerId(L"M-ROOM-OTLN").isNull());
   AcDbObjectId id;
-  ASSERT_TRUE(ResolveLayer(registry_.get(), L"ROOM OUTLINES", id, false, 0));
+  ASSERT_TRUE(ResolveLayer(Context(), L"ROOM OUTLINES", id, false, 0));
   EXPECT_EQ(id, LayerId(L"M-ROOM-OTLN"));
   {
     AcDbLayerTableRecord* layer = nullptr;
@@ -78,7 +78,7 @@ TEST_F(Resolution, LayerIsCreatedFromItsRowOnceAndUnlocked) {
     layer->close();
   }
   AcDbObjectId again;
-  ASSERT_TRUE(ResolveLayer(registry_.get(), L"ROOM OUTLINES", again, false, 0));
+  ASSERT_TRUE(ResolveLayer(Context(), L"ROOM OUTLINES", again, false, 0));
   EXPECT_EQ(again, id);
   AcDbLayerTableRecord* layer = nullptr;
   ASSERT_EQ(acdbOpenObject(layer, id, AcDb::kForRead), Acad::eOk);
@@ -91,28 +91,28 @@ TEST_F(Resolution, MissingKeysFallBackToDefaultThenToLayerZero) {
   Exec(L"insert into tblLayerKey (ixLayerSystem, ixLayer, sKey) select 3, ixLayer, \"ONLY THREE\" from tblLayer "
        L"where sName = \"M-ROOM-LEAD\"");
   AcDbObjectId id;
-  ASSERT_TRUE(ResolveLayer(registry_.get(), L"ONLY THREE", id, true, 3));
+  ASSERT_TRUE(ResolveLayer(Context(), L"ONLY THREE", id, true, 3));
   EXPECT_EQ(NameOf(id), L"M-ROOM-LEAD");
-  ASSERT_TRUE(ResolveLayer(registry_.get(), L"ONLY THREE", id, false, 3));
+  ASSERT_TRUE(ResolveLayer(Context(), L"ONLY THREE", id, false, 3));
   EXPECT_EQ(NameOf(id), L"M-HVAC");  // for all systems the key is unknown: DEFAULT decides
   EXPECT_EQ(printed_, "");
 
   Exec(L"delete from tblLayerKey where sKey = \"DEFAULT\"");
-  ASSERT_TRUE(ResolveLayer(registry_.get(), L"NO SUCH KEY", id, true, 2));
+  ASSERT_TRUE(ResolveLayer(Context(), L"NO SUCH KEY", id, true, 2));
   EXPECT_EQ(NameOf(id), L"0");
   EXPECT_EQ(printed_, "\nLayer key NO SUCH KEY:2 does not exist in the database.");
   printed_.clear();
 
   Exec(L"delete from tblLayer where sName = \"M-ROOM-IDEN\"");
-  ASSERT_TRUE(ResolveLayer(registry_.get(), L"ROOM LABELS", id, false, 0));
+  ASSERT_TRUE(ResolveLayer(Context(), L"ROOM LABELS", id, false, 0));
   EXPECT_EQ(NameOf(id), L"0");
   EXPECT_EQ(printed_, "\nLayer corresponding to layer key ROOM LABELS:0 does not exist in the database.");
 }
 
 TEST_F(Resolution, LinetypeTheDrawingLacksLeavesTheDefault) {
   AcDbObjectId center, plain;
-  ASSERT_TRUE(ResolveLayer(registry_.get(), L"DUCTWORK CENTERLINE: SUPPLY", center, false, 0));
-  ASSERT_TRUE(ResolveLayer(registry_.get(), L"ROOM OUTLINES", plain, false, 0));
+  ASSERT_TRUE(ResolveLayer(Context(), L"DUCTWORK CENTERLINE: SUPPLY", center, false, 0));
+  ASSERT_TRUE(ResolveLayer(Context(), L"ROOM OUTLINES", plain, false, 0));
   AcDbLayerTableRecord* layer = nullptr;
   ASSERT_EQ(acdbOpenObject(layer, center, AcDb::kForRead), Acad::eOk);
   const AcDbObjectId centerLinetype = layer->linetypeObjectId();
@@ -123,14 +123,14 @@ TEST_F(Resolution, LinetypeTheDrawingLacksLeavesTheDefault) {
 }
 
 TEST_F(Resolution, CenterlineLayersByAirTypeAndSystem) {
-  EXPECT_EQ(CenterlineLayerName(registry_.get(), L"ra", 0), L"M-DUCT-RETN-CNTR");
-  EXPECT_EQ(CenterlineLayerName(registry_.get(), L"oa", 0), L"M-DUCT-OUTS-CNTR");
-  EXPECT_EQ(CenterlineLayerName(registry_.get(), L"xx", 0), L"M-HVAC");
+  EXPECT_EQ(CenterlineLayerName(Context(), L"ra", 0), L"M-DUCT-RETN-CNTR");
+  EXPECT_EQ(CenterlineLayerName(Context(), L"oa", 0), L"M-DUCT-OUTS-CNTR");
+  EXPECT_EQ(CenterlineLayerName(Context(), L"xx", 0), L"M-HVAC");
   // A layer system looks up its own rows only.
   Exec(L"insert into tblLayerKey (ixLayerSystem, ixLayer, sKey) select 2, ixLayer, "
        L"\"DUCTWORK CENTERLINE: SUPPLY\" from tblLayer where sName = \"M-ROOM-LEAD\"");
-  EXPECT_EQ(CenterlineLayerName(registry_.get(), L"sa", 2), L"M-ROOM-LEAD");
-  EXPECT_EQ(CenterlineLayerName(registry_.get(), L"ea", 2), L"0");
+  EXPECT_EQ(CenterlineLayerName(Context(), L"sa", 2), L"M-ROOM-LEAD");
+  EXPECT_EQ(CenterlineLayerName(Context(), L"ea", 2), L"0");
   EXPECT_EQ(printed_, "\nLayer key DUCTWORK CENTERLINE: EXHAUST:2 does not exist in the database.");
 }
 
@@ -138,7 +138,7 @@ TEST_F(Resolution, TextStyleHeightsAndDefaults) {
   Drawing()->setDimscale(48.0);
   AcDbObjectId id;
   double height = 0;
-  ASSERT_TRUE(ResolveTextStyle(registry_.get(), L"ROOM LABELS", id, height));
+  ASSERT_TRUE(ResolveTextStyle(Context(), L"ROOM LABELS", id, height));
   EXPECT_DOUBLE_EQ(height, 0.125 * 48);
   AcDbTextStyleTableRecord* style = nullptr;
   ASSERT_EQ(acdbOpenObject(style, id, AcDb::kForRead), Acad::eOk);
@@ -151,7 +151,7 @@ TEST_F(Resolution, TextStyleHeightsAndDefaults) {
   // Values missing from a row come from DEFAULT; a height of 0 is 0.1.
   Exec(L"insert into tblTextStyle (sKey, sStyleName, dHeight) values (\"HALF\", NULL, 0.0)");
   height = 0;
-  ASSERT_TRUE(ResolveTextStyle(registry_.get(), L"HALF", id, height));
+  ASSERT_TRUE(ResolveTextStyle(Context(), L"HALF", id, height));
   EXPECT_DOUBLE_EQ(height, 0.1 * 48);
   ASSERT_EQ(acdbOpenObject(style, id, AcDb::kForRead), Acad::eOk);
   EXPECT_STREQ(style->getName(), L"SIMPLEX");
@@ -161,22 +161,27 @@ TEST_F(Resolution, TextStyleHeightsAndDefaults) {
   Exec(L"delete from tblTextStyle where sKey = \"DEFAULT\"");
   Exec(L"insert into tblTextStyle (sKey) values (\"BARE\")");
   height = 0;
-  ASSERT_TRUE(ResolveTextStyle(registry_.get(), L"BARE", id, height));
+  ASSERT_TRUE(ResolveTextStyle(Context(), L"BARE", id, height));
   EXPECT_DOUBLE_EQ(height, 0.1 * 48);
   ASSERT_EQ(acdbOpenObject(style, id, AcDb::kForRead), Acad::eOk);
   EXPECT_STREQ(style->getName(), L"Standard");
   style->close();
 }
 
-TEST_F(Resolution, TableGettersFollowTheCurrentDocument) {
-  EXPECT_NE(ProjectTable<tblDuct>(registry_.get()), nullptr);
-  EXPECT_TRUE(GetDatabaseObject(registry_.get()));
-  // A drawing of another folder without a database: its project is not connected.
+TEST_F(Resolution, TheContextFollowsTheCurrentDocument) {
+  EXPECT_NE(Context().database.table<tblDuct>(), nullptr);
+  EXPECT_TRUE(GetDatabaseObject(Context()));
+  EXPECT_EQ(Context().drawing, Drawing());
+  // A drawing of another folder without a database: its project is not connected, and nothing
+  // resolves in it.
   kvtest::TempFolder other;
   acDocManagerPtr()->openDocument((other.path() / "b.dwg").wstring().c_str());
-  EXPECT_EQ(ProjectTable<tblDuct>(registry_.get()), nullptr);
-  EXPECT_FALSE(GetDatabaseObject(registry_.get()));
-  EXPECT_EQ(ProjectTable<tblDuct>(nullptr), nullptr);
+  EXPECT_EQ(Context().database.table<tblDuct>(), nullptr);
+  EXPECT_FALSE(GetDatabaseObject(Context()));
+  AcDbObjectId id;
+  EXPECT_FALSE(ResolveLayer(Context(), L"ROOM OUTLINES", id, false, 0));
+  double height = 0;
+  EXPECT_FALSE(ResolveTextStyle(Context(), L"ROOM LABELS", id, height));
 }
 
 TEST_F(Resolution, MarkedDrawingConnectsItsNewProjectAtOnce) {
@@ -185,7 +190,8 @@ TEST_F(Resolution, MarkedDrawingConnectsItsNewProjectAtOnce) {
   EXPECT_EQ(ReadDrawingMarker(&marked, L"KV_HVAC"), L"YES");
   EXPECT_EQ(ReadDrawingMarker(&marked, L"KV_ELEC"), L"NO");
   EXPECT_EQ(ReadDrawingMarker(&marked, L"1"), L"");  // stands at an odd distance: a value
-  hvacPerProjectData project(dir_.path().wstring(), &marked);
+  hvacPerProjectData project(dir_.path().wstring());
+  ConnectMarkedProject(project, &marked);
   kvProjectDatabase& state = DatabaseOf(project);
   EXPECT_TRUE(IsConnectionOpen(state.connection().Get()));
   EXPECT_NE(state.table<tblGlobal>(), nullptr);
@@ -193,7 +199,8 @@ TEST_F(Resolution, MarkedDrawingConnectsItsNewProjectAtOnce) {
 
   AcDbDatabase unmarked(true, true);
   kvtest::WriteMarker(&unmarked, L"NO");
-  hvacPerProjectData plain(dir_.path().wstring(), &unmarked);
+  hvacPerProjectData plain(dir_.path().wstring());
+  ConnectMarkedProject(plain, &unmarked);
   EXPECT_FALSE(DatabaseOf(plain).connection());
   EXPECT_EQ(printed_, "");
 }

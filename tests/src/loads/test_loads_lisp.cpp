@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "loads/loads.h"
+#include "loads/loadslisp.h"
 
 namespace {
 

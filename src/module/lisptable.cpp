@@ -2,17 +2,15 @@
 //
 // Wiring a body: a folder that builds the function of a row declares its body, `LispStatus f()`,
 // in its own public header, includes that header below, and replaces `NotBuilt<N>` in the row
-// with the body's name; it also adds its library to the KV_BRIDGE_BODY_LIBS property in this
-// folder's CMakeLists.txt and removes the name from the list of not-built rows in the table's
-// test.
+// with the body's name; it removes the name from the list of not-built rows in the table's test.
 // Nothing else changes: the entry function, the guard and the function code follow from the row.
 #include <array>
 #include <utility>
 
-#include "bodies.h"
-#include "bridge.h"
+#include "bridge/bridge.h"
 #include "database/database.h"
-#include "loads/loads.h"
+#include "loads/loadslisp.h"
+#include "module/module.h"
 
 namespace {
 

@@ -3,10 +3,12 @@
 #include <cstdlib>
 #include <ctime>
 #include <exception>
+#include <functional>
 #include <string>
 
+#include "database/database.h"
+#include "module/module.h"
 #include "rx.h"
-#include "state.h"
 
 namespace {
 
@@ -29,8 +31,8 @@ void ModuleStart(void* appId) {
   std::srand(static_cast<unsigned>(std::time(nullptr)));
   acrxUnlockApplication(appId);
   acrxRegisterAppMDIAware(appId);
-  SetDocumentRegistry(std::make_unique<kvDocumentRegistry>());
-  if (CurrentDocument(DocumentRegistry())) ConnectCurrentDocument(*DocumentRegistry(), false);
+  SetDocumentRegistry(std::make_unique<kvDocumentRegistry>(&ConnectMarkedProject));
+  if (hvacPerDocData* document = CurrentDocument(DocumentRegistry())) ConnectDocument(*document, false);
   RegisterEntityClasses();
   acrxBuildClassHierarchy();
 }
@@ -47,9 +49,9 @@ void ModuleStop() {
   acrxUnloadModule(kSolidLibrary);
 }
 
-// Runs one action; what escapes it is reported and refuses the message.
-template <class Action>
-AcRx::AppRetCode Shielded(Action action) {
+}  // namespace
+
+AcRx::AppRetCode Shielded(const std::function<void()>& action) {
   try {
     errno = 0;
     action();
@@ -67,8 +69,6 @@ AcRx::AppRetCode Shielded(Action action) {
   }
   return AcRx::kRetError;
 }
-
-}  // namespace
 
 extern "C" AcRx::AppRetCode acrxEntryPoint(AcRx::AppMsgCode msg, void* appId) {
   switch (msg) {

@@ -3,7 +3,8 @@
 
 #include <string>
 
-#include "database/database.h"
+#include "ads.h"
+#include "dialogs/dialogs.h"
 #include "inputqueue.h"
 #include "ui.h"
 

@@ -1,4 +1,4 @@
-// The scripted user-input queue and the parser of its line grammar (README.md beside this file).
+// The scripted user-input queue and the parser of its line grammar (host/kvhost/README.md).
 #include "inputqueue.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 // The one queue of scripted user input: what a person would type, pick and click, in order.
 // Prompts, jigs, message boxes, file dialogs and windows all read from it; with the queue empty a
-// prompt answers as Esc and a modal dialog ends with Cancel. The grammar is in README.md beside
-// this file.
+// prompt answers as Esc and a modal dialog ends with Cancel. The grammar is in
+// host/kvhost/README.md.
 #pragma once
 
 #include <cstdint>

@@ -1,7 +1,7 @@
 // Run-time classes the module registers at start and removes at stop.
 #include "ed.h"
+#include "module/module.h"
 #include "rx.h"
-#include "state.h"
 
 void EnsureClass(AcRxClass*& slot, void (*rxInit)(), const ACHAR* name) {
   AcRxClass* known = acrxFindAcRxClass(name);

@@ -1,0 +1,26 @@
+// The data dialogs: what they share before the first of them is built (message boxes, the offer
+// of the component installer after a dialog that could not be created, and a dialog's own
+// connection to a project file).
+#pragma once
+
+#include <string_view>
+
+#include "ProjectDatabase.h"
+
+namespace kvdialogs {
+
+enum class MessageBoxKind { Ok, YesNoError };
+enum class MessageBoxAnswer { Ok, Yes, No };
+
+// Shows a message box and restores the active window afterwards.
+MessageBoxAnswer ShowMessageBox(const wchar_t* text, const wchar_t* title, MessageBoxKind kind);
+
+}  // namespace kvdialogs
+
+// A dialog's own connection to the database at path: false (with the user told, where the
+// failure is worth telling) when the dialog must end. The caller Closes it after the dialog.
+bool OpenPrivateConnection(std::wstring_view path, ProjectDatabasePtr& out);
+
+// After a dialog's DoModal: for a dialog that could not be created (-1 or 3), offers the
+// component installer. Gives result unchanged.
+int HandleDialogResult(int result);

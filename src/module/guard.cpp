@@ -1,0 +1,31 @@
+// The guard round every LISP body: document lock, database connection and project context,
+// status mapping.
+#include <exception>
+#include <optional>
+
+#include "database/database.h"
+#include "module/module.h"
+
+int LispGuard(LispBody body, kvDocumentRegistry* registry) {
+  hvacPerDocData* document = registry ? CurrentDocument(registry) : nullptr;
+  // A function that needs the database has nothing to work on without a document.
+  if (registry && !document) return RSRSLT;
+  WorkingDocumentLock lock;
+  try {
+    std::optional<ProjectContext> context;
+    if (document) {
+      // The connection prints its own failure; LISP then sees nil, not an error.
+      if (!ConnectDocument(*document, true)) return RSRSLT;
+      context.emplace(ContextOf(*document));
+    }
+    std::optional<ProjectContextScope> scope;
+    if (context) scope.emplace(*context);
+    return MapLispStatus(body());
+  } catch (const std::exception&) {
+    acutPrintf(L"\nGeneral Exception");
+    throw;
+  } catch (...) {
+    acutPrintf(L"\nError");
+    throw;
+  }
+}
