@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -240,8 +241,12 @@ std::wstring AcApDocManager::autoSavePath(AcApDocument* pDoc) const {
 }
 
 namespace {
-// Writes the database under `name`, told to the editor reactors; abortSave when it fails.
-Acad::ErrorStatus saveWithEvents(AcDbDatabase* db, const std::wstring& intended, bool keepName) {
+// The one saving path: writes the database under `intended`, told to the editor reactors. A
+// failure gives abortSave; a success runs `saved` (where the document takes its new name, before
+// saveComplete is told, as its file now has it) and then saveComplete. keepName leaves the
+// database its file name and modified flag, as an automatic save does.
+Acad::ErrorStatus saveWithEvents(AcDbDatabase* db, const std::wstring& intended, bool keepName,
+                                 const std::function<void()>& saved = {}) {
   acedEditorPtr()->forEachReactor([&](AcEditorReactor* r) { r->beginSave(db, intended.c_str()); });
   const ACHAR* old = nullptr;
   db->getFilename(old);
@@ -256,6 +261,7 @@ Acad::ErrorStatus saveWithEvents(AcDbDatabase* db, const std::wstring& intended,
     acedEditorPtr()->forEachReactor([&](AcEditorReactor* r) { r->abortSave(db); });
     return es;
   }
+  if (saved) saved();
   acedEditorPtr()->forEachReactor([&](AcEditorReactor* r) { r->saveComplete(db, intended.c_str()); });
   return Acad::eOk;
 }
@@ -267,25 +273,17 @@ Acad::ErrorStatus AcApDocManager::saveDocument(AcApDocument* pDoc) {
   return saveWithEvents(pDoc->database(), pDoc->impl()->path, false);
 }
 
-// The document takes its new name before saveComplete is told, as its file now has it.
 Acad::ErrorStatus AcApDocManager::saveDocumentAs(AcApDocument* pDoc, const ACHAR* path) {
   if (pDoc == nullptr || !impl_->has(pDoc)) return Acad::eNoDocument;
   if (path == nullptr || path[0] == 0) return Acad::eInvalidInput;
-  AcDbDatabase* db = pDoc->database();
-  acedEditorPtr()->forEachReactor([&](AcEditorReactor* r) { r->beginSave(db, path); });
-  Acad::ErrorStatus es = db->saveAs(path);
-  if (es != Acad::eOk) {
-    acedEditorPtr()->forEachReactor([&](AcEditorReactor* r) { r->abortSave(db); });
-    return es;
-  }
-  pDoc->impl()->path = path;
-  pDoc->impl()->named = true;
-  AcDbSysVarValue savefile;
-  savefile.kind = AcDbSysVarValue::Kind::String;
-  savefile.text = autoSavePath(pDoc);
-  db->setSysVarHost(L"SAVEFILE", savefile);
-  acedEditorPtr()->forEachReactor([&](AcEditorReactor* r) { r->saveComplete(db, path); });
-  return Acad::eOk;
+  return saveWithEvents(pDoc->database(), path, false, [&] {
+    pDoc->impl()->path = path;
+    pDoc->impl()->named = true;
+    AcDbSysVarValue savefile;
+    savefile.kind = AcDbSysVarValue::Kind::String;
+    savefile.text = autoSavePath(pDoc);
+    pDoc->database()->setSysVarHost(L"SAVEFILE", savefile);
+  });
 }
 
 Acad::ErrorStatus AcApDocManager::autoSaveDocument(AcApDocument* pDoc) {

@@ -1,19 +1,14 @@
 // Finding, opening, repairing, connecting and closing the project database of a project folder.
 #include <algorithm>
-#include <cwctype>
 #include <filesystem>
 
 #include "database.h"
+#include "text.h"
 
 namespace {
 
-bool IsTrue(VARIANT_BOOL b) { return b == VARIANT_TRUE; }
-
-std::wstring Upper(std::wstring_view text) {
-  std::wstring out(text);
-  std::transform(out.begin(), out.end(), out.begin(), [](wchar_t c) { return std::towupper(c); });
-  return out;
-}
+using kvdb::IsTrue;
+using kvdb::Upper;
 
 std::wstring RightTrimmed(std::wstring text) {
   const auto end = text.find_last_not_of(L" \t");

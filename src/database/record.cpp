@@ -1,13 +1,8 @@
 // The table-independent half of the record pattern: modes, movement and writes over the connection.
 #include "record.h"
+#include "text.h"
 
 namespace kvdb {
-
-namespace {
-
-bool IsTrue(VARIANT_BOOL b) { return b == VARIANT_TRUE; }
-
-}  // namespace
 
 std::wstring TrimmedText(const VARIANT& value) {
   if (value.vt != VT_BSTR || value.bstrVal == nullptr) return {};

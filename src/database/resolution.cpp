@@ -1,12 +1,12 @@
 // Layer and text style keys of the system, resolved into symbol table records of the current
 // drawing; missing records are created on demand from the project's tables.
 #include <algorithm>
-#include <cwctype>
 #include <string>
 
 #include "ap.h"
 #include "database.h"
 #include "db.h"
+#include "text.h"
 
 namespace {
 
@@ -26,10 +26,7 @@ class SymbolTableLock {
   AcApDocument* document_;
 };
 
-std::wstring Upper(std::wstring text) {
-  std::transform(text.begin(), text.end(), text.begin(), [](wchar_t c) { return std::towupper(c); });
-  return text;
-}
+using kvdb::Upper;
 
 // A drawn layer is always unlocked when it is asked for; a failure to open it changes nothing.
 void Unlock(AcDbObjectId layerId) {

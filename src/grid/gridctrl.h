@@ -719,6 +719,8 @@ class CGridCtrl : public CWnd {
   // Moves the inverted drag line of a divider to p (inverting twice restores what was beneath);
   // with erase, only takes the old line away.
   void trackSizingLine(CPoint p, bool erase);
+  // Starts dragging a column (SizingCol) or row (SizingRow) divider pressed at p.
+  void startSizing(GridMouseMode mode, int divider, CPoint p);
   bool overRowDivider(CPoint p, int& row) const;
   void showTitleTip(CPoint p);
   void extendSelectionTo(CPoint p);

@@ -54,6 +54,18 @@ bool CGridCtrl::cellTextRect(int row, int col, CRect& r) {
   return cell->GetTextRect(&r) != FALSE;
 }
 
+void CGridCtrl::startSizing(GridMouseMode mode, int divider, CPoint p) {
+  m_MouseMode = mode;
+  m_nSizingIndex = divider;
+  SetCapture();
+  // The mouse stays over the grid until the release, so the divider cannot be lost off screen.
+  CRect client;
+  GetClientRect(&client);
+  ClientToScreen(&client);
+  ClipCursor(&client);
+  trackSizingLine(p, false);
+}
+
 void CGridCtrl::OnLButtonDown(UINT flags, CPoint p) {
   m_TitleTip.Hide();
   if (GetFocus() != this) SetFocus();
@@ -61,25 +73,11 @@ void CGridCtrl::OnLButtonDown(UINT flags, CPoint p) {
   m_LeftClickDownPoint = p;
   int divider = -1;
   if (overColumnDivider(p, divider)) {
-    m_MouseMode = GridMouseMode::SizingCol;
-    m_nSizingIndex = divider;
-    SetCapture();
-    CRect client;
-    GetClientRect(&client);
-    ClientToScreen(&client);
-    ClipCursor(&client);
-    trackSizingLine(p, false);
+    startSizing(GridMouseMode::SizingCol, divider, p);
     return;
   }
   if (overRowDivider(p, divider)) {
-    m_MouseMode = GridMouseMode::SizingRow;
-    m_nSizingIndex = divider;
-    SetCapture();
-    CRect client;
-    GetClientRect(&client);
-    ClientToScreen(&client);
-    ClipCursor(&client);
-    trackSizingLine(p, false);
+    startSizing(GridMouseMode::SizingRow, divider, p);
     return;
   }
   CCellID cell = GetCellFromPt(p);

@@ -49,7 +49,11 @@ TEST_F(GridTest, InsertAndDeleteRowsMoveTheFocusAsDocumented) {
   EXPECT_TRUE(grid.DeleteRow(0));
   EXPECT_EQ(grid.GetFixedRowCount(), 0);
   // The cells know their new places.
-  for (int r = 0; r < grid.GetRowCount(); ++r) EXPECT_EQ(grid.GetCellFromPt(CPoint(5, 0)).row, 0);
+  for (int r = 0; r < grid.GetRowCount(); ++r) {
+    CRect rect;
+    ASSERT_TRUE(grid.GetCellRect(r, 0, &rect)) << r;
+    EXPECT_EQ(grid.GetCellFromPt(CPoint(rect.left + 2, rect.top + 1)).row, r) << r;
+  }
 }
 
 TEST_F(GridTest, SwapRowsMovesCellsNotHeightsAndTheFocusFollows) {
