@@ -118,7 +118,6 @@ ProjectDatabasePtr GetDatabaseObject(const ProjectContext& context);
 // The value of a key in the drawing's marker (extended data of "KELVANE" on *Model_Space, keys
 // at even distances from the name cell); "" when absent. "KV_HVAC" = "YES" marks a drawing of
 // the HVAC database.
-class AcDbDatabase;
 std::wstring ReadDrawingMarker(AcDbDatabase* drawing, std::wstring_view key);
 
 // What a new project does at once (the registry runs it): when the drawing carries the marker,
@@ -132,7 +131,6 @@ LispStatus kv_hvac_disconnect();
 // Layer and text style keys
 // ---------------------------------------------------------------------------------------------
 
-class AcDbObjectId;
 
 // The layer of a key ("ROOM OUTLINES", ...) in the current drawing, created from the project's
 // tblLayer row when the drawing lacks it, and unlocked. bySystem false looks the key up for all

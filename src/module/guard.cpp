@@ -1,7 +1,6 @@
 // The guard round every LISP body: document lock, database connection and project context,
 // status mapping.
 #include <exception>
-#include <optional>
 
 #include "database/database.h"
 #include "module/module.h"
@@ -12,14 +11,11 @@ int LispGuard(LispBody body, kvDocumentRegistry* registry) {
   if (registry && !document) return RSRSLT;
   WorkingDocumentLock lock;
   try {
-    std::optional<ProjectContext> context;
-    if (document) {
-      // The connection prints its own failure; LISP then sees nil, not an error.
-      if (!ConnectDocument(*document, true)) return RSRSLT;
-      context.emplace(ContextOf(*document));
-    }
-    std::optional<ProjectContextScope> scope;
-    if (context) scope.emplace(*context);
+    if (!document) return MapLispStatus(body());
+    // The connection prints its own failure; LISP then sees nil, not an error.
+    if (!ConnectDocument(*document, true)) return RSRSLT;
+    const ProjectContext context = ContextOf(*document);
+    ProjectContextScope scope(context);
     return MapLispStatus(body());
   } catch (const std::exception&) {
     acutPrintf(L"\nGeneral Exception");
