@@ -150,12 +150,18 @@ TEST_F(Documents, ActivationRunsTheLispLayersWorkOnlyWhenAllowedAndQuiet) {
 
 int gBodyRuns = 0;
 AcAp::DocLockMode gLockInBody = AcAp::kNone;
-const ProjectContext* gContextInBody = nullptr;
+// What the body saw of its project context: the context itself lives only for the call.
+bool gContextInBody = false;
+hvacPerProjectData* gProjectInBody = nullptr;
+AcDbDatabase* gDrawingInBody = nullptr;
 
 LispStatus LockProbe() {
   ++gBodyRuns;
   gLockInBody = acDocManagerPtr()->curDocument()->myLockMode();
-  gContextInBody = CurrentProjectContext();
+  const ProjectContext* context = CurrentProjectContext();
+  gContextInBody = context != nullptr;
+  gProjectInBody = context ? &context->project : nullptr;
+  gDrawingInBody = context ? context->drawing : nullptr;
   return LispStatus::WrongType;
 }
 LispStatus Throws() { throw std::runtime_error("boom"); }
@@ -181,16 +187,16 @@ TEST_F(Documents, GuardLocksConnectsAndAlwaysUnlocks) {
   EXPECT_EQ(LispGuard(LockProbe, &registry), RSERR);
   EXPECT_EQ(gBodyRuns, 1);
   EXPECT_EQ(gLockInBody, AcAp::kWrite);
-  ASSERT_NE(gContextInBody, nullptr);
-  EXPECT_EQ(&gContextInBody->project, CurrentProject(&registry));
-  EXPECT_EQ(gContextInBody->drawing, a->database());
+  ASSERT_TRUE(gContextInBody);
+  EXPECT_EQ(gProjectInBody, CurrentProject(&registry));
+  EXPECT_EQ(gDrawingInBody, a->database());
   EXPECT_EQ(console.take(), "\nWrong type of arguments passed.\n");
   EXPECT_EQ(a->myLockMode(), AcAp::kNone);
   EXPECT_EQ(CurrentProjectContext(), nullptr);  // only for the call
 
   // A row that only locks runs without a project context.
   EXPECT_EQ(LispGuard(LockProbe, nullptr), RSERR);
-  EXPECT_EQ(gContextInBody, nullptr);
+  EXPECT_FALSE(gContextInBody);
   console.take();
 
   // A folder without a database: the connection prints its own failure; LISP sees nil.
