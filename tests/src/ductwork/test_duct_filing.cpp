@@ -1,0 +1,270 @@
+// Filing of ducts: every version's reader against the committed fixtures, the records of the
+// oldest drawings, the hanger limit, drawings that reopen identical with newer ducts kept as
+// proxies, and DXF.
+#include <algorithm>
+#include <cstring>
+#include <filesystem>
+
+#include "duct_test.h"
+#include "fixture_writer.h"
+
+namespace {
+
+// What the reader of each version makes of the fixture duct of that version: fields the
+// version lacks keep their defaults, version 1 clears both link flags, and version 3 takes its
+// sizing letter and linked drawing from the old block.
+KvDuctFields Expected(int v) {
+  KvDuctFields written = FixtureFields(v), e;
+  e.start = written.start;
+  e.end = written.end;
+  e.ixDuct = written.ixDuct;
+  e.legacyFlag = written.legacyFlag;
+  e.visible = written.visible;
+  e.legacyPoint = written.legacyPoint;
+  if (v >= 2) {
+    e.dwgStart = written.dwgStart;
+    e.dwgEnd = written.dwgEnd;
+  }
+  if (v == 3) {
+    e.sizeFor = L"V";
+    e.linkedDrawing = L"second.dwg";
+  }
+  if (v >= 4) {
+    e.sizeFor = written.sizeFor;
+    e.linkedDrawing = written.linkedDrawing;
+  }
+  if (v >= 5) {
+    e.hangerDistances = written.hangerDistances;
+    e.reverseArrows = written.reverseArrows;
+  }
+  if (v >= 6) {
+    e.bLockWidth = written.bLockWidth;
+    e.bLockDepth = written.bLockDepth;
+    e.bLockShape = written.bLockShape;
+  }
+  return e;
+}
+
+void ExpectFields(const KvDuctFields& a, const KvDuctFields& b) {
+  EXPECT_EQ(a.sizeFor, b.sizeFor);
+  EXPECT_EQ(a.linkedDrawing, b.linkedDrawing);
+  EXPECT_EQ(a.bLockWidth, b.bLockWidth);
+  EXPECT_EQ(a.bLockDepth, b.bLockDepth);
+  EXPECT_EQ(a.bLockShape, b.bLockShape);
+  EXPECT_TRUE(a.start.isEqualTo(b.start));
+  EXPECT_TRUE(a.end.isEqualTo(b.end));
+  EXPECT_EQ(a.ixDuct, b.ixDuct);
+  EXPECT_TRUE(a.legacyPoint.isEqualTo(b.legacyPoint));
+  EXPECT_EQ(a.legacyFlag, b.legacyFlag);
+  EXPECT_EQ(a.visible, b.visible);
+  EXPECT_EQ(a.reverseArrows, b.reverseArrows);
+  EXPECT_EQ(a.dwgStart, b.dwgStart);
+  EXPECT_EQ(a.dwgEnd, b.dwgEnd);
+  EXPECT_EQ(a.hangerDistances, b.hangerDistances);
+}
+
+std::filesystem::path Fixture(int v) { return FixtureDir() / ("kvduct-v" + std::to_string(v) + ".bin"); }
+
+TEST(DuctFiling, EveryVersionReadsAsItsReaderDefinesAndWritesTheCurrentOne) {
+  for (int v = 1; v <= KvDuct::kVersion; ++v) {
+    SCOPED_TRACE(v);
+    std::vector<unsigned char> committed = ReadFile(Fixture(v));
+    ASSERT_FALSE(committed.empty()) << Fixture(v);
+    EXPECT_EQ(committed, DuctVersionBytes(v)) << "the fixture writer still writes the committed bytes";
+    // Read over a duct whose fields all differ from the defaults, so a field a version lacks
+    // shows whether it went back to its default.
+    KvDuctFields busy = FixtureFields(6);
+    busy.sizeFor = L"Q";
+    busy.bLockDepth = true;
+    std::unique_ptr<KvDuct> duct(MakeDuct(busy));
+    ASSERT_EQ(ReadDuctRecord(*duct, committed), Acad::eOk);
+    ExpectFields(duct->fields(), Expected(v));
+
+    // Written again it is version 6, and reads back the same.
+    AcDbDwgMemoryFiler out;
+    ASSERT_EQ(duct->dwgOutFields(&out), Acad::eOk);
+    out.rewind();
+    std::unique_ptr<KvDuct> again(new KvDuct);
+    ASSERT_EQ(again->dwgInFields(&out), Acad::eOk);
+    EXPECT_EQ(out.remaining(), 0u);
+    ExpectFields(again->fields(), Expected(v));
+  }
+  std::unique_ptr<KvDuct> newer(new KvDuct);
+  EXPECT_EQ(ReadDuctRecord(*newer, ReadFile(Fixture(kNewestFixtureVersion))), Acad::eMakeMeProxy);
+  for (int v : {0, -3}) {
+    std::unique_ptr<KvDuct> odd(new KvDuct);
+    AcDbDwgMemoryFiler f;
+    f.writeInt32(v);
+    EXPECT_EQ(ReadDuctRecord(*odd, f.buffer()), Acad::eOk) << "an unknown old version reads nothing more";
+    EXPECT_EQ(odd->fields().sizeFor, L"X");
+  }
+}
+
+TEST(DuctFiling, OldBlockFillsAKeyedRecordAtTheHeadOfTheList) {
+  ClearOldDuctRecords();
+  std::vector<unsigned char> bytes = ReadFile(Fixture(3));
+  std::unique_ptr<KvDuct> first(new KvDuct);
+  ASSERT_EQ(ReadDuctRecord(*first, bytes), Acad::eOk);
+  // The same duct read again, its first value changed: both records stay, the later is found.
+  std::vector<unsigned char> later = bytes;
+  const std::size_t firstValue = 4 + 24 + 24 + 4 + 1 + 1 + 24 + 1 + 1 + 4;
+  Adesk::Int32 changed = 999;
+  std::memcpy(later.data() + firstValue, &changed, 4);
+  std::unique_ptr<KvDuct> second(new KvDuct);
+  ASSERT_EQ(ReadDuctRecord(*second, later), Acad::eOk);
+  ASSERT_EQ(OldDuctRecords().size(), 2u);
+  const oldDuctFields* found = FindOldDuctRecord(33, L"FIRST.DWG");
+  ASSERT_NE(found, nullptr);
+  EXPECT_EQ(found, OldDuctRecords().front());
+  EXPECT_EQ(FindOldDuctRecord(33, L"first.dwg"), nullptr) << "keys are kept in upper case and compared exactly";
+  EXPECT_EQ(FindOldDuctRecord(34, L"FIRST.DWG"), nullptr);
+
+  const auto& values = found->values;
+  ASSERT_EQ(values.size(), 35u);
+  EXPECT_EQ(std::get<std::int32_t>(values[0]), 999);
+  EXPECT_EQ(std::get<std::wstring>(values[1]), L"s3");
+  EXPECT_EQ(std::get<std::int32_t>(values[2]), 40) << "lining: the fourth read";
+  EXPECT_EQ(std::get<std::wstring>(values[3]), L"s6") << "the fifth read is dropped";
+  EXPECT_EQ(std::get<std::int32_t>(values[5]), 90) << "the eighth read is dropped";
+  EXPECT_EQ(std::get<std::wstring>(values[7]), L"s12") << "the eleventh read is dropped";
+  EXPECT_EQ(std::get<double>(values[9]), 14.5);
+  EXPECT_EQ(std::get<std::wstring>(values[15]), L"s20");
+  EXPECT_EQ(std::get<std::int32_t>(values[16]), 210);
+  EXPECT_EQ(std::get<std::wstring>(values[17]), L"V");
+  EXPECT_EQ(std::get<double>(values[20]), 25.5);
+  EXPECT_EQ(std::get<std::wstring>(values[21]), L"") << "the sizing shape was never in these files";
+  EXPECT_EQ(std::get<std::int32_t>(values[22]), 260);
+  EXPECT_EQ(std::get<double>(values[23]), 40.5) << "reads 27 to 39 are dropped or name drawings";
+  EXPECT_EQ(std::get<double>(values[31]), 48.5);
+  EXPECT_EQ(std::get<std::wstring>(values[32]), L"s49");
+  EXPECT_EQ(std::get<std::int32_t>(values[33]), 500);
+  EXPECT_EQ(std::get<double>(values[34]), 51.5);
+
+  // dwgEnd alone keys the record by the second drawing and links the first.
+  KvDuctFields endOnly = FixtureFields(3);
+  endOnly.dwgStart = false;
+  AcDbDwgMemoryFiler f;
+  WriteDuctVersion(f, endOnly, 3);
+  std::unique_ptr<KvDuct> third(new KvDuct);
+  ASSERT_EQ(ReadDuctRecord(*third, f.buffer()), Acad::eOk);
+  EXPECT_NE(FindOldDuctRecord(33, L"SECOND.DWG"), nullptr);
+  EXPECT_EQ(third->fields().linkedDrawing, L"first.dwg");
+
+  // Cut short inside the block: the partly filled record stays, the failure is the answer.
+  std::vector<unsigned char> cut(bytes.begin(), bytes.begin() + static_cast<long>(firstValue) + 10);
+  std::unique_ptr<KvDuct> broken(new KvDuct);
+  EXPECT_EQ(ReadDuctRecord(*broken, cut), Acad::eEndOfFile);
+  EXPECT_EQ(OldDuctRecords().size(), 4u);
+  EXPECT_EQ(std::get<std::int32_t>(OldDuctRecords().front()->values[0]), 20);
+  ClearOldDuctRecords();
+}
+
+TEST(DuctFiling, OnlyTheFirstHundredHangersAreFiled) {
+  KvDuctFields f;
+  for (int i = 0; i < 150; ++i) f.hangerDistances.push_back(i);
+  std::unique_ptr<KvDuct> duct(MakeDuct(f));
+  AcDbDwgMemoryFiler out;
+  ASSERT_EQ(duct->dwgOutFields(&out), Acad::eOk);
+  out.rewind();
+  std::unique_ptr<KvDuct> back(new KvDuct);
+  ASSERT_EQ(back->dwgInFields(&out), Acad::eOk);
+  ASSERT_EQ(back->fields().hangerDistances.size(), 100u);
+  EXPECT_EQ(back->fields().hangerDistances.back(), 99.0);
+  EXPECT_EQ(duct->fields().hangerDistances.size(), 150u) << "the duct itself keeps them all";
+}
+
+// Every KvDuct and proxy of a drawing, in handle order.
+struct Contents {
+  std::vector<KvDuctFields> ducts;
+  std::vector<std::vector<unsigned char>> proxies;
+};
+
+Contents Read(const std::filesystem::path& path, AcDbDatabase& db) {
+  Contents c;
+  EXPECT_EQ(db.readDwgFile(acrxFromUtf8(path.string()).c_str()), Acad::eOk);
+  AcDbBlockTableRecord* ms = nullptr;
+  EXPECT_EQ(acdbOpenObject(ms, db.modelSpaceId(), AcDb::kForRead), Acad::eOk);
+  for (AcDbObjectId id : ms->entityIds()) {
+    AcDbEntity* e = nullptr;
+    if (acdbOpenObject(e, id, AcDb::kForRead) != Acad::eOk) continue;
+    if (auto* d = KvDuct::cast(e)) c.ducts.push_back(d->fields());
+    if (auto* p = AcDbProxyEntity::cast(e)) {
+      EXPECT_STREQ(p->originalClassName(), L"KvDuct");
+      EXPECT_EQ(p->graphics().size(), 1u) << "the proxy keeps its picture: the centre line";
+      c.proxies.push_back(p->data());
+    }
+    e->close();
+  }
+  ms->close();
+  return c;
+}
+
+TEST(DuctFiling, DrawingOfEveryVersionReopensIdenticalAndKeepsTheNewerAsAProxy) {
+  ClearOldDuctRecords();
+  std::filesystem::path committed = FixtureDir() / "ducts-every-version.dwg";
+  AcDbDatabase first(false, true);
+  Contents before = Read(committed, first);
+  ASSERT_EQ(before.ducts.size(), static_cast<std::size_t>(KvDuct::kVersion));
+  ASSERT_EQ(before.proxies.size(), 1u);
+  for (int v = 1; v <= KvDuct::kVersion; ++v) {
+    SCOPED_TRACE(v);
+    ExpectFields(before.ducts[v - 1], Expected(v));
+  }
+  EXPECT_EQ(OldDuctRecords().size(), 1u) << "the version 3 duct left its record";
+
+  auto dir = TempDir();
+  ASSERT_EQ(first.saveAs(acrxFromUtf8((dir / "once.dwg").string()).c_str()), Acad::eOk);
+  AcDbDatabase second(false, true);
+  Contents after = Read(dir / "once.dwg", second);
+  ASSERT_EQ(after.ducts.size(), before.ducts.size());
+  for (std::size_t i = 0; i < after.ducts.size(); ++i) ExpectFields(after.ducts[i], before.ducts[i]);
+  EXPECT_EQ(after.proxies, before.proxies) << "the newer duct is written back unchanged";
+  ASSERT_EQ(second.saveAs(acrxFromUtf8((dir / "twice.dwg").string()).c_str()), Acad::eOk);
+  EXPECT_EQ(ReadFile(dir / "twice.dwg"), ReadFile(dir / "once.dwg")) << "a saved drawing saves the same";
+
+  // The writer still makes the committed drawing.
+  ASSERT_EQ(WriteDuctFixtures(dir / "fresh"), Acad::eOk);
+  EXPECT_EQ(ReadFile(dir / "fresh" / "ducts-every-version.dwg"), ReadFile(committed));
+  std::filesystem::remove_all(dir);
+  ClearOldDuctRecords();
+}
+
+TEST(DuctFiling, DxfCarriesEndsIndexFlagsAndTexts) {
+  KvDuctFields f = FixtureFields(6);
+  f.dwgStart = true;
+  std::unique_ptr<KvDuct> duct(MakeDuct(f));
+  AcDbDxfMemoryFiler out;
+  ASSERT_EQ(duct->dxfOutFields(&out), Acad::eOk);
+  auto& groups = out.groups();
+  auto marker = std::find_if(groups.begin(), groups.end(), [](const auto& g) { return g.code == 100 && g.text == L"KvDuct"; });
+  ASSERT_NE(marker, groups.end());
+  std::vector<short> codes;
+  for (auto it = marker + 1; it != groups.end(); ++it) codes.push_back(it->code);
+  EXPECT_EQ(codes, (std::vector<short>{10, 11, 90, 91, 92, 1, 2}));
+  EXPECT_EQ((marker + 4)->integer, 1);
+
+  out.rewind();
+  std::unique_ptr<KvDuct> back(new KvDuct);
+  ASSERT_EQ(back->dxfInFields(&out), Acad::eOk);
+  const KvDuctFields& b = back->fields();
+  EXPECT_TRUE(b.start.isEqualTo(f.start)) << "elevations travel with the points";
+  EXPECT_TRUE(b.end.isEqualTo(f.end));
+  EXPECT_EQ(b.ixDuct, f.ixDuct);
+  EXPECT_TRUE(b.dwgStart);
+  EXPECT_TRUE(b.dwgEnd);
+  EXPECT_EQ(b.sizeFor, f.sizeFor);
+  EXPECT_EQ(b.linkedDrawing, f.linkedDrawing);
+  EXPECT_TRUE(b.hangerDistances.empty()) << "hangers, locks and arrows stay out of DXF";
+  EXPECT_FALSE(b.bLockWidth);
+  EXPECT_FALSE(b.reverseArrows);
+
+  // Another class's data where the duct's subclass should be.
+  AcDbDxfMemoryFiler wrong;
+  AcDbLine line({0, 0, 0}, {1, 1, 1});
+  line.dxfOutFields(&wrong);
+  wrong.rewind();
+  std::unique_ptr<KvDuct> refused(new KvDuct);
+  EXPECT_EQ(refused->dxfInFields(&wrong), Acad::eBadDxfSequence);
+}
+
+}  // namespace
