@@ -268,3 +268,72 @@ TEST(DuctFiling, DxfCarriesEndsIndexFlagsAndTexts) {
 }
 
 }  // namespace
+
+namespace {
+
+// Runs a script of the independent DXF reader; its output is the answer.
+std::string Python(const std::string& script, const std::filesystem::path& out, int& status) {
+  std::string cmd = "/usr/bin/python3 -c \"" + script + "\" > '" + out.string() + "' 2>&1";
+  status = std::system(cmd.c_str());
+  std::vector<unsigned char> text = ReadFile(out);
+  return std::string(text.begin(), text.end());
+}
+
+TEST(DuctDxf, ExportPassesTheIndependentAuditAndImportBringsDuctsBackWithElevations) {
+  auto dir = TempDir();
+  auto dxf = dir / "ducts.dxf";
+  std::vector<KvDuctFields> made;
+  {
+    AcDbDatabase db;
+    AcDbDatabase* saved = acdbHostApplicationServices()->workingDatabase();
+    acdbHostApplicationServices()->setWorkingDatabase(&db);
+    AcDbBlockTableRecord* ms = nullptr;
+    ASSERT_EQ(acdbOpenObject(ms, db.modelSpaceId(), AcDb::kForWrite), Acad::eOk);
+    for (int v = 1; v <= KvDuct::kVersion; ++v) {
+      KvDuctFields f = FixtureFields(v);
+      f.sizeFor = v % 2 ? L"V" : L"X";
+      made.push_back(f);
+      KvDuct* d = MakeDuct(f);
+      ASSERT_EQ(ms->appendAcDbEntity(d), Acad::eOk);
+      d->close();
+    }
+    ms->close();
+    ASSERT_EQ(db.dxfOut(acrxFromUtf8(dxf.string()).c_str()), Acad::eOk);
+    acdbHostApplicationServices()->setWorkingDatabase(saved);
+  }
+  int status = 0;
+  std::string audit = Python("from ezdxf import recover; d, a = recover.readfile('" + dxf.string() +
+                                 "'); a.print_error_report(); print(len(a.errors), len(a.fixes)); "
+                                 "print(sorted(set(e.dxftype() for e in d.modelspace())))",
+                             dir / "audit.txt", status);
+  EXPECT_EQ(status, 0) << audit;
+  EXPECT_NE(audit.find("0 0\n['KVDUCT']"), std::string::npos) << audit;
+
+  AcDbDatabase back(false, true);
+  ASSERT_EQ(back.dxfIn(acrxFromUtf8(dxf.string()).c_str()), Acad::eOk);
+  AcDbBlockTableRecord* ms = nullptr;
+  ASSERT_EQ(acdbOpenObject(ms, back.modelSpaceId(), AcDb::kForRead), Acad::eOk);
+  std::size_t i = 0;
+  for (AcDbObjectId id : ms->entityIds()) {
+    AcDbEntity* e = nullptr;
+    ASSERT_EQ(acdbOpenObject(e, id, AcDb::kForRead), Acad::eOk);
+    auto* d = KvDuct::cast(e);
+    ASSERT_NE(d, nullptr);
+    ASSERT_LT(i, made.size());
+    const KvDuctFields& f = d->fields();
+    EXPECT_TRUE(f.start.isEqualTo(made[i].start)) << "start with its elevation, duct " << i;
+    EXPECT_TRUE(f.end.isEqualTo(made[i].end));
+    EXPECT_EQ(f.ixDuct, made[i].ixDuct);
+    EXPECT_EQ(f.sizeFor, made[i].sizeFor);
+    EXPECT_EQ(f.linkedDrawing, made[i].linkedDrawing);
+    EXPECT_EQ(f.dwgStart, made[i].dwgStart);
+    EXPECT_EQ(f.dwgEnd, made[i].dwgEnd);
+    e->close();
+    ++i;
+  }
+  ms->close();
+  EXPECT_EQ(i, made.size());
+  std::filesystem::remove_all(dir);
+}
+
+}  // namespace
