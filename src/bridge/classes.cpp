@@ -20,6 +20,7 @@ void EnsureClass(AcRxClass*& slot, void (*rxInit)(), const ACHAR* name) {
 // the room joins after the duct once its folder defines it.
 void RegisterEntityClasses() {
   RegisterDuctClass(EnsureClass);
+  SetEntityIndexReader(L"KvDuct", DuctIndexOf);
 }
 
 void UnregisterEntityClasses() {

@@ -127,6 +127,9 @@ class KvDuct : public AcDbCurve {
   KvDuctFields f_;
 };
 
+// The ixDuct of an open duct, for selections filtered by index (0 for another entity).
+std::int32_t DuctIndexOf(const AcDbEntity& entity);
+
 // Registers KvDuct with the host unless a class of that name is known (then it must be ours),
 // and removes it again.
 void RegisterDuctClass(void (*ensure)(AcRxClass*& slot, void (*rxInit)(), const ACHAR* name));

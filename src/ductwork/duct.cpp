@@ -223,6 +223,11 @@ void UnregisterDuctClass() {
   ClearOldDuctRecords();
 }
 
+std::int32_t DuctIndexOf(const AcDbEntity& entity) {
+  const KvDuct* duct = KvDuct::cast(&entity);
+  return duct ? duct->getIxDuct() : 0;
+}
+
 // ---- old records ----
 
 oldDuctFields::oldDuctFields() {
