@@ -41,7 +41,7 @@ struct oldDuctFields {
 
 // The module-wide list of such records, newest first. Entries are never removed, so that the
 // same question keeps the same answer.
-const std::vector<const oldDuctFields*> OldDuctRecords();
+std::vector<const oldDuctFields*> OldDuctRecords();
 // The newest record of that index and drawing key (compared exactly), or null.
 const oldDuctFields* FindOldDuctRecord(std::int32_t ixDuct, const std::wstring& drawingKey);
 // Empties the list (module stop).

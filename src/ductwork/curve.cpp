@@ -157,9 +157,10 @@ Acad::ErrorStatus KvDuct::getClosestPointTo(const AcGePoint3d& givenPnt, const A
   AcGePlane plane(givenPnt, direction.normal());
   AcGePoint3d s = f_.start.orthoProject(plane), e = f_.end.orthoProject(plane);
   double projected = s.distanceTo(e);
-  double d = projected > 0.0 ? (givenPnt - s).dotProduct((e - s) / projected) : 0.0;
-  if (!extend && (d < 0.0 || d > projected)) return Acad::eInvalidInput;
+  // Seen along its own line a duct is a point, and no point of it is nearer than another.
   if (projected <= 0.0) return Acad::eInvalidInput;
+  double d = (givenPnt - s).dotProduct((e - s) / projected);
+  if (!extend && (d < 0.0 || d > projected)) return Acad::eInvalidInput;
   pointOnCurve = f_.start + (f_.end - f_.start) * (d / projected);
   return Acad::eOk;
 }

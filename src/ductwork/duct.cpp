@@ -241,7 +241,7 @@ oldDuctFields::oldDuctFields() {
   }
 }
 
-const std::vector<const oldDuctFields*> OldDuctRecords() {
+std::vector<const oldDuctFields*> OldDuctRecords() {
   std::vector<const oldDuctFields*> out;
   for (const oldDuctFields& r : OldList()) out.push_back(&r);
   return out;
@@ -334,7 +334,7 @@ Acad::ErrorStatus KvDuct::dxfInFields(AcDbDxfFiler* filer) {
 // ---- what a duct answers besides its curve and its picture ----
 
 Acad::ErrorStatus KvDuct::audit(AcDbAuditInfo*) {
-  assertWriteEnabled();
+  assertReadEnabled();
   return Acad::eOk;
 }
 

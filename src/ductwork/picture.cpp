@@ -101,9 +101,10 @@ AcGePoint3d DrawLocks(const KvDuct& duct, const KvDuctFields& f, AcGiCommonDraw*
   text.setContents(LockText(f).c_str());
   if (!dir.isZeroLength()) text.setDirection(dir.normal());
   double length = PlanDistance(b, a);
-  int count = static_cast<int>(length / (2.0 * h));
-  if (count == 0) count = 1;
-  if (count > kMaxLockRepeats) count = kMaxLockRepeats;
+  // Written so that a height of 0 (a dimension scale of 0) gives the most repeats, not an
+  // undefined conversion.
+  double fits = length / (2.0 * h);
+  int count = !(fits >= 1.0) ? 1 : fits > kMaxLockRepeats ? kMaxLockRepeats : static_cast<int>(fits);
   double pitch = length / count;
   AcGiSubEntityTraits& traits = mode->subEntityTraits();
   Adesk::UInt16 saved = traits.color();

@@ -149,6 +149,9 @@ TEST(DuctPicture, LockLettersRepeatAlongTheDuctAndNeverReadUpsideDown) {
   ExpectAt(s.lines[1].points[0], 0.1, 0, 0);
   ExpectAt(s.lines[1].points[1], 0.1, 0, 0);
 
+  // A dimension scale of 0 gives letters of no height, and so as many repeats as allowed.
+  EXPECT_EQ(Draw(f, 0.0).texts.size(), 60u);
+
   // A render pass goes through the viewport and shows no letters; a hide pass shows nothing.
   Picture rendered = Draw(f, 1.0, kAcGiRenderCommand);
   EXPECT_TRUE(rendered.texts.empty());
