@@ -25,6 +25,8 @@ struct KvDuctFields {
   bool dwgStart = false;
   bool dwgEnd = false;
   std::vector<double> hangerDistances;
+  // Points compare within the global tolerance.
+  bool operator==(const KvDuctFields&) const = default;
 };
 
 // The design data that drawings of the oldest readable generation carried inside each duct.

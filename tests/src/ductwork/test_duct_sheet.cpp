@@ -14,65 +14,47 @@ struct Sample {
   KvDuctFields fields;
 };
 
-KvDuctFields Duct(double x, double y, double z0, double dx, double dy, double z1) {
-  KvDuctFields f;
-  f.start = {x, y, z0};
-  f.end = {x + dx, y + dy, z1};
-  return f;
-}
-
-// Each feature once, in rows of four, 80 units apart.
+// Each feature once, in rows of four cells 80 by 60 units: a plan duct of 60 (40 where a label
+// follows it) or a riser, with its elevations and what sets it apart.
 std::vector<Sample> Samples() {
-  std::vector<Sample> s;
-  auto at = [&](const wchar_t* label, KvDuctFields f) { s.push_back({label, std::move(f)}); };
-  auto cell = [](int i) { return std::pair<double, double>{(i % 4) * 80.0, -(i / 4) * 60.0}; };
-  int i = 0;
-  auto next = [&](double dx, double dy, double z0, double z1) {
-    auto [x, y] = cell(i++);
-    return Duct(x, y, z0, dx, dy, z1);
+  struct Row {
+    const wchar_t* label;
+    double dx, z0, z1;
+    void (*set)(KvDuctFields&);
   };
-  at(L"sloped 0 to 240", next(60, 0, 0, 240));
-  at(L"level 120", next(60, 0, 120, 120));
-  KvDuctFields rev = next(60, 0, 120, 120);
-  rev.reverseArrows = true;
-  at(L"reversed", rev);
-  at(L"falling 240 to 60", next(60, 0, 240, 60));
-  for (auto [label, w, d, sh] : {std::tuple{L"lock W", true, false, false}, {L"lock D", false, true, false},
-                                 {L"lock S", false, false, true}, {L"locks W D S", true, true, true}}) {
-    KvDuctFields f = next(60, 0, 96, 96);
-    f.bLockWidth = w, f.bLockDepth = d, f.bLockShape = sh;
-    at(label, f);
+  const Row rows[] = {
+      {L"sloped 0 to 240", 60, 0, 240, [](KvDuctFields&) {}},
+      {L"level 120", 60, 120, 120, [](KvDuctFields&) {}},
+      {L"reversed", 60, 120, 120, [](KvDuctFields& f) { f.reverseArrows = true; }},
+      {L"falling 240 to 60", 60, 240, 60, [](KvDuctFields&) {}},
+      {L"lock W", 60, 96, 96, [](KvDuctFields& f) { f.bLockWidth = true; }},
+      {L"lock D", 60, 96, 96, [](KvDuctFields& f) { f.bLockDepth = true; }},
+      {L"lock S", 60, 96, 96, [](KvDuctFields& f) { f.bLockShape = true; }},
+      {L"locks W D S", 60, 96, 96, [](KvDuctFields& f) { f.bLockWidth = f.bLockDepth = f.bLockShape = true; }},
+      {L"locks, running west", 60, 96, 96,
+       [](KvDuctFields& f) { std::swap(f.start, f.end), f.bLockWidth = f.bLockShape = true; }},
+      {L"sized V", 60, 120, 120, [](KvDuctFields& f) { f.sizeFor = L"V"; }},
+      {L"sized P", 60, 120, 120, [](KvDuctFields& f) { f.sizeFor = L"P"; }},
+      {L"sized F", 60, 120, 120, [](KvDuctFields& f) { f.sizeFor = L"F"; }},
+      {L"link to", 40, 120, 120, [](KvDuctFields& f) { f.dwgStart = true, f.linkedDrawing = L"LEVEL2", f.ixDuct = 12; }},
+      {L"link from", 60, 120, 120, [](KvDuctFields& f) { f.dwgEnd = true, f.linkedDrawing = L"LEVEL1", f.ixDuct = 13; }},
+      {L"hangers", 60, 120, 120, [](KvDuctFields& f) { f.hangerDistances = {10, 25, 40, 55, 70}; }},
+      {L"hangers, second kind", 60, 120, 120, [](KvDuctFields& f) { f.hangerDistances = {-10, -30, -50}; }},
+      {L"riser up", 0, 0, 120, [](KvDuctFields&) {}},
+      {L"riser down", 0, 120, 0, [](KvDuctFields&) {}},
+      {L"riser up, sized V", 0, 0, 120, [](KvDuctFields& f) { f.sizeFor = L"V"; }},
+      {L"riser down, reversed", 0, 120, 0, [](KvDuctFields& f) { f.reverseArrows = true; }},
+  };
+  std::vector<Sample> out;
+  for (int i = 0; i < static_cast<int>(std::size(rows)); ++i) {
+    double x = (i % 4) * 80.0, y = -(i / 4) * 60.0;
+    KvDuctFields f;
+    f.start = {x, y, rows[i].z0};
+    f.end = {x + rows[i].dx, y, rows[i].z1};
+    rows[i].set(f);
+    out.push_back({rows[i].label, f});
   }
-  KvDuctFields westward = next(60, 0, 96, 96);
-  std::swap(westward.start, westward.end);
-  westward.bLockWidth = westward.bLockShape = true;
-  at(L"locks, running west", westward);
-  for (const wchar_t* letter : {L"V", L"P", L"F"}) {
-    KvDuctFields f = next(60, 0, 120, 120);
-    f.sizeFor = letter;
-    at(letter[0] == L'V' ? L"sized V" : letter[0] == L'P' ? L"sized P" : L"sized F", f);
-  }
-  KvDuctFields to = next(40, 0, 120, 120);  // room for its label before the next cell
-  to.dwgStart = true, to.linkedDrawing = L"LEVEL2", to.ixDuct = 12;
-  at(L"link to", to);
-  KvDuctFields from = next(60, 0, 120, 120);
-  from.dwgEnd = true, from.linkedDrawing = L"LEVEL1", from.ixDuct = 13;
-  at(L"link from", from);
-  KvDuctFields hung = next(60, 0, 120, 120);
-  hung.hangerDistances = {10, 25, 40, 55, 70};
-  at(L"hangers", hung);
-  KvDuctFields crossed = next(60, 0, 120, 120);
-  crossed.hangerDistances = {-10, -30, -50};
-  at(L"hangers, second kind", crossed);
-  at(L"riser up", next(0, 0, 0, 120));
-  at(L"riser down", next(0, 0, 120, 0));
-  KvDuctFields upSized = next(0, 0, 0, 120);
-  upSized.sizeFor = L"V";
-  at(L"riser up, sized V", upSized);
-  KvDuctFields downRev = next(0, 0, 120, 0);
-  downRev.reverseArrows = true;
-  at(L"riser down, reversed", downRev);
-  return s;
+  return out;
 }
 
 void Append(AcDbBlockTableRecord* ms, AcDbEntity* e) {
