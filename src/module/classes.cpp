@@ -3,6 +3,9 @@
 #include "module/module.h"
 #include "rx.h"
 
+// Entity classes of other folders.
+#include "ductwork/KvDuct.h"
+
 void EnsureClass(AcRxClass*& slot, void (*rxInit)(), const ACHAR* name) {
   AcRxClass* known = acrxFindAcRxClass(name);
   if (slot && known) {
@@ -13,11 +16,16 @@ void EnsureClass(AcRxClass*& slot, void (*rxInit)(), const ACHAR* name) {
   rxInit();
 }
 
-// The duct and room entities join both lists, each with EnsureClass and deleteAcRxClass in this
-// order (duct first), once their folders define them; until then nothing is registered.
-void RegisterEntityClasses() {}
+// The entity classes, each through EnsureClass at start and deleteAcRxClass at stop, duct first;
+// the room joins after the duct once its folder defines it.
+void RegisterEntityClasses() {
+  RegisterDuctClass(EnsureClass);
+  SetEntityIndexReader(L"KvDuct", DuctIndexOf);
+}
 
-void UnregisterEntityClasses() {}
+void UnregisterEntityClasses() {
+  UnregisterDuctClass();
+}
 
 void RemoveCommandGroup(const ACHAR* group) {
   // Looked up anew for each group: removing one may replace the stack's entry.

@@ -6,6 +6,7 @@
 
 #include "ProjectDatabase.h"
 #include "ap.h"
+#include "ductwork/KvDuct.h"
 #include "fixture.h"
 
 namespace {
@@ -146,6 +147,33 @@ TEST_F(Bodies, CheckkvListsDocumentsAndProjects) {
   std::string name = kvads::toUtf8(document_->fileName());
   EXPECT_EQ(out, "\nDocument list\n" + name + "\nProject list\n" + folder_.string());
   ASSERT_EQ(acrxEntryPoint(AcRx::kUnloadAppMsg, nullptr), AcRx::kRetOK);
+}
+
+TEST_F(Bodies, ModuleStartRegistersTheDuctClassAndStopRemovesIt) {
+  registry_.reset();
+  ASSERT_EQ(acrxEntryPoint(AcRx::kInitAppMsg, nullptr), AcRx::kRetOK);
+  AcRxClass* duct = acrxFindAcRxClass(L"KvDuct");
+  ASSERT_NE(duct, nullptr);
+  EXPECT_EQ(KvDuct::desc(), duct);
+  EXPECT_EQ(duct->myParent(), AcDbCurve::desc());
+  EXPECT_STREQ(duct->dxfName(), L"KVDUCT");
+  EXPECT_STREQ(duct->appName(), L"\"Kelvane Duct|Kelvane Software, Inc|www.kelvane.example\"");
+  int maint = 0;
+  EXPECT_EQ(duct->getClassVersion(maint), 1);
+  EXPECT_EQ(maint, 1);
+  EXPECT_EQ(duct->proxyFlags(), 1);
+  ASSERT_EQ(acrxEntryPoint(AcRx::kUnloadAppMsg, nullptr), AcRx::kRetOK);
+  EXPECT_EQ(acrxFindAcRxClass(L"KvDuct"), nullptr);
+
+  // The registered class is not the one the module remembers (another module's under the same
+  // name): filing would mix the two, so the host is stopped.
+  EXPECT_DEATH(
+      {
+        acrxEntryPoint(AcRx::kInitAppMsg, nullptr);
+        KvDuct::gpDesc = AcDbLine::desc();
+        acrxEntryPoint(AcRx::kInitAppMsg, nullptr);
+      },
+      "Class mismatch");
 }
 
 TEST_F(Bodies, DrawingLoadAnnouncesTheVersionAndDefinesTheTable) {
