@@ -1,4 +1,5 @@
 // Builtins: strings and conversions. Positions and lengths count characters, not bytes.
+#include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <cstdlib>
@@ -29,19 +30,36 @@ Value lStrlen(Environment&, Args a) {
   return Value::integer(static_cast<std::int32_t>(n));
 }
 
+bool asciiOnly(const Value& v) {
+  auto* o = detail::as<detail::StrObj>(v);
+  if (o->ascii < 0)
+    o->ascii = std::all_of(o->text.begin(), o->text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; }) ? 1 : 0;
+  return o->ascii == 1;
+}
+
+// The byte where character `chars` (counted from `from`) starts, or the end of the text.
+std::size_t skipChars(std::string_view s, std::size_t from, std::size_t chars) {
+  for (; chars > 0 && from < s.size(); --chars) from += kvads::utf8CharBytes(s, from);
+  return std::min(from, s.size());
+}
+
+// Touches only the characters up to the end of the piece: a loop of substr over a long text
+// stays linear. Only the piece is converted, and only when it is not plain ASCII.
 Value lSubstr(Environment&, Args a) {
-  std::wstring s = wide(argString(a, 0));
+  const std::string& s = argString(a, 0);
   std::int32_t start = argInt(a, 1);
   if (start < 1) badValue("positive", a[1]);
   std::size_t from = static_cast<std::size_t>(start - 1);
-  if (from >= s.size()) return Value::string("");
-  std::size_t count = std::wstring::npos;
+  std::size_t count = std::string::npos;
   if (a.size() > 2) {
     std::int32_t n = argInt(a, 2);
     if (n < 0) badValue("non-negative", a[2]);
     count = static_cast<std::size_t>(n);
   }
-  return str(s.substr(from, count));
+  if (asciiOnly(a[0])) return from >= s.size() ? Value::string("") : Value::string(s.substr(from, count));
+  std::size_t begin = skipChars(s, 0, from);
+  std::size_t end = count == std::string::npos ? s.size() : skipChars(s, begin, count);
+  return str(wide(s.substr(begin, end - begin)));
 }
 
 // Latin-1 letters are mapped here: the C locale the host runs in knows only ASCII.
@@ -194,8 +212,10 @@ Value lChr(Environment&, Args a) {
 }
 
 Value lAscii(Environment&, Args a) {
-  std::wstring s = wide(argString(a, 0));
-  return Value::integer(s.empty() ? 0 : static_cast<std::int32_t>(s[0]));
+  const std::string& s = argString(a, 0);
+  if (s.empty()) return Value::integer(0);
+  std::wstring first = wide(s.substr(0, kvads::utf8CharBytes(s, 0)));
+  return Value::integer(static_cast<std::int32_t>(first[0]));
 }
 
 Value lSearch(Environment&, Args a) {

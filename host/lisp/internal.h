@@ -15,8 +15,11 @@ namespace detail {
 struct RealObj : Object {
   double value;
 };
+// Strings never change once made, so whether the text is all ASCII (a character per byte) is
+// found once, on the first positional access: -1 not yet known, 0 no, 1 yes.
 struct StrObj : Object {
   std::string text;
+  signed char ascii = -1;
 };
 using ConsObj = ConsCell;
 struct NameObj : Object {
