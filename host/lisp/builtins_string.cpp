@@ -30,12 +30,7 @@ Value lStrlen(Environment&, Args a) {
   return Value::integer(static_cast<std::int32_t>(n));
 }
 
-bool asciiOnly(const Value& v) {
-  auto* o = detail::as<detail::StrObj>(v);
-  if (o->ascii < 0)
-    o->ascii = std::all_of(o->text.begin(), o->text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; }) ? 1 : 0;
-  return o->ascii == 1;
-}
+constexpr std::size_t kMarkEvery = 64;
 
 // The byte where character `chars` (counted from `from`) starts, or the end of the text.
 std::size_t skipChars(std::string_view s, std::size_t from, std::size_t chars) {
@@ -43,8 +38,23 @@ std::size_t skipChars(std::string_view s, std::size_t from, std::size_t chars) {
   return std::min(from, s.size());
 }
 
-// Touches only the characters up to the end of the piece: a loop of substr over a long text
-// stays linear. Only the piece is converted, and only when it is not plain ASCII.
+// The byte where character `index` of a string value starts (the end when it has fewer): at
+// once for ASCII, else from the nearest mark, so that a walk over the text stays linear.
+std::size_t charOffset(const Value& v, std::size_t index) {
+  auto* o = detail::as<detail::StrObj>(v);
+  const std::string& s = o->text;
+  if (o->ascii < 0) {
+    o->ascii = std::all_of(s.begin(), s.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; }) ? 1 : 0;
+    for (std::size_t at = 0; o->ascii == 0 && at < s.size(); at = skipChars(s, at, kMarkEvery)) o->marks.push_back(at);
+  }
+  if (o->ascii == 1) return std::min(index, s.size());
+  const std::size_t mark = index / kMarkEvery;
+  if (mark >= o->marks.size()) return s.size();
+  return skipChars(s, o->marks[mark], index % kMarkEvery);
+}
+
+// Touches only the piece (and at most 63 characters before it): a loop of substr over a long
+// text stays linear. Only the piece is converted, and only when the text is not plain ASCII.
 Value lSubstr(Environment&, Args a) {
   const std::string& s = argString(a, 0);
   std::int32_t start = argInt(a, 1);
@@ -56,9 +66,9 @@ Value lSubstr(Environment&, Args a) {
     if (n < 0) badValue("non-negative", a[2]);
     count = static_cast<std::size_t>(n);
   }
-  if (asciiOnly(a[0])) return from >= s.size() ? Value::string("") : Value::string(s.substr(from, count));
-  std::size_t begin = skipChars(s, 0, from);
+  std::size_t begin = charOffset(a[0], from);
   std::size_t end = count == std::string::npos ? s.size() : skipChars(s, begin, count);
+  if (detail::as<detail::StrObj>(a[0])->ascii == 1) return Value::string(s.substr(begin, end - begin));
   return str(wide(s.substr(begin, end - begin)));
 }
 
