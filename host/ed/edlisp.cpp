@@ -131,7 +131,7 @@ Value plot(Environment&, Args args) {
   std::string path = kvlisp::argString(args, 0);
   bool svg = path.size() > 4 && (path.ends_with(".svg") || path.ends_with(".SVG"));
   int width = args.size() > 1 && !args[1].isNil() ? kvlisp::argInt(args, 1) : 1200;
-  AcGiPlotStyle style = args.size() > 2 ? plotStyle(kvlisp::argString(args, 2)) : AcGiPlotStyle::Paper;
+  AcGiPlotStyle style = args.size() > 2 && !args[2].isNil() ? plotStyle(kvlisp::argString(args, 2)) : AcGiPlotStyle::Paper;
   if (width > kAcGiPlotMaxWidth) {
     kvads::consoleWrite("\nPlot width " + std::to_string(width) + " is above the limit of " + std::to_string(kAcGiPlotMaxWidth) + " pixels.");
     return Value();

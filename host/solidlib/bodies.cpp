@@ -368,10 +368,6 @@ void addEdges(const TopoDS_Shape& shape, double deflection, SolidMesh& out) {
   }
 }
 
-}  // namespace
-
-namespace kvsolid {
-
 std::size_t triangleCount(const TopoDS_Shape& shape) {
   std::size_t n = 0;
   for (TopExp_Explorer ex(shape, TopAbs_FACE); ex.More(); ex.Next()) {
@@ -381,6 +377,10 @@ std::size_t triangleCount(const TopoDS_Shape& shape) {
   }
   return n;
 }
+
+}  // namespace
+
+namespace kvsolid {
 
 // The chord error is a fraction of the body's size. The angular limit is what runs away: on a
 // long, slender cone (a 60 m reducer to 1 cm) the kernel places rings of nodes at steps of
