@@ -343,8 +343,8 @@ TEST(DbDxf, ImportReadsBackWhatExportWrote) {
 }
 
 // A line weight is an enumeration: a number outside it, from a DXF file or a filer, reaches no
-// entity or layer (the entity falls back to its layer's weight, the layer to the default).
-// A record of no bytes reads as nothing.
+// entity or layer (the entity falls back to its layer's weight, the layer to the default); a
+// layer colour beyond any number leaves the default colour. A record of no bytes reads as nothing.
 TEST(DbDxf, LineWeightsOutsideTheirValuesAreRefusedAtTheDoor) {
   auto good = tempFile("weights.dxf"), bad = tempFile("weights-bad.dxf");
   {
@@ -370,9 +370,10 @@ TEST(DbDxf, LineWeightsOutsideTheirValuesAreRefusedAtTheDoor) {
   std::string out, code, value;
   int replaced = 0;
   while (std::getline(in, code) && std::getline(in, value)) {
-    bool weight = code.find_first_not_of(' ') != std::string::npos && code.substr(code.find_first_not_of(' ')) == "370";
+    const std::string trimmed = code.find_first_not_of(' ') == std::string::npos ? "" : code.substr(code.find_first_not_of(' '));
+    bool weight = trimmed == "370";
     replaced += weight;
-    out += code + "\n" + (weight ? std::string("9999") : value) + "\n";
+    out += code + "\n" + (weight ? std::string("9999") : trimmed == "62" ? std::string("-9223372036854775808") : value) + "\n";
   }
   ASSERT_GE(replaced, 2) << "the layers' and the line's weights";
   std::ofstream(bad, std::ios::binary) << out;
@@ -384,6 +385,7 @@ TEST(DbDxf, LineWeightsOutsideTheirValuesAreRefusedAtTheDoor) {
   ASSERT_EQ(layers->getAt(L"HEAVY", heavy, AcDb::kForRead), Acad::eOk);
   layers->close();
   EXPECT_EQ(heavy->lineWeight(), AcDb::kLnWtByLwDefault);
+  EXPECT_EQ(heavy->color().colorIndex(), 7);
   heavy->close();
   AcDbBlockTableRecord* ms = nullptr;
   ASSERT_EQ(acdbOpenObject(ms, imported.modelSpaceId(), AcDb::kForRead), Acad::eOk);
