@@ -74,12 +74,29 @@ void BM_PrintThroughput(benchmark::State& state) {
   state.SetBytesProcessed(bytes);
 }
 
+// A walk over a text one character at a time with substr, as the application's parsers do; the
+// argument is the text's length in characters (ASCII, or with every fourth character "Ø").
+// Linear string builtins give the same cost per character at both lengths.
+void substrWalk(benchmark::State& state, const char* unit) {
+  Fixture f;
+  std::string text;
+  while (static_cast<std::int64_t>(kvads::toWide(text).size()) < state.range(0)) text += unit;
+  f.env.set("text", kvlisp::Value::string(text));
+  kvlisp::Value form = kvlisp::readOne("(progn (setq i 1 n (strlen text)) (while (<= i n) (substr text i 1) (setq i (1+ i))))");
+  for (auto _ : state) benchmark::DoNotOptimize(f.env.eval(form));
+  state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+void BM_SubstrWalkAscii(benchmark::State& state) { substrWalk(state, "abcd"); }
+void BM_SubstrWalkUtf8(benchmark::State& state) { substrWalk(state, "abc\xC3\x98"); }
+
 BENCHMARK(BM_EmptyLoop);
 BENCHMARK(BM_PlainLispCall);
 BENCHMARK(BM_BridgeCall);
 BENCHMARK(BM_BridgeCallPointArg);
 BENCHMARK(BM_ReaderThroughput);
 BENCHMARK(BM_PrintThroughput);
+BENCHMARK(BM_SubstrWalkAscii)->Arg(4096)->Arg(65536)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_SubstrWalkUtf8)->Arg(4096)->Arg(65536)->Unit(benchmark::kMillisecond);
 
 }  // namespace
 

@@ -185,6 +185,10 @@ resbuf* copyChain(const resbuf* rb);
 // UTF-8 to and from the bridge's wide strings.
 std::wstring toWide(std::string_view utf8);
 std::string toUtf8(std::wstring_view wide);
+// The bytes of the one character that starts at `at` (at < utf8.size()), as toWide counts it: a
+// stray or cut byte is a character of its own. Lets a caller step over characters without
+// converting the whole text.
+std::size_t utf8CharBytes(std::string_view utf8, std::size_t at);
 // A string cell's text in a fresh malloc'ed copy, as acutRelRb frees it.
 ACHAR* dupString(const ACHAR* text);
 

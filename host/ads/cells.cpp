@@ -13,9 +13,10 @@ DxfKind dxfValueKind(int code) {
     int from, to;
     DxfKind kind;
   };
-  // The platform's group code ranges; extended data (1000 up) last.
+  // The platform's group code ranges; extended data (1000 up) last. -4 is a selection filter's
+  // operator ("<OR"), text like group 0.
   static constexpr Range kRanges[] = {
-      {-5, -1, DxfKind::Name},      {0, 9, DxfKind::String},     {10, 37, DxfKind::Point},
+      {-5, -5, DxfKind::Name},      {-4, -4, DxfKind::String},   {-3, -1, DxfKind::Name},      {0, 9, DxfKind::String},     {10, 37, DxfKind::Point},
       {38, 59, DxfKind::Real},      {60, 79, DxfKind::Short},    {90, 99, DxfKind::Long},
       {100, 109, DxfKind::String},  {110, 119, DxfKind::Point},  {120, 149, DxfKind::Real},
       {160, 169, DxfKind::Int64},   {170, 179, DxfKind::Short},  {210, 219, DxfKind::Point},

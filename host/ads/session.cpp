@@ -88,6 +88,15 @@ void setConsoleSink(std::function<void(std::string_view)> s) {
 
 void consoleFlush() { std::fflush(stdout); }
 
+std::size_t utf8CharBytes(std::string_view s, std::size_t i) {
+  auto c = static_cast<unsigned char>(s[i]);
+  std::size_t extra = c < 0x80 ? 0 : c >= 0xF0 ? 3 : c >= 0xE0 ? 2 : c >= 0xC0 ? 1 : s.size();
+  if (i + extra >= s.size()) return 1;  // a stray or cut byte, never read past the end
+  for (std::size_t k = 1; k <= extra; ++k)
+    if ((static_cast<unsigned char>(s[i + k]) & 0xC0) != 0x80) return 1;
+  return extra + 1;
+}
+
 std::wstring toWide(std::string_view s) {
   if (std::all_of(s.begin(), s.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; }))
     return std::wstring(s.begin(), s.end());
@@ -95,21 +104,15 @@ std::wstring toWide(std::string_view s) {
   out.reserve(s.size());
   for (std::size_t i = 0; i < s.size();) {
     auto c = static_cast<unsigned char>(s[i]);
-    int extra = c < 0x80 ? 0 : c >= 0xF0 ? 3 : c >= 0xE0 ? 2 : c >= 0xC0 ? 1 : -1;
-    if (extra < 0 || i + extra > s.size() - 1) {
-      out.push_back(L'\uFFFD');  // a stray or cut byte: replaced, never read past the end
-      ++i;
-      continue;
+    std::size_t n = utf8CharBytes(s, i);
+    if (n == 1) {
+      out.push_back(c < 0x80 ? static_cast<wchar_t>(c) : L'\uFFFD');  // a stray or cut byte: replaced
+    } else {
+      char32_t cp = c & (0x3F >> (n - 1));
+      for (std::size_t k = 1; k < n; ++k) cp = (cp << 6) | (static_cast<unsigned char>(s[i + k]) & 0x3F);
+      out.push_back(static_cast<wchar_t>(cp));
     }
-    char32_t cp = extra == 0 ? c : c & (0x3F >> extra);
-    bool ok = true;
-    for (int k = 1; k <= extra; ++k) {
-      auto cc = static_cast<unsigned char>(s[i + k]);
-      if ((cc & 0xC0) != 0x80) ok = false;
-      cp = (cp << 6) | (cc & 0x3F);
-    }
-    out.push_back(ok ? static_cast<wchar_t>(cp) : L'\uFFFD');
-    i += ok ? extra + 1 : 1;
+    i += n;
   }
   return out;
 }

@@ -1478,6 +1478,9 @@ inline AcDbDatabase* acdbCurDwg() { return acdbHostApplicationServices()->workin
 // Entity names for LISP: the name holds the database and the handle, so a stale name of a
 // destroyed database is refused (eInvalidAdsName), never followed.
 Acad::ErrorStatus acdbGetAdsName(ads_name objName, AcDbObjectId objId);
+// Whether `value` is one of the AcDb::LineWeight values. A number from a file, a project database
+// or LISP is checked with it before it becomes a LineWeight, which cannot hold anything else.
+bool acdbIsLineWeight(long value);
 Acad::ErrorStatus acdbGetObjectId(AcDbObjectId& objId, const ads_name objName);
 
 // The entity functions of LISP over the working database's model space. RTNORM or RTERROR.

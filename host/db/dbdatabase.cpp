@@ -12,13 +12,46 @@ KV_DB_DEFINE_CLASS(AcDbDatabase, AcRxObject, L"", nullptr)
 namespace kvdb {
 
 namespace {
-std::unordered_set<const AcDbDatabase*>& liveDatabases() {
-  static std::unordered_set<const AcDbDatabase*> s;
+// Every database gets a serial that is never given again. Entity names carry the serial, not the
+// address: a name of a closed drawing then finds nothing, even when a new drawing happens to be
+// allocated where the old one was.
+struct LiveDatabases {
+  std::unordered_map<const AcDbDatabase*, std::int64_t> serials;
+  std::unordered_map<std::int64_t, AcDbDatabase*> bySerial;
+  std::int64_t next = std::int64_t{1} << 32;
+};
+LiveDatabases& liveDatabases() {
+  static LiveDatabases s;
   return s;
 }
 }  // namespace
 
-bool isLiveDatabase(const AcDbDatabase* db) { return db != nullptr && liveDatabases().count(db) != 0; }
+bool isLiveDatabase(const AcDbDatabase* db) { return db != nullptr && liveDatabases().serials.count(db) != 0; }
+
+void addLiveDatabase(AcDbDatabase* db) {
+  LiveDatabases& live = liveDatabases();
+  std::int64_t serial = live.next++;
+  live.serials[db] = serial;
+  live.bySerial[serial] = db;
+}
+
+void removeLiveDatabase(const AcDbDatabase* db) {
+  LiveDatabases& live = liveDatabases();
+  auto it = live.serials.find(db);
+  if (it == live.serials.end()) return;
+  live.bySerial.erase(it->second);
+  live.serials.erase(it);
+}
+
+std::int64_t serialOf(const AcDbDatabase* db) {
+  auto it = liveDatabases().serials.find(db);
+  return it == liveDatabases().serials.end() ? 0 : it->second;
+}
+
+AcDbDatabase* databaseOfSerial(std::int64_t serial) {
+  auto it = liveDatabases().bySerial.find(serial);
+  return it == liveDatabases().bySerial.end() ? nullptr : it->second;
+}
 
 std::wstring upper(const std::wstring& s) {
   std::wstring out = s;
@@ -241,12 +274,12 @@ void AcDbDatabase::Impl::initSysVars() {
 AcDbDatabase::AcDbDatabase(bool buildDefaultDrawing, bool) : impl_(new Impl) {
   impl_->self = this;
   impl_->initSysVars();
-  kvdb::liveDatabases().insert(this);
+  kvdb::addLiveDatabase(this);
   if (buildDefaultDrawing) impl_->buildDefaults();
 }
 
 AcDbDatabase::~AcDbDatabase() {
-  kvdb::liveDatabases().erase(this);
+  kvdb::removeLiveDatabase(this);
   auto* services = acdbHostApplicationServices();
   if (services->workingDatabase() == this) services->setWorkingDatabase(nullptr);
   impl_->clear();
@@ -505,11 +538,18 @@ Acad::ErrorStatus AcDbHostApplicationServices::findFile(ACHAR* pcFullPathOut, in
   return Acad::eFileNotFound;
 }
 
+bool acdbIsLineWeight(long value) {
+  static constexpr long kWeights[] = {-3, -2, -1, 0, 5, 9, 13, 15, 18, 20, 25, 30, 35, 40, 50, 53, 60, 70, 80, 90, 100, 106, 120, 140, 158, 200, 211};
+  return std::find(std::begin(kWeights), std::end(kWeights), value) != std::end(kWeights);
+}
+
 // ---- entity names ----
 
 Acad::ErrorStatus acdbGetAdsName(ads_name objName, AcDbObjectId objId) {
   if (objId.isNull()) return Acad::eNullObjectId;
-  objName[0] = reinterpret_cast<std::int64_t>(objId.database());
+  std::int64_t serial = kvdb::serialOf(objId.database());
+  if (serial == 0) return Acad::eNoDatabase;
+  objName[0] = serial;
   objName[1] = static_cast<std::int64_t>(objId.handle().value());
   return Acad::eOk;
 }
@@ -517,8 +557,8 @@ Acad::ErrorStatus acdbGetAdsName(ads_name objName, AcDbObjectId objId) {
 Acad::ErrorStatus acdbGetObjectId(AcDbObjectId& objId, const ads_name objName) {
   objId = AcDbObjectId();
   if (objName == nullptr) return Acad::eInvalidAdsName;
-  auto* db = reinterpret_cast<AcDbDatabase*>(objName[0]);
-  if (!kvdb::isLiveDatabase(db) || objName[1] <= 0) return Acad::eInvalidAdsName;
+  AcDbDatabase* db = kvdb::databaseOfSerial(objName[0]);
+  if (db == nullptr || objName[1] <= 0) return Acad::eInvalidAdsName;
   AcDbStub* s = db->impl()->stubFor(static_cast<Adesk::UInt64>(objName[1]), false);
   if (s == nullptr || s->object == nullptr) return Acad::eInvalidAdsName;
   objId = AcDbObjectId(s);

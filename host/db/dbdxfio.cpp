@@ -465,10 +465,17 @@ class DxfReader {
       long v = std::strtol(g_[k].value.c_str(), nullptr, 10);
       AcCmColor c;
       switch (g_[k].code) {
-        case 62: c.setColorIndex(static_cast<Adesk::UInt16>(std::abs(v))); rec->setColor(c); rec->setIsOff(v < 0); break;
+        case 62:  // negative: the layer is off; a number no colour has leaves the default
+          if (v < -257 || v > 257) break;
+          c.setColorIndex(static_cast<Adesk::UInt16>(std::abs(v)));
+          rec->setColor(c);
+          rec->setIsOff(v < 0);
+          break;
         case 70: rec->setIsFrozen(v & 1); rec->setIsLocked(v & 4); break;
         case 290: rec->setIsPlottable(v != 0); break;
-        case 370: rec->setLineWeight(static_cast<AcDb::LineWeight>(v)); break;
+        case 370:
+          if (acdbIsLineWeight(v)) rec->setLineWeight(static_cast<AcDb::LineWeight>(v));
+          break;
         case 6: {
           AcDbLinetypeTable* lt = nullptr;
           if (db_->getLinetypeTable(lt, AcDb::kForRead) == Acad::eOk) {

@@ -87,6 +87,7 @@ Acad::ErrorStatus AcDbEntity::setLinetypeScale(double newval, Adesk::Boolean) {
 }
 
 Acad::ErrorStatus AcDbEntity::setLineWeight(AcDb::LineWeight newVal, Adesk::Boolean) {
+  if (!acdbIsLineWeight(static_cast<long>(newVal))) return Acad::eInvalidInput;
   assertWriteEnabled();
   lineWeight_ = newVal;
   return Acad::eOk;
@@ -316,7 +317,8 @@ Acad::ErrorStatus AcDbEntity::dwgInFields(AcDbDwgFiler* filer) {
   color_ = AcCmColor();
   if (method == static_cast<Adesk::UInt8>(AcCmColor::Method::ByColor)) color_.setRGB(r, g, b);
   else color_.setColorIndex(index);
-  lineWeight_ = static_cast<AcDb::LineWeight>(lw);
+  // A weight no LineWeight names (damaged or foreign data) falls back to the layer's.
+  lineWeight_ = acdbIsLineWeight(lw) ? static_cast<AcDb::LineWeight>(lw) : AcDb::kLnWtByLayer;
   visibility_ = visible ? AcDb::kVisible : AcDb::kInvisible;
   return filer->filerStatus();
 }
@@ -346,7 +348,7 @@ Acad::ErrorStatus AcDbEntity::dxfInFields(AcDbDxfFiler* filer) {
       case 8: layerId_ = lookUp(db, &AcDbDatabase::getLayerTable, rb.resval.rstring); break;
       case 6: linetypeId_ = lookUp(db, &AcDbDatabase::getLinetypeTable, rb.resval.rstring); break;
       case 62: color_.setColorIndex(static_cast<Adesk::UInt16>(rb.resval.rint)); break;
-      case 370: lineWeight_ = static_cast<AcDb::LineWeight>(rb.resval.rint); break;
+      case 370: lineWeight_ = acdbIsLineWeight(rb.resval.rint) ? static_cast<AcDb::LineWeight>(rb.resval.rint) : AcDb::kLnWtByLayer; break;
       case 48: linetypeScale_ = rb.resval.rreal; break;
       case 60: visibility_ = rb.resval.rint ? AcDb::kInvisible : AcDb::kVisible; break;
       case 67: case 410: case 347: case 440: case 390: case 284: break;

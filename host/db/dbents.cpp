@@ -57,7 +57,8 @@ resbuf* acdbEntGet(const ads_name ent) {
   if (acdbGetObjectId(id, ent) != Acad::eOk) return nullptr;
   AcDbObject* obj = kvdb::objectOf(id);
   AcDbDxfMemoryFiler filer(id.database());
-  if (obj == nullptr || kvdb::dxfGroupsOf(obj, filer) != Acad::eOk) return nullptr;
+  // An erased entity has no definition list until entdel brings it back.
+  if (obj == nullptr || obj->isErased() || kvdb::dxfGroupsOf(obj, filer) != Acad::eOk) return nullptr;
   resbuf* head = acutNewRb(-1);
   head->resval.rlname[0] = ent[0];
   head->resval.rlname[1] = ent[1];

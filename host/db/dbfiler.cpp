@@ -159,6 +159,8 @@ Acad::ErrorStatus AcDbDwgMemoryFiler::readString(ACHAR** pVal) {
 Acad::ErrorStatus AcDbDwgMemoryFiler::readBytes(void* pDest, Adesk::UIntPtr nBytes) {
   if (impl_->status != Acad::eOk) return impl_->status;
   if (nBytes > remaining()) return impl_->status = Acad::eEndOfFile;
+  // An empty record's buffer has no address, and memcpy must not see a null pointer even for 0.
+  if (nBytes == 0) return Acad::eOk;
   std::memcpy(pDest, impl_->bytes.data() + impl_->pos, nBytes);
   impl_->pos += nBytes;
   return Acad::eOk;

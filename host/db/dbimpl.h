@@ -84,6 +84,11 @@ namespace kvdb {
 
 // Host registry of live databases, so stale entity names are refused.
 bool isLiveDatabase(const AcDbDatabase* db);
+void addLiveDatabase(AcDbDatabase* db);
+void removeLiveDatabase(const AcDbDatabase* db);
+// The serial entity names carry for a live database (0 for none), and back.
+std::int64_t serialOf(const AcDbDatabase* db);
+AcDbDatabase* databaseOfSerial(std::int64_t serial);
 
 std::wstring upper(const std::wstring& s);
 bool iequals(const std::wstring& a, const std::wstring& b);

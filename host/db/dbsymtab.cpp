@@ -364,7 +364,12 @@ void AcDbLayerTableRecord::setIsLocked(bool locked) { assertWriteEnabled(); lock
 Acad::ErrorStatus AcDbLayerTableRecord::setIsPlottable(bool plot) { assertWriteEnabled(); plottable_ = plot; return Acad::eOk; }
 void AcDbLayerTableRecord::setColor(const AcCmColor& color) { assertWriteEnabled(); color_ = color; }
 void AcDbLayerTableRecord::setLinetypeObjectId(AcDbObjectId id) { assertWriteEnabled(); linetype_ = id; }
-Acad::ErrorStatus AcDbLayerTableRecord::setLineWeight(AcDb::LineWeight weight) { assertWriteEnabled(); lineWeight_ = weight; return Acad::eOk; }
+Acad::ErrorStatus AcDbLayerTableRecord::setLineWeight(AcDb::LineWeight weight) {
+  if (!acdbIsLineWeight(static_cast<long>(weight))) return Acad::eInvalidInput;
+  assertWriteEnabled();
+  lineWeight_ = weight;
+  return Acad::eOk;
+}
 Acad::ErrorStatus AcDbLayerTableRecord::setPlotStyleName(const ACHAR* newName) {
   if (newName == nullptr) return Acad::eInvalidInput;
   assertWriteEnabled();
@@ -399,7 +404,7 @@ Acad::ErrorStatus AcDbLayerTableRecord::dwgInFields(AcDbDwgFiler* filer) {
   frozen_ = flags & 1, off_ = flags & 2, locked_ = flags & 4, plottable_ = flags & 8;
   color_.setColorIndex(color);
   linetype_ = lt;
-  lineWeight_ = static_cast<AcDb::LineWeight>(lw);
+  lineWeight_ = acdbIsLineWeight(lw) ? static_cast<AcDb::LineWeight>(lw) : AcDb::kLnWtByLwDefault;
   return filer->filerStatus();
 }
 

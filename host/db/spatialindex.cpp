@@ -6,9 +6,21 @@
 
 namespace kvdb {
 
+namespace {
+
+// Cell numbers stay well inside int64. An entity whose corner lies beyond them (1e300, an
+// infinite or NaN extent) goes to one far cell past the range, which every query also tests.
+constexpr double kMaxCell = 4.0e18;
+constexpr auto kFarCell = static_cast<std::int64_t>(kMaxCell) + 1;
+
+bool cellInRange(double c) { return c >= -kMaxCell && c <= kMaxCell; }
+
+}  // namespace
+
 int SpatialIndex::levelFor(const Box2& box) {
   double side = std::max(box.maxX - box.minX, box.maxY - box.minY);
   if (!(side > 0)) return kMinLevel;
+  if (!(side <= std::ldexp(1.0, kMaxLevel))) return kMaxLevel;
   int level = static_cast<int>(std::ceil(std::log2(side)));
   return std::clamp(level, kMinLevel, kMaxLevel);
 }
@@ -21,8 +33,9 @@ void SpatialIndex::insert(const void* key, const Box2& box) {
   remove(key);
   int level = levelFor(box);
   double size = std::ldexp(1.0, level);
-  auto ix = static_cast<std::int64_t>(std::floor(box.minX / size));
-  auto iy = static_cast<std::int64_t>(std::floor(box.minY / size));
+  const double x = std::floor(box.minX / size), y = std::floor(box.minY / size);
+  const bool near = cellInRange(x) && cellInRange(y);
+  std::int64_t ix = near ? static_cast<std::int64_t>(x) : kFarCell, iy = near ? static_cast<std::int64_t>(y) : kFarCell;
   std::uint64_t cell = cellKey(ix, iy);
   Level& l = levels_[level];
   l.cells[cell].push_back({key, box});
@@ -56,19 +69,22 @@ void SpatialIndex::query(const Box2& window, std::vector<const void*>& out) cons
     double x0 = std::floor(window.minX / size) - 1, x1 = std::floor(window.maxX / size);
     double y0 = std::floor(window.minY / size) - 1, y1 = std::floor(window.maxY / size);
     double cells = (x1 - x0 + 1) * (y1 - y0 + 1);
-    if (!(cells < static_cast<double>(l.count) * 2)) {
+    bool inRange = cellInRange(x0) && cellInRange(x1) && cellInRange(y0) && cellInRange(y1);
+    if (!inRange || !(cells < static_cast<double>(l.count) * 2)) {
       for (const auto& [key, bucket] : l.cells)
         for (const Entry& e : bucket)
           if (e.box.overlaps(window)) out.push_back(e.key);
       continue;
     }
+    auto visit = [&](std::int64_t ix, std::int64_t iy) {
+      auto it = l.cells.find(cellKey(ix, iy));
+      if (it == l.cells.end()) return;
+      for (const Entry& e : it->second)
+        if (e.box.overlaps(window)) out.push_back(e.key);
+    };
     for (auto ix = static_cast<std::int64_t>(x0); ix <= static_cast<std::int64_t>(x1); ++ix)
-      for (auto iy = static_cast<std::int64_t>(y0); iy <= static_cast<std::int64_t>(y1); ++iy) {
-        auto it = l.cells.find(cellKey(ix, iy));
-        if (it == l.cells.end()) continue;
-        for (const Entry& e : it->second)
-          if (e.box.overlaps(window)) out.push_back(e.key);
-      }
+      for (auto iy = static_cast<std::int64_t>(y0); iy <= static_cast<std::int64_t>(y1); ++iy) visit(ix, iy);
+    visit(kFarCell, kFarCell);
   }
 }
 

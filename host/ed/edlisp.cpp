@@ -3,6 +3,7 @@
 // selection sets, system variables, commands and point prompts.
 #include <cctype>
 #include <filesystem>
+#include <memory>
 
 #include "edimpl.h"
 #include "lisp.h"
@@ -118,13 +119,26 @@ Value importDxf(Environment&, Args args) {
   return truth(es == Acad::eOk);
 }
 
+AcGiPlotStyle plotStyle(const std::string& name) {
+  if (name == "paper") return AcGiPlotStyle::Paper;
+  if (name == "screen") return AcGiPlotStyle::Screen;
+  if (name == "monochrome") return AcGiPlotStyle::Monochrome;
+  throw kvlisp::Error("kvhost-plot: style \"" + name + "\" is none of \"paper\", \"screen\", \"monochrome\"");
+}
+
+// A width above the limit is refused with a line saying so, before any pixel is allocated.
 Value plot(Environment&, Args args) {
   std::string path = kvlisp::argString(args, 0);
   bool svg = path.size() > 4 && (path.ends_with(".svg") || path.ends_with(".SVG"));
-  int width = args.size() > 1 ? kvlisp::argInt(args, 1) : 1200;
+  int width = args.size() > 1 && !args[1].isNil() ? kvlisp::argInt(args, 1) : 1200;
+  AcGiPlotStyle style = args.size() > 2 && !args[2].isNil() ? plotStyle(kvlisp::argString(args, 2)) : AcGiPlotStyle::Paper;
+  if (width > kAcGiPlotMaxWidth) {
+    kvads::consoleWrite("\nPlot width " + std::to_string(width) + " is above the limit of " + std::to_string(kAcGiPlotMaxWidth) + " pixels.");
+    return Value();
+  }
   ensureFolder(wide(path));
   Acad::ErrorStatus es = acgiPlotModelSpace(current()->database(), wide(path).c_str(),
-                                            svg ? AcGiPlotFormat::Svg : AcGiPlotFormat::Png, width);
+                                            svg ? AcGiPlotFormat::Svg : AcGiPlotFormat::Png, width, style);
   if (es != Acad::eOk) report("Plot to", wide(path), es);
   return truth(es == Acad::eOk);
 }
@@ -305,7 +319,7 @@ bool groupsOf(const Value& list, const AcRxClass* cls, AcDbDxfMemoryFiler& f) {
         break;
       case kvads::DxfKind::Real: if (!v.isNumber()) return false; g.values[0] = v.asNumber(); break;
       case kvads::DxfKind::Short: case kvads::DxfKind::Long: case kvads::DxfKind::Int64:
-        if (!v.isInt()) return false;
+        if (!v.isInt() || (code == AcDb::kDxfLineWeight && !acdbIsLineWeight(v.asInt()))) return false;
         g.integer = v.asInt();
         break;
       default: continue;
@@ -359,43 +373,44 @@ Value entmake(Environment&, Args args) {
   return list;
 }
 
-// (kvhost-layer name [colour]): makes the layer when it is missing; its name.
+// (kvhost-layer name [colour]): makes the layer when it is missing; its name. Every argument is
+// read before the table opens, so a bad one leaves nothing open and nothing half made.
 Value makeLayer(Environment&, Args args) {
-  std::wstring name = wide(kvlisp::argString(args, 0));
-  AcDbLayerTable* table = nullptr;
-  if (current()->database()->getLayerTable(table, AcDb::kForWrite) != Acad::eOk) return Value();
-  if (!table->has(name.c_str())) {
-    auto* rec = new AcDbLayerTableRecord;
-    AcCmColor c;
-    c.setColorIndex(static_cast<Adesk::UInt16>(args.size() > 1 ? kvlisp::argInt(args, 1) : 7));
-    rec->setColor(c);
-    if (rec->setName(name.c_str()) != Acad::eOk || table->add(rec) != Acad::eOk) {
-      delete rec;
-      table->close();
-      throw kvlisp::Error("bad layer name: " + kvlisp::argString(args, 0));
-    }
-    rec->close();
-  }
-  table->close();
-  return Value::string(kvlisp::argString(args, 0));
+  const std::string& given = kvlisp::argString(args, 0);
+  std::wstring name = wide(given);
+  int colour = args.size() > 1 ? kvlisp::argInt(args, 1) : 7;
+  if (colour < 1 || colour > 255) throw kvlisp::Error("kvhost-layer: colour " + std::to_string(colour) + " is not 1 to 255");
+  AcDbObjectPointer<AcDbLayerTable> table(current()->database()->layerTableId(), AcDb::kForWrite);
+  if (table.openStatus() != Acad::eOk) return Value();
+  if (table->has(name.c_str())) return Value::string(given);
+  auto rec = std::make_unique<AcDbLayerTableRecord>();
+  AcCmColor c;
+  c.setColorIndex(static_cast<Adesk::UInt16>(colour));
+  rec->setColor(c);
+  if (rec->setName(name.c_str()) != Acad::eOk || table->add(rec.get()) != Acad::eOk) throw kvlisp::Error("bad layer name: " + given);
+  rec.release()->close();
+  return Value::string(given);
 }
 
 // ---- selection, variables, commands, prompts ----
 
-resbuf* filterCells(const Value& list) {
-  resbuf* head = nullptr;
-  resbuf** tail = &head;
+using CellChain = std::unique_ptr<resbuf, decltype(&acutRelRb)>;
+
+// The filter's cells; only text groups (type, layer, the -4 operators) are taken, as those are
+// the cells whose text the chain owns and frees.
+CellChain filterCells(const Value& list) {
+  CellChain head(nullptr, &acutRelRb);
+  resbuf** tail = nullptr;
   for (Value it = list; it.isCons(); it = it.cdr()) {
     const Value& pair = it.car();
-    if (!pair.isCons() || !pair.car().isInt() || !pair.cdr().isString()) {
-      acutRelRb(head);
+    int code = pair.isCons() && pair.car().isInt() ? pair.car().asInt() : AcDb::kDxfInvalid;
+    if (!pair.isCons() || !pair.cdr().isString() || kvads::dxfValueKind(code) != kvads::DxfKind::String)
       throw kvlisp::Error("bad selection filter");
-    }
-    int code = pair.car().asInt();
     resbuf* rb = acutNewRb(code == 0 ? RTDXF0 : code);
-    rb->resval.rstring = kvads::dupString(wide(pair.cdr().asString()).c_str());
-    *tail = rb;
+    if (tail == nullptr) head.reset(rb);
+    else *tail = rb;
     tail = &rb->rbnext;
+    rb->resval.rstring = kvads::dupString(wide(pair.cdr().asString()).c_str());
   }
   return head;
 }
@@ -411,10 +426,9 @@ Value ssget(Environment&, Args args) {
     for (int i = 0; i < 3; ++i) a[i] = p[static_cast<std::size_t>(i)], b[i] = q[static_cast<std::size_t>(i)];
     next = 3;
   }
-  resbuf* filter = args.size() > next ? filterCells(kvlisp::argList(args, next)) : nullptr;
+  CellChain filter = args.size() > next ? filterCells(kvlisp::argList(args, next)) : CellChain(nullptr, &acutRelRb);
   ads_name ss;
-  int rc = acedSSGet(mode.c_str(), points ? a : nullptr, points ? b : nullptr, filter, ss);
-  acutRelRb(filter);
+  int rc = acedSSGet(mode.c_str(), points ? a : nullptr, points ? b : nullptr, filter.get(), ss);
   return rc == RTNORM ? Value::pickset(ss[0], ss[1]) : Value();
 }
 
@@ -518,7 +532,8 @@ const kvlisp::NativeDef kFunctions[] = {
     {"kvhost-current", "(kvhost-current)", "The current drawing's path.", docCurrent},
     {"kvhost-export-dxf", "(kvhost-export-dxf path)", "Writes the current drawing as DXF.", exportDxf},
     {"kvhost-import-dxf", "(kvhost-import-dxf path)", "Adds what a DXF file holds to the current drawing.", importDxf},
-    {"kvhost-plot", "(kvhost-plot path [width])", "Plots model space to an SVG or PNG file (by extension).", plot},
+    {"kvhost-plot", "(kvhost-plot path [width [style]])",
+     "Plots model space to an SVG or PNG file (by extension), at most 8192 pixels wide; style \"paper\" (light colours darkened, the default), \"screen\" or \"monochrome\".", plot},
     {"kvhost-layer", "(kvhost-layer name [colour])", "Makes a layer when it is missing; its name.", makeLayer},
     {"entget", "(entget ename [applist])", "The entity's definition list.", entget},
     {"handent", "(handent handle)", "The entity of a handle (hexadecimal text).", handent},

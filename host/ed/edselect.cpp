@@ -1,6 +1,7 @@
 // Selection sets: "X" over model space, "C" and "W" windows through the model space index and
 // the entities' drawn geometry, filters by DXF name and layer.
 #include <algorithm>
+#include <array>
 #include <cwctype>
 #include <map>
 #include <vector>
@@ -11,8 +12,13 @@ namespace {
 
 constexpr std::int64_t kSetTag = 0x5353;  // marks a selection set's name ("SS")
 
+// A set keeps entity names, not object ids: a set outlives the drawing it was taken in, and a
+// name of a closed drawing resolves to nothing where an id would point into freed memory.
+using Name = std::array<std::int64_t, 2>;
+using NameList = std::vector<Name>;
+
 struct Sets {
-  std::map<std::int64_t, std::vector<AcDbObjectId>> byId;
+  std::map<std::int64_t, NameList> byId;
   std::int64_t next = 1;
 };
 Sets& sets() {
@@ -20,7 +26,7 @@ Sets& sets() {
   return s;
 }
 
-std::vector<AcDbObjectId>* setOf(const ads_name name) {
+NameList* setOf(const ads_name name) {
   if (name == nullptr || name[0] != kSetTag) return nullptr;
   auto it = sets().byId.find(name[1]);
   return it == sets().byId.end() ? nullptr : &it->second;
@@ -128,10 +134,18 @@ bool drawnTouches(AcDbEntity* e, const Box& box, bool window) {
   return window && any;
 }
 
-int newSet(std::vector<AcDbObjectId> ids, ads_name ss) {
+Name nameOf(AcDbObjectId id) {
+  ads_name n = {0, 0};
+  acdbGetAdsName(n, id);
+  return {n[0], n[1]};
+}
+
+int newSet(const std::vector<AcDbObjectId>& ids, ads_name ss) {
   if (ids.empty()) return RTERROR;
+  NameList names;
+  for (const AcDbObjectId& id : ids) names.push_back(nameOf(id));
   std::int64_t id = sets().next++;
-  sets().byId[id] = std::move(ids);
+  sets().byId[id] = std::move(names);
   ss[0] = kSetTag, ss[1] = id;
   return RTNORM;
 }
@@ -205,10 +219,16 @@ int acedSSLength(const ads_name sname, Adesk::Int32* len) {
   return RTNORM;
 }
 
+// An entity whose drawing was closed, or which was deleted, is an error, as a bad index is.
 int acedSSName(const ads_name ss, Adesk::Int32 i, ads_name entres) {
   auto* set = setOf(ss);
-  if (set == nullptr || i < 0 || static_cast<std::size_t>(i) >= set->size()) return RTERROR;
-  return acdbGetAdsName(entres, (*set)[static_cast<std::size_t>(i)]) == Acad::eOk ? RTNORM : RTERROR;
+  if (set == nullptr || entres == nullptr || i < 0 || static_cast<std::size_t>(i) >= set->size()) return RTERROR;
+  const Name& n = (*set)[static_cast<std::size_t>(i)];
+  ads_name name = {n[0], n[1]};
+  AcDbObjectId id;
+  if (acdbGetObjectId(id, name) != Acad::eOk) return RTERROR;
+  entres[0] = n[0], entres[1] = n[1];
+  return RTNORM;
 }
 
 int acedSSFree(const ads_name sname) {
@@ -221,24 +241,24 @@ int acedSSAdd(const ads_name ename, const ads_name sname, ads_name result) {
   AcDbObjectId id;
   bool haveEnt = ename != nullptr && acdbGetObjectId(id, ename) == Acad::eOk;
   if (ename != nullptr && !haveEnt) return RTERROR;
+  Name entity = haveEnt ? Name{ename[0], ename[1]} : Name{};
   if (sname == nullptr) {  // a new set, empty or holding the entity
     std::int64_t n = sets().next++;
-    sets().byId[n] = haveEnt ? std::vector<AcDbObjectId>{id} : std::vector<AcDbObjectId>{};
+    sets().byId[n] = haveEnt ? NameList{entity} : NameList{};
     result[0] = kSetTag, result[1] = n;
     return RTNORM;
   }
   auto* set = setOf(sname);
   if (set == nullptr) return RTERROR;
-  if (haveEnt && std::find(set->begin(), set->end(), id) == set->end()) set->push_back(id);
+  if (haveEnt && std::find(set->begin(), set->end(), entity) == set->end()) set->push_back(entity);
   result[0] = sname[0], result[1] = sname[1];
   return RTNORM;
 }
 
 int acedSSDel(const ads_name ename, const ads_name ss) {
-  AcDbObjectId id;
   auto* set = setOf(ss);
-  if (set == nullptr || acdbGetObjectId(id, ename) != Acad::eOk) return RTERROR;
-  auto it = std::find(set->begin(), set->end(), id);
+  if (set == nullptr || ename == nullptr) return RTERROR;
+  auto it = std::find(set->begin(), set->end(), Name{ename[0], ename[1]});
   if (it == set->end()) return RTERROR;
   set->erase(it);
   return RTNORM;

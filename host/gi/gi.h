@@ -159,8 +159,19 @@ class AcGiCapture {
 
 enum class AcGiPlotFormat { Svg, Png };
 
+// How colours meet white paper. Paper: colours by index, the light ones (yellow, cyan, light
+// grey, ...) darkened until they read against white, as a pen plotter's colour table does.
+// Screen: colours by index as the screen shows them. Monochrome: everything black.
+enum class AcGiPlotStyle { Paper, Screen, Monochrome };
+
+// The widest plot: a PNG page is about width x width pixels of 4 bytes, so 8192 keeps one plot
+// at 256 MB at most.
+constexpr int kAcGiPlotMaxWidth = 8192;
+
 // Plots model space of `db` to a file: the view fits the drawing's extents with a margin, white
-// paper, colours by index (7 draws black), on layers that are on and not frozen. `widthPx` sets
-// the PNG width (SVG uses it as its nominal size). Returns eOk, eFileAccessErr when the file
-// cannot be written, eInvalidInput for a null database.
-Acad::ErrorStatus acgiPlotModelSpace(AcDbDatabase* db, const ACHAR* path, AcGiPlotFormat format, int widthPx = 1200);
+// paper, colours by index (7 draws black) in the given style, on layers that are on and not
+// frozen. `widthPx` (16 to kAcGiPlotMaxWidth) sets the PNG width (SVG uses it as its nominal
+// size). Returns eOk, eFileAccessErr when the file cannot be written, eInvalidInput for a null
+// database or a width out of range.
+Acad::ErrorStatus acgiPlotModelSpace(AcDbDatabase* db, const ACHAR* path, AcGiPlotFormat format, int widthPx = 1200,
+                                     AcGiPlotStyle style = AcGiPlotStyle::Paper);

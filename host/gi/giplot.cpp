@@ -29,6 +29,27 @@ Rgb aciColor(int index) {
   return table[sector];
 }
 
+double linear(double channel) { return channel <= 0.04045 ? channel / 12.92 : std::pow((channel + 0.055) / 1.055, 2.4); }
+
+double luminance(const Rgb& c) { return 0.2126 * linear(c.r) + 0.7152 * linear(c.g) + 0.0722 * linear(c.b); }
+
+// Darkens a colour, keeping its hue, until it stands at 3 : 1 against white, the contrast at
+// which thin lines stay legible; red, blue and magenta already do and keep their shade.
+Rgb onPaper(Rgb c) {
+  constexpr double kMaxLuminance = 1.05 / 3.0 - 0.05;
+  while (luminance(c) > kMaxLuminance) c = {c.r * 0.95, c.g * 0.95, c.b * 0.95};
+  return c;
+}
+
+Rgb plotColor(int index, AcGiPlotStyle style) {
+  switch (style) {
+    case AcGiPlotStyle::Monochrome: return {0, 0, 0};
+    case AcGiPlotStyle::Screen: return aciColor(index);
+    case AcGiPlotStyle::Paper: break;
+  }
+  return onPaper(aciColor(index));
+}
+
 struct LayerLook {
   int color = 7;
   bool visible = true;
@@ -148,8 +169,8 @@ void renderOne(cairo_t* cr, const AcGiCapturedPrimitive& p, const Page& page, Rg
 
 }  // namespace
 
-Acad::ErrorStatus acgiPlotModelSpace(AcDbDatabase* db, const ACHAR* path, AcGiPlotFormat format, int widthPx) {
-  if (db == nullptr || path == nullptr || widthPx < 16) return Acad::eInvalidInput;
+Acad::ErrorStatus acgiPlotModelSpace(AcDbDatabase* db, const ACHAR* path, AcGiPlotFormat format, int widthPx, AcGiPlotStyle style) {
+  if (db == nullptr || path == nullptr || widthPx < 16 || widthPx > kAcGiPlotMaxWidth) return Acad::eInvalidInput;
   std::vector<AcGiCapturedPrimitive> prims = captureModelSpace(db);
   auto looks = layerLooks(db);
   AcDbExtents ext;
@@ -174,7 +195,7 @@ Acad::ErrorStatus acgiPlotModelSpace(AcDbDatabase* db, const ACHAR* path, AcGiPl
     LayerLook layer = look == looks.end() ? LayerLook{} : look->second;
     if (!layer.visible) continue;
     int index = p.color == 256 || p.color == 0 ? layer.color : p.color;
-    renderOne(cr, p, page, aciColor(index));
+    renderOne(cr, p, page, plotColor(index, style));
   }
   cairo_destroy(cr);
   cairo_surface_flush(surface);

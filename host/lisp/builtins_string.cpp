@@ -1,4 +1,5 @@
 // Builtins: strings and conversions. Positions and lengths count characters, not bytes.
+#include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <cstdlib>
@@ -29,19 +30,46 @@ Value lStrlen(Environment&, Args a) {
   return Value::integer(static_cast<std::int32_t>(n));
 }
 
+constexpr std::size_t kMarkEvery = 64;
+
+// The byte where character `chars` (counted from `from`) starts, or the end of the text.
+std::size_t skipChars(std::string_view s, std::size_t from, std::size_t chars) {
+  for (; chars > 0 && from < s.size(); --chars) from += kvads::utf8CharBytes(s, from);
+  return std::min(from, s.size());
+}
+
+// The byte where character `index` of a string value starts (the end when it has fewer): at
+// once for ASCII, else from the nearest mark, so that a walk over the text stays linear.
+std::size_t charOffset(const Value& v, std::size_t index) {
+  auto* o = detail::as<detail::StrObj>(v);
+  const std::string& s = o->text;
+  if (o->ascii < 0) {
+    o->ascii = std::all_of(s.begin(), s.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; }) ? 1 : 0;
+    for (std::size_t at = 0; o->ascii == 0 && at < s.size(); at = skipChars(s, at, kMarkEvery)) o->marks.push_back(at);
+  }
+  if (o->ascii == 1) return std::min(index, s.size());
+  const std::size_t mark = index / kMarkEvery;
+  if (mark >= o->marks.size()) return s.size();
+  return skipChars(s, o->marks[mark], index % kMarkEvery);
+}
+
+// Touches only the piece (and at most 63 characters before it): a loop of substr over a long
+// text stays linear. Only the piece is converted, and only when the text is not plain ASCII.
 Value lSubstr(Environment&, Args a) {
-  std::wstring s = wide(argString(a, 0));
+  const std::string& s = argString(a, 0);
   std::int32_t start = argInt(a, 1);
   if (start < 1) badValue("positive", a[1]);
   std::size_t from = static_cast<std::size_t>(start - 1);
-  if (from >= s.size()) return Value::string("");
-  std::size_t count = std::wstring::npos;
+  std::size_t count = std::string::npos;
   if (a.size() > 2) {
     std::int32_t n = argInt(a, 2);
     if (n < 0) badValue("non-negative", a[2]);
     count = static_cast<std::size_t>(n);
   }
-  return str(s.substr(from, count));
+  std::size_t begin = charOffset(a[0], from);
+  std::size_t end = count == std::string::npos ? s.size() : skipChars(s, begin, count);
+  if (detail::as<detail::StrObj>(a[0])->ascii == 1) return Value::string(s.substr(begin, end - begin));
+  return str(wide(s.substr(begin, end - begin)));
 }
 
 // Latin-1 letters are mapped here: the C locale the host runs in knows only ASCII.
@@ -194,8 +222,10 @@ Value lChr(Environment&, Args a) {
 }
 
 Value lAscii(Environment&, Args a) {
-  std::wstring s = wide(argString(a, 0));
-  return Value::integer(s.empty() ? 0 : static_cast<std::int32_t>(s[0]));
+  const std::string& s = argString(a, 0);
+  if (s.empty()) return Value::integer(0);
+  std::wstring first = wide(s.substr(0, kvads::utf8CharBytes(s, 0)));
+  return Value::integer(static_cast<std::int32_t>(first[0]));
 }
 
 Value lSearch(Environment&, Args a) {

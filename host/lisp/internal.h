@@ -15,8 +15,13 @@ namespace detail {
 struct RealObj : Object {
   double value;
 };
+// Strings never change once made, so what positional access needs is found once, on the first
+// such access: whether the text is all ASCII (a character per byte; -1 not yet known, 0 no,
+// 1 yes), and for other texts the byte where every 64th character starts.
 struct StrObj : Object {
   std::string text;
+  signed char ascii = -1;
+  std::vector<std::size_t> marks;
 };
 using ConsObj = ConsCell;
 struct NameObj : Object {

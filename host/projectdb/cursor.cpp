@@ -180,7 +180,7 @@ HRESULT ProjectDatabaseImpl::SeekKeys(const VARIANT* const* keys, int count, SAF
     std::string where;
     if (cols.empty()) where = "rowid = ?1";
     for (std::size_t j = 0; j < cols.size() && j < values.size(); ++j)
-      where += (j ? " AND " : "") + quoted(c->table->columns[static_cast<std::size_t>(cols[j])]) + " IS ?" + std::to_string(j + 1);
+      where += (j ? " AND " : "") + quoted(c->table->columns[static_cast<std::size_t>(cols[j])]) + " IS ?" + std::to_string(j + 1) + " COLLATE BINARY";
     s = Prepare(SelectFrom(*c->table) + " WHERE " + where + OrderBy(*c) + " LIMIT 1");
   }
   if (!s) return S_OK;

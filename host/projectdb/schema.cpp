@@ -119,7 +119,8 @@ std::vector<TableDef> expand() {
 }
 
 // Declared types: BOOLEAN keeps its NUMERIC affinity but tells the component to answer VT_BOOL.
-// Text compares without regard to case, as names of drawings and keys always have in projects.
+// Text keeps SQLite's binary collation: keys are compared exactly, case included, in lookups and
+// in unique indices alike ("DEFAULT" and "Default" are two keys).
 std::string columnSql(const ColumnDef& c) {
   std::string q = "\"" + c.name + "\" ";
   switch (c.kind) {
@@ -127,7 +128,7 @@ std::string columnSql(const ColumnDef& c) {
     case ColumnKind::Integer: q += "INTEGER"; break;
     case ColumnKind::Real: q += "REAL"; break;
     case ColumnKind::Boolean: q += "BOOLEAN"; break;
-    case ColumnKind::Text: return q + "TEXT COLLATE NOCASE";
+    case ColumnKind::Text: return q + "TEXT";
   }
   return c.nullable ? q : q + " DEFAULT 0";
 }
@@ -198,23 +199,33 @@ const char* const kAirSystems[] = {"SUPPLY", "RETURN", "EXHAUST", "OUTSIDE"};
 // The calculation months a new project starts with: the three summer months of peak cooling.
 bool calculatedMonth(int month) { return month >= 6 && month <= 8; }
 
+// `bySystem`: the key is resolved within a layer system (the ductwork's keys), so every layer
+// system of a new project gets a row of its own; the others hold for every system (null).
 struct LayerDefault {
   const char* key;
   const char* layer;
   int color;
   const char* linetype;
+  bool bySystem;
 };
 
 const LayerDefault kLayers[] = {
-    {"DEFAULT", "M-HVAC", 7, "CONTINUOUS"},
-    {"ROOM OUTLINES", "M-ROOM-OTLN", 3, "CONTINUOUS"},
-    {"ROOM LABELS", "M-ROOM-IDEN", 2, "CONTINUOUS"},
-    {"ROOM LEADER", "M-ROOM-LEAD", 1, "CONTINUOUS"},
-    {"DUCTWORK CENTERLINE: SUPPLY", "M-DUCT-SUPP-CNTR", 5, "CENTER"},
-    {"DUCTWORK CENTERLINE: RETURN", "M-DUCT-RETN-CNTR", 6, "CENTER"},
-    {"DUCTWORK CENTERLINE: EXHAUST", "M-DUCT-EXHS-CNTR", 4, "CENTER"},
-    {"DUCTWORK CENTERLINE: OUTSIDE AIR", "M-DUCT-OUTS-CNTR", 3, "CENTER"},
+    {"DEFAULT", "M-HVAC", 7, "CONTINUOUS", true},
+    {"ROOM OUTLINES", "M-ROOM-OTLN", 3, "CONTINUOUS", false},
+    {"ROOM LABELS", "M-ROOM-IDEN", 2, "CONTINUOUS", false},
+    {"ROOM LEADER", "M-ROOM-LEAD", 1, "CONTINUOUS", false},
+    {"DUCTWORK CENTERLINE: SUPPLY", "M-DUCT-SUPP-CNTR", 5, "CENTER", true},
+    {"DUCTWORK CENTERLINE: RETURN", "M-DUCT-RETN-CNTR", 6, "CENTER", true},
+    {"DUCTWORK CENTERLINE: EXHAUST", "M-DUCT-EXHS-CNTR", 4, "CENTER", true},
+    {"DUCTWORK CENTERLINE: OUTSIDE AIR", "M-DUCT-OUTS-CNTR", 3, "CENTER", true},
 };
+
+struct LayerSystemDefault {
+  int ixLayerSystem;
+  const char* description;
+};
+
+const LayerSystemDefault kLayerSystems[] = {{1, "Standard"}};
 
 const char* const kMonths[] = {"January", "February", "March",     "April",   "May",      "June",
                                "July",    "August",   "September", "October", "November", "December"};
@@ -244,9 +255,14 @@ void addLayers(std::vector<std::string>& out, bool layers, bool keys) {
       out.push_back("INSERT INTO tblLayer (ixLayer, sName, bRGBColor, iColor, sLinetype, bPlot) VALUES (" +
                     std::to_string(ixLayer) + ", " + quoteText(l.layer) + ", 0, " + std::to_string(l.color) +
                     ", " + quoteText(l.linetype) + ", -1)");
-    if (keys)
-      out.push_back("INSERT INTO tblLayerKey (ixLayerSystem, ixLayer, sKey) VALUES (NULL, " +
+    if (!keys) continue;
+    auto addKey = [&](const std::string& system) {
+      out.push_back("INSERT INTO tblLayerKey (ixLayerSystem, ixLayer, sKey) VALUES (" + system + ", " +
                     std::to_string(ixLayer) + ", " + quoteText(l.key) + ")");
+    };
+    addKey("NULL");
+    if (l.bySystem)
+      for (const LayerSystemDefault& s : kLayerSystems) addKey(std::to_string(s.ixLayerSystem));
   }
 }
 
@@ -296,8 +312,10 @@ std::vector<std::string> startingRowStatements(const std::vector<std::string>& s
       out.push_back("INSERT INTO tblMonth (iMonth, sName, bDoCalculation) VALUES (" + std::to_string(m) +
                     ", " + quoteText(kMonths[m]) + ", " + (calculatedMonth(m) ? "-1" : "0") + ")");
   if (!skipped(skipTables, "tblLayerSystem"))
-    out.push_back("INSERT INTO tblLayerSystem (ixLayerSystem, sDescription, iSortOrder, sPrefix, sSuffix) "
-                  "VALUES (1, 'Standard', 1, '', '')");
+    for (const LayerSystemDefault& s : kLayerSystems)
+      out.push_back("INSERT INTO tblLayerSystem (ixLayerSystem, sDescription, iSortOrder, sPrefix, sSuffix) VALUES (" +
+                    std::to_string(s.ixLayerSystem) + ", " + quoteText(s.description) + ", " +
+                    std::to_string(s.ixLayerSystem) + ", '', '')");
   return out;
 }
 

@@ -1,5 +1,6 @@
 // SolidBodies: straight pieces, transitions and flexible tubes, cutting, fusing, transforming,
 // measuring, exploding, tessellating and the text form of the bodies.
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <iostream>
@@ -18,8 +19,12 @@
 #include <BRep_Builder.hxx>
 #include <BRep_Tool.hxx>
 #include <Bnd_Box.hxx>
+#include <GCPnts_AbscissaPoint.hxx>
 #include <GCPnts_TangentialDeflection.hxx>
 #include <GeomAPI_Interpolate.hxx>
+#include <GeomAdaptor_Curve.hxx>
+#include <GeomLProp_CLProps.hxx>
+#include <IMeshTools_Parameters.hxx>
 #include <Poly_Triangulation.hxx>
 #include <TColgp_HArray1OfPnt.hxx>
 #include <TopExp.hxx>
@@ -70,11 +75,14 @@ bool SolidBodies::addTransition(const AcGePoint3d& start, bool startRect, double
                                 const AcGePoint3d& end, bool endRect, double endWidth, double endDepth,
                                 const AcGeVector3d* startFrame, const AcGeVector3d* endFrame) {
   return commitBodies(*impl_, "addTransition", [&](std::vector<TopoDS_Shape>& made) {
+    checkPoint(start, "start");
+    checkPoint(end, "end");
     checkSection(startRect, startWidth, startDepth, "start");
     checkSection(endRect, endWidth, endDepth, "end");
     const Axes sa = makeAxes(startFrame, "start"), ea = makeAxes(endFrame, "end");
     const gp_Pnt s = toPnt(start), e = toPnt(end);
     const gp_Vec along(s, e);
+    checkLength(along.Magnitude(), "run");
     if (std::fabs(along.Dot(gp_Vec(sa.run))) < 1e-6 || std::fabs(along.Dot(gp_Vec(ea.run))) < 1e-6)
       throw Refusal("start and end lie in one section plane");
     if (sameSection(startRect, startWidth, startDepth, endRect, endWidth, endDepth) && sameAxes(sa, ea)) {
@@ -86,13 +94,50 @@ bool SolidBodies::addTransition(const AcGePoint3d& start, bool startRect, double
   });
 }
 
+namespace {
+
+constexpr int kMaxFlexPoints = 10000;
+
+// Refuses a spine that a tube of `radius` cannot follow: longer than any run, kinked (a bend
+// of less than a quarter of the radius; a gentler fold of the inner wall sweeps well enough),
+// or coming back within a diameter of itself (end directions that turn the tube back along its
+// own path). The swept tube would pass through itself, and the sweep then crashes or runs away.
+// The spine is sampled at about a third of the radius (4000 samples at most), and every pair of
+// samples further apart along it than half a turn is compared.
+void checkSpine(const Handle(Geom_BSplineCurve)& curve, double radius) {
+  GeomAdaptor_Curve adaptor(curve);
+  const double length = GCPnts_AbscissaPoint::Length(adaptor);
+  if (!(length <= kMaxLength)) throw Refusal("the tube is longer than 1e6");
+  const int samples = std::clamp(static_cast<int>(length / (radius / 3.0)), 64, 4000);
+  GeomLProp_CLProps props(curve, 2, 1e-9);
+  const double u0 = curve->FirstParameter(), u1 = curve->LastParameter();
+  std::vector<gp_Pnt> at;
+  std::vector<double> along;
+  for (int i = 0; i <= samples; ++i) {
+    props.SetParameter(u0 + (u1 - u0) * i / samples);
+    if (!props.IsTangentDefined() || props.Curvature() * radius >= 4.0)
+      throw Refusal("the tube's path has a kink");
+    along.push_back(at.empty() ? 0.0 : along.back() + at.back().Distance(props.Value()));
+    at.push_back(props.Value());
+  }
+  for (std::size_t i = 0; i < at.size(); ++i)
+    for (std::size_t j = i + 1; j < at.size(); ++j)
+      if (along[j] - along[i] > M_PI * radius && at[i].Distance(at[j]) < 2.0 * radius)
+        throw Refusal("the tube runs into itself");
+}
+
+}  // namespace
+
 bool SolidBodies::addFlex(const AcGePoint3dArray& points, double radius, const AcGeVector3d& startDir,
                           const AcGeVector3d& endDir) {
   return commitBodies(*impl_, "addFlex", [&](std::vector<TopoDS_Shape>& made) {
-    if (!(radius > 0.0) || !std::isfinite(radius)) throw Refusal("the radius must be positive");
+    checkSection(false, 2.0 * radius, 0.0, "tube");
+    if (points.length() > kMaxFlexPoints) throw Refusal("a tube takes at most 10000 points");
     std::vector<gp_Pnt> pts;
-    for (const AcGePoint3d& p : points)
+    for (const AcGePoint3d& p : points) {
+      checkPoint(p, "tube's");
       if (pts.empty() || pts.back().Distance(toPnt(p)) > 1e-6 * std::max(1.0, radius)) pts.push_back(toPnt(p));
+    }
     if (pts.size() < 2) throw Refusal("a tube needs two distinct points");
     const gp_Dir d0 = unit(toVec(startDir), "the start direction"), d1 = unit(toVec(endDir), "the end direction");
     Handle(TColgp_HArray1OfPnt) arr = new TColgp_HArray1OfPnt(1, static_cast<int>(pts.size()));
@@ -101,12 +146,16 @@ bool SolidBodies::addFlex(const AcGePoint3dArray& points, double radius, const A
     interp.Load(gp_Vec(d0), gp_Vec(d1), Standard_True);
     interp.Perform();
     if (!interp.IsDone()) throw Refusal("no smooth curve passes through the points");
+    checkSpine(interp.Curve(), radius);
     const TopoDS_Wire spine = BRepBuilderAPI_MakeWire(BRepBuilderAPI_MakeEdge(interp.Curve()).Edge()).Wire();
     const gp_Vec ref = std::fabs(d0.Z()) > 0.9 ? gp_Vec(1, 0, 0) : gp_Vec(0, 0, 1);
     const gp_Dir across(gp_Vec(d0).Crossed(ref));
     const Axes axes{d0, across, d0.Crossed(across)};
-    BRepOffsetAPI_MakePipe pipe(spine, sectionFace(pts.front(), axes, false, 2.0 * radius, 0.0));
-    pipe.Build();
+    // The discrete trihedron: the corrected Frenet frame crashes on spines that turn through
+    // nearly straight stretches between far-apart points.
+    BRepOffsetAPI_MakePipe pipe(spine, sectionFace(pts.front(), axes, false, 2.0 * radius, 0.0),
+                                GeomFill_IsDiscreteTrihedron, Standard_False);
+    withinBudget("the sweep", [&](const Message_ProgressRange& r) { pipe.Build(r); });
     if (!pipe.IsDone()) throw Refusal("the tube cannot be swept");
     made.push_back(pipe.Shape());
   });
@@ -120,6 +169,7 @@ struct CutPlane {
 };
 
 CutPlane planeThrough(const AcGePoint3d& p1, const AcGePoint3d& p2, const AcGePoint3d& p3, const AcGePoint3d& keep) {
+  for (const AcGePoint3d* p : {&p1, &p2, &p3, &keep}) checkPoint(*p, "cutting plane's");
   const gp_Vec n = gp_Vec(toPnt(p1), toPnt(p2)).Crossed(gp_Vec(toPnt(p1), toPnt(p3)));
   const double scale = std::max(1.0, toPnt(p1).Distance(toPnt(p2)) * toPnt(p1).Distance(toPnt(p3)));
   if (n.Magnitude() < 1e-12 * scale) throw Refusal("the three points do not span a plane");
@@ -189,8 +239,17 @@ bool SolidBodies::transformBy(const AcGeMatrix3d& m) {
       for (int c = 0; c < 3; ++c) general.SetValue(r + 1, c + 1, a[r][c]);
       general.SetValue(r + 1, 4, a[r][3]);
     }
+    for (const auto& row : a)
+      for (double v : row)
+        if (!std::isfinite(v)) throw Refusal("the matrix is not finite");
     const double det = general.VectorialPart().Determinant();
     if (std::fabs(det) < 1e-15) throw Refusal("the matrix is singular");
+    const SolidExtents box = extents();
+    if (box.valid)
+      for (int corner = 0; corner < 8; ++corner)
+        checkPoint(m * AcGePoint3d(corner & 1 ? box.max.x : box.min.x, corner & 2 ? box.max.y : box.min.y,
+                                   corner & 4 ? box.max.z : box.min.z),
+                   "moved body's");
     for (const TopoDS_Shape& body : impl_->bodies) {
       if (general.Form() != gp_Other) {
         gp_Trsf t;
@@ -309,18 +368,62 @@ void addEdges(const TopoDS_Shape& shape, double deflection, SolidMesh& out) {
   }
 }
 
+std::size_t triangleCount(const TopoDS_Shape& shape) {
+  std::size_t n = 0;
+  for (TopExp_Explorer ex(shape, TopAbs_FACE); ex.More(); ex.Next()) {
+    TopLoc_Location loc;
+    const Handle(Poly_Triangulation)& tri = BRep_Tool::Triangulation(TopoDS::Face(ex.Current()), loc);
+    if (!tri.IsNull()) n += static_cast<std::size_t>(tri->NbTriangles());
+  }
+  return n;
+}
+
 }  // namespace
 
+namespace kvsolid {
+
+// The chord error is a fraction of the body's size. The angular limit is what runs away: on a
+// long, slender cone (a 60 m reducer to 1 cm) the kernel places rings of nodes at steps of
+// angle x radius along the whole length, so a try that overruns its time or the triangle bound
+// is made again with the angle three times as wide, which costs about a ninth.
+double meshShape(const TopoDS_Shape& shape, double relativeDeflection) {
+  Bnd_Box box;
+  BRepBndLib::Add(shape, box);
+  const double size = box.IsVoid() ? 1.0 : std::sqrt(box.SquareExtent());
+  IMeshTools_Parameters params;
+  params.Deflection = std::max(std::max(relativeDeflection, 1e-5) * size, 1e-6);
+  params.InParallel = Standard_False;
+  params.AllowQualityDecrease = Standard_True;
+  for (double angle : {0.3, 0.9, 2.7}) {
+    params.Angle = angle;
+    BRepTools::Clean(shape);
+    try {
+      withinBudget("the tessellation", [&](const Message_ProgressRange& r) { BRepMesh_IncrementalMesh(shape, params, r); },
+                   kMeshSeconds);
+      if (triangleCount(shape) <= kMaxTriangles) return params.Deflection;
+    } catch (const Refusal&) {
+    }
+  }
+  BRepTools::Clean(shape);
+  throw Refusal("the body cannot be tessellated within the bounds of time and triangles");
+}
+
+}  // namespace kvsolid
+
+// A body the mesher cannot tessellate within its bounds is drawn by its edges alone, which
+// are cheap to follow, so that drawing and saving always finish.
 SolidMesh SolidBodies::mesh(double relativeDeflection) const {
   SolidMesh out;
   guarded(*impl_, "mesh", [&] {
     for (const TopoDS_Shape& b : impl_->bodies) {
       Bnd_Box box;
       BRepBndLib::Add(b, box);
-      const double size = box.IsVoid() ? 1.0 : std::sqrt(box.SquareExtent());
-      const double deflection = std::max(relativeDeflection * size, 1e-6);
-      BRepMesh_IncrementalMesh(b, deflection, Standard_False, 0.3, Standard_False);
-      addTriangles(b, out);
+      double deflection = std::max(relativeDeflection * (box.IsVoid() ? 1.0 : std::sqrt(box.SquareExtent())), 1e-6);
+      try {
+        deflection = meshShape(b, relativeDeflection);
+        addTriangles(b, out);
+      } catch (const Refusal&) {
+      }
       addEdges(b, deflection, out);
     }
   });

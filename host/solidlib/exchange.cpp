@@ -76,10 +76,7 @@ int kvWriteStl(const std::vector<const SolidBodies*>& solids, const std::string&
     TopoDS_Compound all;
     builder.MakeCompound(all);
     for (const TopoDS_Shape& b : bodies) builder.Add(all, b);
-    Bnd_Box box;
-    BRepBndLib::Add(all, box);
-    const double size = box.IsVoid() ? 1.0 : std::sqrt(box.SquareExtent());
-    BRepMesh_IncrementalMesh(all, 0.001 * size, Standard_False, 0.3, Standard_False);
+    for (const TopoDS_Shape& b : bodies) meshShape(b, 0.001);
     StlAPI_Writer writer;
     if (!writer.Write(all, path.c_str())) throw Refusal("cannot write " + path);
     return static_cast<int>(bodies.size());
@@ -93,9 +90,7 @@ int kvWriteGltf(const std::vector<const SolidBodies*>& solids, const std::string
     XCAFApp_Application::GetApplication()->NewDocument("MDTV-XCAF", doc);
     const Handle(XCAFDoc_ShapeTool) shapes = XCAFDoc_DocumentTool::ShapeTool(doc->Main());
     for (const TopoDS_Shape& b : bodies) {
-      Bnd_Box box;
-      BRepBndLib::Add(b, box);
-      BRepMesh_IncrementalMesh(b, 0.002 * std::sqrt(box.SquareExtent()), Standard_False, 0.3, Standard_False);
+      meshShape(b, 0.002);
       shapes->AddShape(b, Standard_False);
     }
     const bool binary = path.size() >= 4 && path.compare(path.size() - 4, 4, ".glb") == 0;

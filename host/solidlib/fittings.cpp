@@ -17,6 +17,8 @@ using namespace kvsolid;
 namespace {
 
 constexpr double kPi = 3.14159265358979323846;
+// A bend's centre-line radius is at most this many sections: beyond, it is a run, not an elbow.
+constexpr double kMaxRatio = 100.0;
 
 // Where two runs turn into each other: the corner of their centre lines, the turn, and the
 // sizes of both sections in the plane of the bend and across it.
@@ -31,6 +33,8 @@ struct Bend {
 
 Bend layBend(const AcGePoint3d& start, const AcGeVector3d* inFrame, bool inRect, double inW, double inD,
              const AcGePoint3d& end, const AcGeVector3d* outFrame, bool outRect, double outW, double outD) {
+  checkPoint(start, "start");
+  checkPoint(end, "end");
   checkSection(inRect, inW, inD, "incoming");
   checkSection(outRect, outW, outD, "outgoing");
   Bend b;
@@ -141,7 +145,7 @@ bool SolidBodies::addSquareElbowPrep(AcGePoint3d& start, double inWidth, double 
                                      double collar) {
   return guarded(impl(), "addSquareElbowPrep", [&] {
     if (!inSection || !outSection || !layout) throw Refusal("the layout arrays are missing");
-    if (withCollar && !(collar >= 0.0)) throw Refusal("the collar must not be negative");
+    if (withCollar) checkLength(collar, "collar");
     const Bend b = layBend(start, inFrame, rect, inWidth, inDepth, end, outFrame, rect, outWidth, outDepth);
     if (b.angle > kPi * 0.75 + 1e-9) throw Refusal("a mitred elbow turns 135 degrees at most");
     requireMatchingSections(b, "a mitred elbow");
@@ -201,8 +205,9 @@ bool SolidBodies::addRadiusElbow(AcGePoint3d& start, double inWidth, double inDe
                                  const AcGeVector3d* inFrame, const AcGeVector3d* outFrame, bool rect, double ratio) {
   gp_Pnt s, e;
   const bool ok = commitBodies(impl(), "addRadiusElbow", [&](std::vector<TopoDS_Shape>& made) {
-    if (!(ratio > 0.5) || !std::isfinite(ratio)) throw Refusal("the radius ratio must exceed 0.5");
-    if (!(lining >= 0.0) || !(exteriorLining >= 0.0)) throw Refusal("the lining must not be negative");
+    if (!(ratio > 0.5 && ratio <= kMaxRatio)) throw Refusal("the radius ratio must exceed 0.5 and be at most 100");
+    checkLength(lining, "lining");
+    checkLength(exteriorLining, "exterior lining");
     const Bend b = layBend(start, inFrame, rect, inWidth, inDepth, end, outFrame, rect, outWidth, outDepth);
     if (b.angle > kPi * 179.0 / 180.0) throw Refusal("a bend turns less than 179 degrees");
     requireMatchingSections(b, "a radius elbow");
@@ -239,7 +244,7 @@ bool SolidBodies::addCableTraySquareRadiusElbow(AcGePoint3d& start, double width
                                                 double ratio) {
   gp_Pnt s, e;
   const bool ok = commitBodies(impl(), "addCableTraySquareRadiusElbow", [&](std::vector<TopoDS_Shape>& made) {
-    if (!(ratio > 0.5) || !std::isfinite(ratio)) throw Refusal("the radius ratio must exceed 0.5");
+    if (!(ratio > 0.5 && ratio <= kMaxRatio)) throw Refusal("the radius ratio must exceed 0.5 and be at most 100");
     const Bend b = layBend(start, inFrame, true, width, depth, end, outFrame, true, width, depth);
     if (b.angle > kPi * 179.0 / 180.0) throw Refusal("a bend turns less than 179 degrees");
     const double radius = ratio * b.inPlaneIn, tangent = radius * std::tan(b.angle / 2.0);
@@ -272,6 +277,8 @@ double halfAcross(const Axes& leg, bool rect, double w, double d, const gp_Dir& 
 WyeLayout layWye(const AcGePoint3d& start, double w, double d, const AcGePoint3d& endB, double wB, double dB,
                  const AcGePoint3d& endC, double wC, double dC, const AcGeVector3d* frame,
                  const AcGeVector3d* frameB, const AcGeVector3d* frameC, bool rect, double collar) {
+  for (const AcGePoint3d* p : {&start, &endB, &endC}) checkPoint(*p, "wye's");
+  checkLength(collar, "collar");
   checkSection(rect, w, d, "inlet");
   checkSection(rect, wB, dB, "first leg");
   checkSection(rect, wC, dC, "second leg");
@@ -344,7 +351,7 @@ bool SolidBodies::addWyePrep(AcGePoint3d& start, double width, double depth, AcG
   return guarded(impl(), "addWyePrep", [&] {
     if (!sections || !sectionsB || !sectionsC || !layout || !layoutB || !layoutC)
       throw Refusal("the layout arrays are missing");
-    if (withCollar && !(collar >= 0.0)) throw Refusal("the collar must not be negative");
+    if (withCollar) checkLength(collar, "collar");
     const WyeLayout y = layWye(start, width, depth, endB, widthB, depthB, endC, widthC, depthC, frame, frameB,
                                frameC, rect, withCollar ? collar : 0.0);
     fillSections(y.start, y.in, y.junction, y.in, rect, width, depth, sections);
@@ -492,9 +499,10 @@ bool SolidBodies::addDiffuser(const AcGePoint3d& position, AcGePoint3d& connecti
   const bool ok = commitBodies(impl(), "addDiffuser", [&](std::vector<TopoDS_Shape>& made) {
     if (static_cast<int>(type) < 0 || static_cast<int>(type) > 3) throw Refusal("unknown diffuser type");
     if (type == DiffuserType::Round) length = width;
+    checkPoint(position, "diffuser's");
     checkSection(true, width, length, "face");
     checkSection(neckRect, neck1, neck2, "neck");
-    if (!(transitionLength >= 0.0)) throw Refusal("the transition length must not be negative");
+    checkLength(transitionLength, "transition length");
     const Axes g = makeAxes(diffuserFrame, "diffuser");
     const Axes f = sideConnection || ductWidth > 0.0 ? makeAxes(ductFrame, "duct") : g;
     const gp_Dir up = upright ? g.depth : g.depth.Reversed();
@@ -528,6 +536,7 @@ bool SolidBodies::addDiffuser(const AcGePoint3d& position, AcGePoint3d& connecti
 bool SolidBodies::addSidewallDiffuser(const AcGePoint3d& position, double width, double length,
                                       const AcGeVector3d* ductFrame) {
   return commitBodies(impl(), "addSidewallDiffuser", [&](std::vector<TopoDS_Shape>& made) {
+    checkPoint(position, "grille's");
     checkSection(true, width, length, "grille");
     const Axes f = makeAxes(ductFrame, "duct");
     const double t = 0.05 * std::min(width, length);

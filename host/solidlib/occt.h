@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include <Message_ProgressRange.hxx>
 #include <TopoDS_Face.hxx>
 #include <TopoDS_Shape.hxx>
 #include <TopoDS_Wire.hxx>
@@ -38,6 +39,37 @@ bool guarded(SolidBodies::Impl& impl, const char* operation, const std::function
 
 // Silences the kernel's console messages once per process.
 void quietKernel();
+
+// What a duct system can hold, in drawing units (inches or millimetres). The kernel's tolerances
+// are absolute (1e-7), and coordinates or sizes far outside these make it loop, grow without end
+// or crash, so such input is refused before the kernel sees any of it.
+constexpr double kMaxCoordinate = 1e7;  // 10 km in millimetres
+constexpr double kMinSize = 1e-3;       // the smallest side of a section
+constexpr double kMaxSize = 1e5;        // the largest: 100 m in millimetres
+constexpr double kMaxLength = 1e6;      // one run, tube, collar or transition
+// The kernel's time for one lofting, sweeping or boolean call, polled by the kernel itself; a
+// call that has not finished by then is stopped and its operation refused. A tessellation gets
+// less a try, as a coarser one follows.
+constexpr double kKernelSeconds = 10.0;
+constexpr double kMeshSeconds = 1.5;
+
+// The most triangles one body's tessellation may have.
+constexpr std::size_t kMaxTriangles = 400000;
+
+// Tessellates the shape in place with a chord error of `relativeDeflection` times its size,
+// bounded in time and in triangles: past either bound it is made again coarser, and refused
+// when the coarsest try fails too (the shape is then left without a tessellation). Answers the
+// deflection used.
+double meshShape(const TopoDS_Shape& shape, double relativeDeflection);
+
+// Refuses a point with a coordinate that is not finite or lies beyond kMaxCoordinate.
+void checkPoint(const AcGePoint3d& p, const char* what);
+// Refuses a length that is not finite, negative or above kMaxLength.
+void checkLength(double length, const char* what);
+// Runs `work` with a progress range whose indicator asks the kernel to stop after `seconds`;
+// refuses (naming `what`) when the kernel was stopped.
+void withinBudget(const char* what, const std::function<void(const Message_ProgressRange&)>& work,
+                  double seconds = kKernelSeconds);
 
 inline gp_Pnt toPnt(const AcGePoint3d& p) { return {p.x, p.y, p.z}; }
 inline gp_Vec toVec(const AcGeVector3d& v) { return {v.x, v.y, v.z}; }

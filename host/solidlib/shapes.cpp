@@ -1,5 +1,6 @@
 // Shape helpers shared by the building operations: frames, sections, lofts, cuts, fusion, and
 // the exception guard that turns kernel failures into a refused operation.
+#include <chrono>
 #include <cmath>
 #include <mutex>
 
@@ -21,6 +22,7 @@
 #include <GProp_GProps.hxx>
 #include <Message.hxx>
 #include <Message_Messenger.hxx>
+#include <Message_ProgressIndicator.hxx>
 #include <Message_PrinterOStream.hxx>
 #include <Precision.hxx>
 #include <ShapeUpgrade_UnifySameDomain.hxx>
@@ -71,7 +73,48 @@ bool commitBodies(SolidBodies::Impl& impl, const char* operation,
   return true;
 }
 
+namespace {
+
+// Answers the kernel's polls: a break once the time is spent.
+class Budget : public Message_ProgressIndicator {
+ public:
+  explicit Budget(double seconds)
+      : deadline_(std::chrono::steady_clock::now() +
+                  std::chrono::duration_cast<std::chrono::steady_clock::duration>(std::chrono::duration<double>(seconds))) {}
+  Standard_Boolean UserBreak() override {
+    spent_ = spent_ || std::chrono::steady_clock::now() > deadline_;
+    return spent_;
+  }
+  void Show(const Message_ProgressScope&, const Standard_Boolean) override {}
+  bool spent() const { return spent_; }
+
+ private:
+  std::chrono::steady_clock::time_point deadline_;
+  bool spent_ = false;
+};
+
+bool finite(const gp_Vec& v) { return std::isfinite(v.X()) && std::isfinite(v.Y()) && std::isfinite(v.Z()); }
+
+}  // namespace
+
+void withinBudget(const char* what, const std::function<void(const Message_ProgressRange&)>& work, double seconds) {
+  Handle(Budget) budget = new Budget(seconds);
+  work(budget->Start());
+  if (budget->spent()) throw Refusal(std::string(what) + " took the kernel longer than its limit and was stopped");
+}
+
+void checkPoint(const AcGePoint3d& p, const char* what) {
+  for (double c : {p.x, p.y, p.z})
+    if (!(std::fabs(c) <= kMaxCoordinate))
+      throw Refusal(std::string("the ") + what + " point lies beyond the drawing's range (or is not a number)");
+}
+
+void checkLength(double length, const char* what) {
+  if (!(length >= 0.0 && length <= kMaxLength)) throw Refusal(std::string("the ") + what + " is not a length from 0 to 1e6");
+}
+
 gp_Dir unit(const gp_Vec& v, const char* what) {
+  if (!finite(v)) throw Refusal(std::string(what) + " is not a finite vector");
   if (v.Magnitude() < 1e-12) throw Refusal(std::string(what) + " is a zero vector");
   return gp_Dir(v);
 }
@@ -80,6 +123,7 @@ Axes makeAxes(const AcGeVector3d* frame, const char* which) {
   if (frame == nullptr) throw Refusal(std::string("no ") + which + " frame");
   const gp_Dir run = unit(toVec(frame[0]), which);
   const gp_Vec w = toVec(frame[1]);
+  if (!finite(w)) throw Refusal(std::string("the ") + which + " frame's width axis is not a finite vector");
   const gp_Vec across = w - gp_Vec(run) * w.Dot(gp_Vec(run));
   if (across.Magnitude() < 1e-9 * std::max(1.0, w.Magnitude()))
     throw Refusal(std::string("the ") + which + " frame has its width axis along its run");
@@ -88,9 +132,10 @@ Axes makeAxes(const AcGeVector3d* frame, const char* which) {
 }
 
 void checkSection(bool rect, double width, double depth, const char* which) {
-  if (!(width > 0.0) || !std::isfinite(width)) throw Refusal(std::string("the ") + which + " width must be positive");
-  if (rect && (!(depth > 0.0) || !std::isfinite(depth)))
-    throw Refusal(std::string("the ") + which + " depth must be positive");
+  if (!(width >= kMinSize && width <= kMaxSize))
+    throw Refusal(std::string("the ") + which + " width must be from 0.001 to 1e5");
+  if (rect && !(depth >= kMinSize && depth <= kMaxSize))
+    throw Refusal(std::string("the ") + which + " depth must be from 0.001 to 1e5");
 }
 
 TopoDS_Wire sectionWire(const gp_Pnt& c, const Axes& a, bool rect, double width, double depth) {
@@ -125,7 +170,7 @@ TopoDS_Shape ruledLoft(const TopoDS_Wire& from, const TopoDS_Wire& to) {
   loft.CheckCompatibility(Standard_False);
   loft.AddWire(from);
   loft.AddWire(to);
-  loft.Build();
+  withinBudget("the loft", [&](const Message_ProgressRange& r) { loft.Build(r); });
   if (!loft.IsDone()) throw Refusal("the sections cannot be lofted");
   return loft.Shape();
 }
@@ -176,7 +221,7 @@ TopoDS_Shape cutByPlane(const TopoDS_Shape& shape, const gp_Pnt& onPlane, const 
   cut.SetTools(tools);
   cut.SetCheckInverted(Standard_False);
   cut.SetUseOBB(Standard_True);
-  cut.Build();
+  withinBudget("the cut", [&](const Message_ProgressRange& r) { cut.Build(r); });
   if (!cut.IsDone()) throw Refusal("the cut failed");
   const std::vector<TopoDS_Shape> left = solidsOf(cut.Shape());
   if (left.empty()) return TopoDS_Shape();
@@ -193,7 +238,7 @@ TopoDS_Shape fuseAll(const std::vector<TopoDS_Shape>& shapes) {
   fuse.SetArguments(args);
   fuse.SetTools(tools);
   fuse.SetFuzzyValue(1e-7);
-  fuse.Build();
+  withinBudget("the union", [&](const Message_ProgressRange& r) { fuse.Build(r); });
   if (!fuse.IsDone()) throw Refusal("the pieces cannot be fused");
   ShapeUpgrade_UnifySameDomain unify(fuse.Shape(), Standard_True, Standard_True, Standard_False);
   unify.Build();

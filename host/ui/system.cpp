@@ -7,10 +7,10 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iostream>
 #include <map>
 #include <unordered_set>
 
+#include "ads.h"
 #include "impl.h"
 
 using namespace kvui::detail;
@@ -60,8 +60,11 @@ std::optional<kvinput::Event> takeAnswer(kvinput::EventKind kind) {
 
 }  // namespace
 
+// The box is shown on the command line, through the console like everything else the host
+// writes, so that it keeps its place among acutPrintf's lines and console capture sees it.
 int MessageBox(HWND, LPCTSTR text, LPCTSTR title, UINT type) {
-  std::cout << "[" << kvui::toUtf8(title ? title : L"Error") << "] " << kvui::toUtf8(text ? text : L"") << std::endl;
+  std::string line = "[" + kvui::toUtf8(title ? title : L"Error") + "] " + kvui::toUtf8(text ? text : L"") + "\n";
+  kvads::consoleWrite(kvads::consoleAtLineStart() ? line : "\n" + line);
   auto e = takeAnswer(kvinput::EventKind::MessageBox);
   if (!e) return defaultAnswer(type);
   int a = answerOf(e->text);

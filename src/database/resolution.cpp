@@ -79,7 +79,9 @@ AcDbLayerTableRecord* NewLayerFromRow(AcDbDatabase* drawing, const tblLayer& row
   }
   std::wstring weight;
   if (row.GetsLineweight(weight) && !weight.empty()) {
-    record->setLineWeight(static_cast<AcDb::LineWeight>(std::wcstol(weight.c_str(), nullptr, 10)));
+    // A row whose text names no line weight leaves the layer's default.
+    long value = std::wcstol(weight.c_str(), nullptr, 10);
+    if (acdbIsLineWeight(value)) record->setLineWeight(static_cast<AcDb::LineWeight>(value));
   }
   return record;
 }

@@ -169,6 +169,27 @@ TEST(DbIndex, CrossingQueriesSeeOnlyWhatTheBoxTouches) {
   hits.clear();
   db.queryModelSpace(101, 1, 104, 2, hits);
   EXPECT_TRUE(hits.empty()) << "erased entities leave the index";
+
+  // Entities out at the ends of the number range keep their place in the index (their cell
+  // numbers once overflowed the integers they are kept in).
+  ASSERT_EQ(acdbOpenObject(ms, db.modelSpaceId(), AcDb::kForWrite), Acad::eOk);
+  auto* endless = new AcDbLine(AcGePoint3d(-1e308, 3, 0), AcGePoint3d(1e308, 3, 0));
+  AcDbObjectId endlessId;
+  ms->appendAcDbEntity(endlessId, endless);
+  endless->close();
+  auto* far = new AcDbLine(AcGePoint3d(1e300, 1e300, 0), AcGePoint3d(2e300, 2e300, 0));
+  AcDbObjectId farId;
+  ms->appendAcDbEntity(farId, far);
+  far->close();
+  ms->close();
+  hits.clear();
+  db.queryModelSpace(-500, 2, -499, 4, hits);
+  ASSERT_EQ(hits.size(), 1u);
+  EXPECT_EQ(hits[0], endlessId);
+  hits.clear();
+  db.queryModelSpace(1.5e300, 1.5e300, 1.6e300, 1.6e300, hits);
+  ASSERT_EQ(hits.size(), 1u);
+  EXPECT_EQ(hits[0], farId);
 }
 
 TEST(DbBlockReference, TransformExtentsAndExplode) {

@@ -342,6 +342,68 @@ TEST(DbDxf, ImportReadsBackWhatExportWrote) {
   EXPECT_EQ(imported.dxfIn(acrxFromUtf8(tempFile("garbage.dxf").string()).c_str()), Acad::eInvalidDxfCode);
 }
 
+// A line weight is an enumeration: a number outside it, from a DXF file or a filer, reaches no
+// entity or layer (the entity falls back to its layer's weight, the layer to the default); a
+// layer colour beyond any number leaves the default colour. A record of no bytes reads as nothing.
+TEST(DbDxf, LineWeightsOutsideTheirValuesAreRefusedAtTheDoor) {
+  auto good = tempFile("weights.dxf"), bad = tempFile("weights-bad.dxf");
+  {
+    AcDbDatabase db;
+    AcDbLayerTable* layers = nullptr;
+    ASSERT_EQ(db.getLayerTable(layers, AcDb::kForWrite), Acad::eOk);
+    auto* heavy = new AcDbLayerTableRecord;
+    heavy->setName(L"HEAVY");
+    ASSERT_EQ(heavy->setLineWeight(AcDb::kLnWt050), Acad::eOk);
+    layers->add(heavy);
+    heavy->close();
+    layers->close();
+    AcDbBlockTableRecord* ms = nullptr;
+    ASSERT_EQ(acdbOpenObject(ms, db.modelSpaceId(), AcDb::kForWrite), Acad::eOk);
+    auto* line = new AcDbLine(AcGePoint3d(0, 0, 0), AcGePoint3d(1, 1, 0));
+    ASSERT_EQ(line->setLineWeight(AcDb::kLnWt050), Acad::eOk);
+    ms->appendAcDbEntity(line);
+    line->close();
+    ms->close();
+    ASSERT_EQ(db.dxfOut(acrxFromUtf8(good.string()).c_str()), Acad::eOk);
+  }
+  std::istringstream in(slurp(good));
+  std::string out, code, value;
+  int replaced = 0;
+  while (std::getline(in, code) && std::getline(in, value)) {
+    const std::string trimmed = code.find_first_not_of(' ') == std::string::npos ? "" : code.substr(code.find_first_not_of(' '));
+    bool weight = trimmed == "370";
+    replaced += weight;
+    out += code + "\n" + (weight ? std::string("9999") : trimmed == "62" ? std::string("-9223372036854775808") : value) + "\n";
+  }
+  ASSERT_GE(replaced, 2) << "the layers' and the line's weights";
+  std::ofstream(bad, std::ios::binary) << out;
+  AcDbDatabase imported;
+  ASSERT_EQ(imported.dxfIn(acrxFromUtf8(bad.string()).c_str()), Acad::eOk);
+  AcDbLayerTable* layers = nullptr;
+  ASSERT_EQ(imported.getLayerTable(layers, AcDb::kForRead), Acad::eOk);
+  AcDbLayerTableRecord* heavy = nullptr;
+  ASSERT_EQ(layers->getAt(L"HEAVY", heavy, AcDb::kForRead), Acad::eOk);
+  layers->close();
+  EXPECT_EQ(heavy->lineWeight(), AcDb::kLnWtByLwDefault);
+  EXPECT_EQ(heavy->color().colorIndex(), 7);
+  heavy->close();
+  AcDbBlockTableRecord* ms = nullptr;
+  ASSERT_EQ(acdbOpenObject(ms, imported.modelSpaceId(), AcDb::kForRead), Acad::eOk);
+  AcDbEntity* line = nullptr;
+  ASSERT_EQ(acdbOpenObject(line, ms->entityIds().front(), AcDb::kForWrite), Acad::eOk);
+  ms->close();
+  EXPECT_EQ(line->lineWeight(), AcDb::kLnWtByLayer);
+  EXPECT_EQ(line->setLineWeight(static_cast<AcDb::LineWeight>(AcDb::kLnWt050 + 1)), Acad::eInvalidInput);
+  EXPECT_EQ(line->lineWeight(), AcDb::kLnWtByLayer);
+  line->close();
+  EXPECT_TRUE(acdbIsLineWeight(211) && acdbIsLineWeight(-3) && !acdbIsLineWeight(-4) && !acdbIsLineWeight(9999));
+
+  AcDbDwgMemoryFiler empty(&imported);
+  EXPECT_EQ(empty.readBytes(nullptr, 0), Acad::eOk);
+  char one = 0;
+  EXPECT_EQ(empty.readBytes(&one, 1), Acad::eEndOfFile);
+}
+
 }  // namespace
 
 namespace {

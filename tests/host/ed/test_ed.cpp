@@ -120,6 +120,34 @@ TEST_F(EdTest, AllSelectionWithDxfNameAndLayerFilters) {
   EXPECT_EQ(acedSSCount(), 0) << "no set leaks";
 }
 
+// A selection set and an entity name outlive their drawing; afterwards they give the platform's
+// error, even when a new drawing takes the old one's place, and an erased entity has no list.
+TEST_F(EdTest, HandlesOfClosedDrawingsAndErasedEntitiesGiveErrors) {
+  AcDbObjectId kept = line(0, 0, 1, 1), erased = line(2, 2, 3, 3);
+  ads_name ss, name, erasedName, out;
+  ASSERT_EQ(acedSSGet(L"X", nullptr, nullptr, nullptr, ss), RTNORM);
+  ASSERT_EQ(acdbGetAdsName(name, kept), Acad::eOk);
+  ASSERT_EQ(acdbGetAdsName(erasedName, erased), Acad::eOk);
+  ASSERT_EQ(acdbEntDel(erasedName), RTNORM);
+  EXPECT_EQ(acdbEntGet(erasedName), nullptr) << "an erased entity";
+  ASSERT_EQ(acdbEntDel(erasedName), RTNORM) << "entdel brings it back";
+  resbuf* back = acdbEntGet(erasedName);
+  EXPECT_NE(back, nullptr);
+  acutRelRb(back);
+  ASSERT_EQ(acDocManagerPtr()->closeDocument(doc_), Acad::eOk);
+  doc_ = acDocManagerPtr()->newDocument();
+  line(0, 0, 1, 1);  // likely the same handle as `kept`, in a drawing that may sit at the same address
+  Adesk::Int32 n = -1;
+  EXPECT_EQ(acedSSLength(ss, &n), RTNORM) << "the set itself still exists";
+  EXPECT_EQ(n, 2);
+  EXPECT_EQ(acedSSName(ss, 0, out), RTERROR);
+  AcDbObjectId id;
+  EXPECT_EQ(acdbGetObjectId(id, name), Acad::eInvalidAdsName);
+  EXPECT_EQ(acdbEntGet(name), nullptr);
+  EXPECT_EQ(acdbEntDel(name), RTERROR);
+  EXPECT_EQ(acedSSFree(ss), RTNORM);
+}
+
 TEST_F(EdTest, VariablesThroughCells) {
   resbuf rb;
   ASSERT_EQ(acedGetVar(L"DIMSCALE", &rb), RTNORM);

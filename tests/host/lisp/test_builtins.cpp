@@ -82,6 +82,26 @@ TEST_F(LispTest, Strings) {
   EXPECT_EQ(ev("(strcat \"a\" 1)"), "ERROR: bad argument type: stringp 1");
 }
 
+// substr and ascii step over characters without converting the whole text: every piece of a
+// text mixing ASCII, two-, three- and four-byte characters, a stray continuation byte and a cut
+// character at the end is what the whole text's conversion gives.
+TEST_F(LispTest, SubstrCountsCharactersAsTheWholeTextDoes) {
+  const std::string text = "a\xC3\x98\xE2\x82\xAC\xF0\x9F\x98\x80z\x80q\xE2\x82";
+  env.set("s", kvlisp::Value::string(text));
+  const std::wstring chars = kvads::toWide(text);
+  ASSERT_EQ(chars.size(), 9u) << "the cut character at the end counts as two stray bytes";
+  for (std::size_t start = 1; start <= chars.size() + 1; ++start) {
+    for (std::size_t n = 0; n <= chars.size(); ++n) {
+      const std::string want = start > chars.size() ? "" : kvads::toUtf8(chars.substr(start - 1, n));
+      EXPECT_EQ(env.evalString("(substr s " + std::to_string(start) + " " + std::to_string(n) + ")").asString(), want)
+          << start << " " << n;
+    }
+    const std::string rest = start > chars.size() ? "" : kvads::toUtf8(chars.substr(start - 1));
+    EXPECT_EQ(env.evalString("(substr s " + std::to_string(start) + ")").asString(), rest) << start;
+  }
+  EXPECT_EQ(ev("(list (ascii (substr s 4)) (ascii (substr s 6)) (strlen s))"), "(128512 65533 9)");
+}
+
 TEST_F(LispTest, PredicatesAndIdentity) {
   EXPECT_EQ(ev("(list (null nil) (not 1) (atom 'a) (atom '(1)) (listp nil) (listp 1) (boundp 'zz) (boundp 'pi))"),
             "(T nil T nil T nil nil T)");

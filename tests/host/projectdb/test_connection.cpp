@@ -125,7 +125,7 @@ TEST_F(Connection, SeeksOnTwoAndThreeColumnsWithNullMatchingNull) {
   std::vector<LONG> systems;
   for (SafeArrayPtr row = First(); row; row = Next())
     systems.push_back(Get(row.get(), L"ixLayerSystem")->vt == VT_NULL ? 0 : GetLong(row.get(), L"ixLayerSystem"));
-  EXPECT_EQ(systems.size(), 9u);
+  EXPECT_EQ(systems.size(), 14u) << "eight keys for all systems, five for system 1, the row added";
   EXPECT_TRUE(std::is_sorted(systems.begin(), systems.end()));
 
   ASSERT_TRUE(SetTable(L"tblLoadRoomCooling"));
@@ -188,8 +188,9 @@ TEST_F(Connection, SqlInTheAccessDialectRunsAsWritten) {
   EXPECT_EQ(std::wstring(texts[2].bstrVal), L"TRUE story");
   EXPECT_EQ(Query(L"select TRUE + false")[0].lVal, -1);
   EXPECT_EQ(Query(L"select count(*) as trueCount from tblDuct where AIRFLOW = 'ra'")[0].lVal, 1);
-  // Text compares without regard to case, as drawing names do.
-  EXPECT_EQ(Query(L"select ixDuct from tblDuct where DRAWING = \"OTHER.DWG\"").size(), 1u);
+  // Text compares exactly, case included, in SQL as in seeks.
+  EXPECT_EQ(Query(L"select ixDuct from tblDuct where DRAWING = \"OTHER.DWG\"").size(), 0u);
+  EXPECT_EQ(Query(L"select ixDuct from tblDuct where DRAWING = \"other.dwg\"").size(), 1u);
   // Failures are reported through the error slots, never as a failing call.
   EXPECT_FALSE(Execute(L"update tblNothing set x = 1"));
   EXPECT_EQ(LastError().first, 3078);
@@ -226,6 +227,26 @@ TEST_F(Connection, MalformedCallsFailAndDatabaseErrorsAreRecorded) {
   EXPECT_EQ(LastError().first, 3420);
   db_->IsOpen(&ok);
   EXPECT_EQ(ok, VARIANT_FALSE);
+}
+
+// Keys differing only in case are two keys: a seek finds only its own, and the unique index of
+// the settings takes both.
+TEST_F(Connection, TextKeysAreExactCaseIncluded) {
+  ASSERT_TRUE(SetTable(L"tblGlobal", L"sKey"));
+  EXPECT_TRUE(Seek(_variant_t(L"ELBOW RADIUS")));
+  EXPECT_FALSE(Seek(_variant_t(L"Elbow Radius")));
+  EXPECT_TRUE(Add({{L"sKey", _variant_t(L"Elbow Radius")}, {L"sText", _variant_t(L"mine")}}));
+  SafeArrayPtr mine = Seek(_variant_t(L"Elbow Radius"));
+  ASSERT_TRUE(mine);
+  EXPECT_EQ(GetText(mine.get(), L"sText"), L"mine");
+  SafeArrayPtr theirs = Seek(_variant_t(L"ELBOW RADIUS"));
+  ASSERT_TRUE(theirs);
+  EXPECT_DOUBLE_EQ(Get(theirs.get(), L"dNumber")->dblVal, 1.5);
+  ASSERT_TRUE(SetTable(L"tblLayerKey", L"isxLayerSystemKey"));
+  SAFEARRAY* out = nullptr;
+  VARIANT_BOOL found = VARIANT_TRUE;
+  ASSERT_EQ(db_->Seek2(_variant_t::Null(), _variant_t(L"room outlines"), &out, &found), S_OK);
+  EXPECT_EQ(found, VARIANT_FALSE);
 }
 
 TEST_F(Connection, EofAndBofOnEmptyAndFreshTables) {

@@ -40,18 +40,29 @@ TEST_F(ProjectFile, NewProjectHoldsSchemaIndicesAndStartingRows) {
                               {L"tblDiffSGroup", L"ixDiffSGroup"}, {L"tblDiffL", L"ixDiffL"}})
     EXPECT_TRUE(SetTable(table, index)) << WideToUtf8(table) << "." << WideToUtf8(index);
 
-  // Every layer key has its row for all systems, and its layer exists.
-  std::set<std::wstring> keys;
+  // Every layer key has its row for all systems, the keys resolved within a layer system have
+  // one for the project's own system 1 too, and every key's layer exists.
+  std::set<std::wstring> keys, systemOne;
   ASSERT_TRUE(SetTable(L"tblLayerKey"));
   for (SafeArrayPtr row = First(); row; row = Next()) {
-    keys.insert(GetText(row.get(), L"sKey"));
-    EXPECT_EQ(Get(row.get(), L"ixLayerSystem")->vt, VT_NULL);
+    bool forAll = Get(row.get(), L"ixLayerSystem")->vt == VT_NULL;
+    if (!forAll) {
+      EXPECT_EQ(GetLong(row.get(), L"ixLayerSystem"), 1);
+    }
+    (forAll ? keys : systemOne).insert(GetText(row.get(), L"sKey"));
     EXPECT_FALSE(Query((L"select sName from tblLayer where ixLayer = " +
                         std::to_wstring(GetLong(row.get(), L"ixLayer"))).c_str()).empty());
   }
   EXPECT_EQ(keys, (std::set<std::wstring>{L"DEFAULT", L"ROOM OUTLINES", L"ROOM LABELS", L"ROOM LEADER",
                                           L"DUCTWORK CENTERLINE: SUPPLY", L"DUCTWORK CENTERLINE: RETURN",
                                           L"DUCTWORK CENTERLINE: EXHAUST", L"DUCTWORK CENTERLINE: OUTSIDE AIR"}));
+  EXPECT_EQ(systemOne, (std::set<std::wstring>{L"DEFAULT", L"DUCTWORK CENTERLINE: SUPPLY", L"DUCTWORK CENTERLINE: RETURN",
+                                               L"DUCTWORK CENTERLINE: EXHAUST", L"DUCTWORK CENTERLINE: OUTSIDE AIR"}));
+  ASSERT_TRUE(SetTable(L"tblLayerSystem"));
+  SafeArrayPtr standard = First();
+  ASSERT_TRUE(standard);
+  EXPECT_EQ(GetText(standard.get(), L"sDescription"), L"Standard");
+  EXPECT_FALSE(Next()) << "one layer system, and its keys above";
   EXPECT_EQ(Query(L"select sKey from tblTextStyle order by sKey").size(), 2u);
   EXPECT_EQ(Query(L"select iMonth from tblMonth").size(), 12u);
   // Options: numbers numeric, texts not; a key per month and per air system.

@@ -1,6 +1,7 @@
 // SolidBodies: straight pieces, transitions, flex, slicing, union, explode, text and exchange.
 #include <cstdio>
 #include <filesystem>
+#include <limits>
 #include <random>
 
 #include "solid_test_util.h"
@@ -59,7 +60,7 @@ TEST(SolidTransition, RefusalsLeaveNoBody) {
   const AcGeVector3d bad[3] = {{0, 0, 0}, {0, 1, 0}, {0, 0, 1}};
   const AcGeVector3d parallel[3] = {{1, 0, 0}, {2, 0, 0}, {0, 0, 1}};
   EXPECT_FALSE(s.addTransition({0, 0, 0}, true, 0, 8, {10, 0, 0}, true, 12, 8, f, f));
-  EXPECT_NE(s.lastError().find("width must be positive"), std::string::npos) << s.lastError();
+  EXPECT_NE(s.lastError().find("width must be from"), std::string::npos) << s.lastError();
   EXPECT_FALSE(s.addTransition({0, 0, 0}, true, 12, 8, {0, 5, 0}, true, 12, 8, f, f));  // no run at all
   EXPECT_FALSE(s.addTransition({0, 0, 0}, true, 12, 8, {10, 0, 0}, true, 12, 8, nullptr, f));
   EXPECT_FALSE(s.addTransition({0, 0, 0}, true, 12, 8, {10, 0, 0}, true, 12, 8, bad, f));
@@ -221,6 +222,60 @@ TEST(SolidText, RoundTripAndDamage) {
   SolidBodies empty;
   ASSERT_TRUE(empty.fromText(SolidBodies().toText()));
   EXPECT_TRUE(empty.isEmpty());
+}
+
+// Input the kernel cannot take (numbers out of any drawing's range, sizes no duct has, zero
+// or infinite directions, a tube that doubles back on itself) is refused with the bodies left
+// as they were; each of these once crashed the kernel or ran it out of time and memory.
+TEST(SolidRefusals, DegenerateInputNeverReachesTheKernel) {
+  const double inf = std::numeric_limits<double>::infinity(), nan = std::numeric_limits<double>::quiet_NaN();
+  const Frame f = alongX();
+  SolidBodies s = straight(0, 10);
+  EXPECT_FALSE(s.addTransition({-1.654795e97, 98.72, -130.04}, true, 100, 100, {-7.31, 0, 389.17}, true, 100, 100, f, f));
+  EXPECT_NE(s.lastError().find("start point"), std::string::npos) << s.lastError();
+  EXPECT_FALSE(s.addTransition({56.91, -41.98, inf}, true, 10, 10, {450.49, -347.66, 33}, true, 10, 10, f, f));
+  EXPECT_FALSE(s.addTransition({0, 0, 0}, true, 10, 314030413, {100, 0, 0}, true, 10, 10, f, f));
+  EXPECT_FALSE(s.addTransition({0, 0, 0}, true, nan, 10, {100, 0, 0}, true, 10, 10, f, f));
+  EXPECT_FALSE(s.addTransition({0, 0, 0}, true, 10, 10, {5e6, 0, 0}, true, 10, 10, f, f)) << "a run longer than any";
+  const Frame infinite({inf, 0, 0}, {0, 1, 0}, {0, 0, 1});
+  EXPECT_FALSE(s.addTransition({0, 0, 0}, true, 10, 10, {100, 0, 0}, true, 10, 10, infinite, f));
+  AcGePoint3dArray twoPoints;
+  twoPoints.append({0, 0, 0});
+  twoPoints.append({1000, 0, 0});
+  EXPECT_FALSE(s.addFlex(twoPoints, 12, {-1, 0, 0}, {1, 0, 0})) << "turned back along its own path";
+  EXPECT_NE(s.lastError().find("runs into itself"), std::string::npos) << s.lastError();
+  EXPECT_FALSE(s.addFlex(twoPoints, 12, {0, 0, 0}, {1, 0, 0}));
+  EXPECT_FALSE(s.addFlex(twoPoints, 12, {nan, 1, 0}, {1, 0, 0}));
+  EXPECT_FALSE(s.addFlex(twoPoints, 1e9, {1, 0, 0}, {1, 0, 0}));
+  EXPECT_FALSE(s.sliceLast({0, 0, 0}, {0, 1, 0}, {0, 0, inf}, {1, 0, 0}));
+  AcGeMatrix3d far = AcGeMatrix3d::translation({1e12, 0, 0});
+  EXPECT_FALSE(s.transformBy(far));
+  EXPECT_EQ(s.bodyCount(), 1);
+  expectRelNear(s.volume(), 960, 1e-9);
+  // Far-apart points with nearly opposed end directions once crashed the sweep: it builds now.
+  AcGePoint3dArray wide;
+  wide.append({76075.628, 0.0, 1e-9});
+  wide.append({-1e-9, -0.22, 92568.852});
+  SolidBodies tube;
+  EXPECT_TRUE(tube.addFlex(wide, 12, {1e-9, -79900.346, 0.0}, {-1e-9, 22196.162, -1e-9})) << tube.lastError();
+  EXPECT_TRUE(tube.isValid());
+}
+
+// A 60 m reducer to 1 cm: its picture and its STL and glTF files come out with the triangles
+// bounded (the mesher once ran without end on it); the drawing keeps its edges at least.
+TEST(SolidMesh, LongSlenderBodyMeshesWithinItsBounds) {
+  SolidBodies cone;
+  const Frame f = alongX();
+  ASSERT_TRUE(cone.addTransition({0, 0, 0}, false, 1.0, 1.0, {60000, 0, 0}, false, 0.01, 0.01, f, f)) << cone.lastError();
+  const SolidMesh m = cone.mesh();
+  EXPECT_LE(m.triangleCount(), 400000u);
+  EXPECT_FALSE(m.edges.empty());
+  const std::string dir = std::string(KV_BINARY_DIR) + "/test_solid_out";
+  std::filesystem::create_directories(dir);
+  std::string error;
+  EXPECT_EQ(kvWriteStl({&cone}, dir + "/cone.stl", error), 1) << error;
+  EXPECT_LT(std::filesystem::file_size(dir + "/cone.stl"), 400000u * 50 + 84) << "binary STL: 50 bytes a triangle";
+  EXPECT_EQ(kvWriteGltf({&cone}, dir + "/cone.glb", error), 1) << error;
 }
 
 TEST(SolidExchange, StepReadsBackWithTheSameVolumes) {
