@@ -296,6 +296,7 @@ BOOL COptions::OnInitDialog() {
     if (!grid.GetItemText(row, kKeyCol).IsEmpty()) LoadRow(row);
   grid.AutoSizeColumns();
   if (grid.GetRowCount() >= 3) grid.SetFocusCell(2, 1);
+  grid.SetFocus();
   if (!selectedKey.empty()) {
     for (int row = 1; row < grid.GetRowCount(); ++row) {
       if (grid.GetItemText(row, kKeyCol).str() != selectedKey) continue;
@@ -305,7 +306,6 @@ BOOL COptions::OnInitDialog() {
       break;
     }
   }
-  grid.SetFocus();
   return FALSE;
 }
 

@@ -9,6 +9,7 @@ work=$2
 rm -rf "$work" && mkdir -p "$work/p" || exit 1
 fail() { echo "FAIL $*"; exit 1; }
 file="$work/p/p_kv_hvac.kv"
+XDG_CONFIG_HOME="$work/config"; export XDG_CONFIG_HOME
 
 # Each dialog: start at its key, edit the value cell, then OK (#1) or Cancel (#2).
 edits() {
