@@ -35,10 +35,10 @@
       (setq candidates
         (vl-remove-if '(lambda (ix) (member ix gone))
           (append
-            (dialogs-values (strcat "select ixDwgDiff from tblDwgDiff where iBlockType = "
+            (dialogs-values (strcat "select ixDwgDiff, iSortOrder from tblDwgDiff where iBlockType = "
                                     "(select iBlockType from tblDwgDiff where ixDwgDiff = " (itoa ixDwgDiff) ")")
                             "ixDwgDiff" "iSortOrder")
-            (dialogs-values "select ixDwgDiff from tblDwgDiff" "ixDwgDiff" "iSortOrder"))))
+            (dialogs-values "select ixDwgDiff, iSortOrder from tblDwgDiff" "ixDwgDiff" "iSortOrder"))))
       (cond
         ((= users 0) (list ixDwgDiff 0))
         ((setq new (car candidates))
