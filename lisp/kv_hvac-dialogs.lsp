@@ -14,7 +14,7 @@
 ;; A number as text without a needless fraction.
 (defun dialogs-number (x)
   (cond ((null x) "")
-        ((= (type x) 'INT) (itoa x))
+        ((eq (type x) 'INT) (itoa x))
         ((= x (fix x)) (itoa (fix x)))
         (T (rtos x 2 2))))
 
@@ -57,15 +57,18 @@
 ;; diffuser (DEVTYPE 2), with its drawing. Nothing for an index the project does not hold.
 (defun projectExplorer-query-HVAC (ixList devType / where)
   (cond
-    ((and (= devType 1) (dialogs-first (setq where (strcat " from tblDuct where ixDuct = " (itoa ixList))) "ixDuct"))
+    ((and (= devType 1)
+          (setq where (strcat " from tblDuct where ixDuct = " (itoa ixList)))
+          (dialogs-first (strcat "select ixDuct" where) "ixDuct"))
      (princ (strcat "\nDuct " (itoa ixList) " on " (dialogs-first (strcat "select DRAWING" where) "DRAWING")
                     ": " (dialogs-first (strcat "select AIRFLOW" where) "AIRFLOW")
                     " " (dialogs-number (dialogs-first (strcat "select WIDTH" where) "WIDTH"))
                     " x " (dialogs-number (dialogs-first (strcat "select DEPTH" where) "DEPTH"))
                     ", " (dialogs-number (dialogs-first (strcat "select CFM" where) "CFM")) " CFM")))
-    ((and (= devType 2) (dialogs-first (setq where (strcat " from tblDiffL, tblDiffS where tblDiffL.ixDiffS = tblDiffS.ixDiffS"
-                                                           " and ixDiffL = " (itoa ixList)))
-                                       "ixDiffL"))
+    ((and (= devType 2)
+          (setq where (strcat " from tblDiffL, tblDiffS where tblDiffL.ixDiffS = tblDiffS.ixDiffS and ixDiffL = "
+                              (itoa ixList)))
+          (dialogs-first (strcat "select ixDiffL" where) "ixDiffL"))
      (princ (strcat "\nDiffuser " (itoa ixList) " on " (dialogs-first (strcat "select DRAWING" where) "DRAWING")
                     ": " (dialogs-first (strcat "select CALLOUT" where) "CALLOUT")
                     ", " (dialogs-number (dialogs-first (strcat "select tblDiffL.CFM" where) "CFM")) " CFM"))))

@@ -69,22 +69,19 @@ std::vector<std::wstring> LayerQuery(const std::wstring& sql, const std::wstring
   resbuf* answer = nullptr;
   const int status = acedInvoke(args, &answer);
   acutRelRb(args);
+  // A short answer of whole numbers arrives as a point: (1 5) is a count and one value. Points
+  // are taken apart wherever they stand, so the answer reads as one run of values.
   std::vector<std::wstring> values;
-  const resbuf* cell = answer;
-  if (status == RTNORM && cell && cell->restype == RTLB) cell = cell->rbnext;
-  long count = 0;
-  if (status == RTNORM && cell && (cell->restype == RTSHORT || cell->restype == RTLONG)) {
-    count = cell->restype == RTSHORT ? cell->resval.rint : cell->resval.rlong;
-    cell = cell->rbnext;
-  }
-  for (; cell && count > 0 && cell->restype != RTLE; cell = cell->rbnext, --count) {
+  for (const resbuf* cell = status == RTNORM ? answer : nullptr; cell; cell = cell->rbnext) {
     if (cell->restype == RTPOINT || cell->restype == RT3DPOINT) {
       for (int i = 0; i < (cell->restype == RTPOINT ? 2 : 3); ++i)
         values.push_back(std::to_wstring(static_cast<long long>(cell->resval.rpoint[i])));
-    } else {
+    } else if (cell->restype != RTLB && cell->restype != RTLE && cell->restype != RTDOTE) {
       values.push_back(CellText(cell));
     }
   }
+  if (values.empty() || values.front() == L"0") values.clear();
+  else values.erase(values.begin());
   acutRelRb(answer);
   return values;
 }
