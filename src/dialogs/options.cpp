@@ -257,11 +257,11 @@ void RegisterTemplate() {
   t.id = COptions::kTemplate;
   t.title = L"Kelvane HVAC Options";
   t.style |= WS_THICKFRAME;
-  t.cx = 340;
-  t.cy = 280;
-  t.items = {kvui::Control(L"", COptions::kGrid, L"MFCGridCtrl", WS_TABSTOP | WS_BORDER, 7, 7, 326, 246),
-             kvui::DefPushButton(L"&OK", IDOK, 116, 259, 50, 14),
-             kvui::PushButton(L"&Cancel", IDCANCEL, 174, 259, 50, 14)};
+  t.cx = 460;
+  t.cy = 300;
+  t.items = {kvui::Control(L"", COptions::kGrid, L"MFCGridCtrl", WS_TABSTOP | WS_BORDER, 7, 7, 446, 266),
+             kvui::DefPushButton(L"&OK", IDOK, 176, 279, 50, 14),
+             kvui::PushButton(L"&Cancel", IDCANCEL, 234, 279, 50, 14)};
   kvui::RegisterDialogTemplate(t);
 }
 

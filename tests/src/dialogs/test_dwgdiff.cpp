@@ -64,7 +64,6 @@ TEST_F(DwgDiff, AChainOfDeletionsEndsAtTheLastReplacementAndMovesScheduleRowsOnl
   EXPECT_EQ(Number(L"select count(*) from tblDwgDiff"), 3);
 
   ProbeDwgDiff confirmed;
-  confirmed.picture = "dwgdiff-dialog.png";
   EXPECT_EQ(Run(confirmed, "click #1052\nclick #1052\nclick #1"), IDOK);
   EXPECT_EQ(Column(L"select ixDwgDiff from tblDiffS order by ixDiffS"), (std::vector<double>{3, 3, 3}));
   EXPECT_EQ(Column(L"select ixDwgDiff from tblDwgDiff"), std::vector<double>{3});
@@ -75,6 +74,7 @@ TEST_F(DwgDiff, NewRowsAreNamedApartStoredAtTheEndAndNeverAskTheLayerWhenDeleted
   Lisp("(setq asked 0)");
   Lisp("(defun util-deleteBlocks (ix app kind pairs) (setq asked (1+ asked)) nil)");
   ProbeDwgDiff dialog;
+  dialog.picture = "dwgdiff-dialog.png";
   // Each New starts an edit of the name; the next button ends it unchanged.
   EXPECT_EQ(Run(dialog, "click #1051\nclick #1051\nclick #1051\nclick #1051\nclick #1052\nclick #1"), IDOK);
   EXPECT_EQ(dialog.names, (std::vector<std::wstring>{L"Louvered face", L"Perforated face", L"Round cone", L"New Diffuser Block",

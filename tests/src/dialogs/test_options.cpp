@@ -95,6 +95,7 @@ TEST_F(Options, StoredValuesShowThroughTheMapAndUnknownOnesFallBackOrStayEmpty) 
   Text(L"DIFFCALLOUT", L"2");
   Text(L"bldg-setMaxOSAPercent", L"YES");
   ProbeOptions dialog;
+  dialog.picture = "options-dialog.png";
   EXPECT_EQ(Run(dialog, L"", "click #2"), IDCANCEL);
   const std::map<std::wstring, std::wstring> want = {
       {L"ELBOW RADIUS", L"1.2346"}, {L"TRANSITION ANGLE", L"0"}, {L"AUTOFIT-RC3", L"Wye"}, {L"AUTOFIT-RC4", L""},
@@ -148,7 +149,6 @@ TEST_F(Options, OkWritesEveryKeyNewRowsTakeTheirKindAndOldTextRowsKeepText) {
 TEST_F(Options, ACustomCalloutChoiceLightsItsRowsAndTheSelectionFollowsTheFocus) {
   Text(L"DIFFCALLOUT", L"2");
   ProbeOptions dialog;
-  dialog.picture = "options-dialog.png";
   // The list drops with Circle chosen; ten rows down is "Custom two line", the last.
   std::string lines = "key F2\n";
   for (int i = 0; i < 10; ++i) lines += "key DOWN\n";
