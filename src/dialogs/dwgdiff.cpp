@@ -200,16 +200,19 @@ void CDialogDwgDiff::MoveFocusedRow(int by) {
 
 void CDialogDwgDiff::OnOK() {
   grid.EndEditing();
+  // A statement the component refuses is told as the component tells it; the rest goes on.
+  auto execute = [this](const std::wstring& sql) {
+    VARIANT_BOOL ok = VARIANT_FALSE;
+    ComCheck(connection_->Execute(_bstr_t(sql), &ok));
+    if (ok != VARIANT_TRUE) ReportDatabaseError(connection_);
+  };
   for (const auto& [old, replacement] : replacements) {
     if (old == 0) continue;
-    VARIANT_BOOL ok = VARIANT_FALSE;
     const std::wstring from = std::to_wstring(static_cast<std::int64_t>(old));
     if (replacement != 0)
-      ComCheck(connection_->Execute(
-          _bstr_t(L"update tblDiffS set ixDwgDiff = " + std::to_wstring(static_cast<std::int64_t>(replacement)) +
-                  L" where ixDwgDiff = " + from),
-          &ok));
-    ComCheck(connection_->Execute(_bstr_t(L"delete from tblDwgDiff where ixDwgDiff = " + from), &ok));
+      execute(L"update tblDiffS set ixDwgDiff = " + std::to_wstring(static_cast<std::int64_t>(replacement)) +
+              L" where ixDwgDiff = " + from);
+    execute(L"delete from tblDwgDiff where ixDwgDiff = " + from);
   }
   tblDwgDiff_->SetSortIndex(L"ixDwgDiff");
   for (int row = 1; row < grid.GetRowCount(); ++row) {

@@ -142,7 +142,6 @@ void CDialogProjectExplorerHVAC::Build() {
   grid.SetColumnCount(10);
   grid.SetFixedRowCount(1);
   grid.SetFixedColumnCount(0);
-  grid.SetEditable(TRUE);
   for (int col = 0; col < 10; ++col) {
     grid.SetColumnName(col, kColumns[col]);
     grid.SetItemText(0, col, col == 0 ? L"ID" : kColumns[col]);
