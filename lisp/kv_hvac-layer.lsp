@@ -27,12 +27,6 @@
 ;; module keeps -1 (nothing chosen).
 (defun duct-elevationListDialog (elevations prompt none one) nil)
 
-;; Runs the Project Explorer's query of list IXLIST for device type DEVTYPE. Effect only.
-(defun projectExplorer-query-HVAC (ixList devType) nil)
-
-;; Runs the Project Explorer's schedule query IXSCH for device type DEVTYPE. Effect only.
-(defun projectExplorer-querySchedule-HVAC (ixSch devType) nil)
-
 ;; Whether the project's room table is empty. No answer: the module's default.
 (defun room-hvac-tableIsEmpty () nil)
 
@@ -40,10 +34,6 @@
 (defun kvBlock-alertMissing (name)
   (princ (strcat "\nBlock " name " not found."))
   nil)
-
-;; Deletes the diffuser block IXDWGDIFF and answers the 2D point of its replacement.
-;; No answer: the deletion is refused.
-(defun util-deleteBlocks (ixDwgDiff app kind pairs) nil)
 
 ;; Store the floor or zone tree that the dialog hands back. Effect only.
 (defun kv_hvac-floorTree-saveTree (tree) nil)

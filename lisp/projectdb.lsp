@@ -11,8 +11,15 @@
 (defun hvac-projectExplorer_sqlQuery (sql column sortColumn / file values)
   (if (setq file (projectdb-currentFile))
     (progn
-      (setq values (kvdb-query file sql column sortColumn T))
+      (setq values (kvdb-query file (projectdb-narrowSelect sql column sortColumn) column sortColumn T))
       (cons (length values) values))))
+
+;; "Select * from ..." asks for every column of every row, when only COLUMN and SORTCOLUMN are
+;; read: a large project's tables are wide, so the query names the two.
+(defun projectdb-narrowSelect (sql column sortColumn)
+  (if (= (strcase (substr sql 1 14)) "SELECT * FROM ")
+    (strcat "Select distinct " column ", " sortColumn " " (substr sql 10))
+    sql))
 
 ;; Repairs and compacts the damaged database file PATH by rebuilding it from what can be read;
 ;; the damaged file stays beside it as PATH.damaged. T when repaired, nil when not.

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "ProjectDatabase.h"
+#include "bridge/bridge.h"
 
 namespace kvdialogs {
 
@@ -24,3 +25,12 @@ bool OpenPrivateConnection(std::wstring_view path, ProjectDatabasePtr& out);
 // After a dialog's DoModal: for a dialog that could not be created (-1 or 3), offers the
 // component installer. Gives result unchanged.
 int HandleDialogResult(int result);
+
+// LISP kv_hvac-options: block folder, [key to select], [start editing], [project file]; answers
+// (selectedKey) after OK and Cancel alike.
+LispStatus kv_hvac_options();
+// LISP kv_hvac-ProjectExplorer: ixList, devType, drawing name, [project file]; answers
+// (("state" . n) ("ixL" . ixList) ("devType" . devType)).
+LispStatus kv_hvac_ProjectExplorer();
+// LISP kv_hvac-dwgDiff: [project file]; edits the diffuser block kinds, answers nothing.
+LispStatus kv_hvac_dwgDiff();

@@ -9,6 +9,7 @@
 
 #include "bridge/bridge.h"
 #include "database/database.h"
+#include "dialogs/dialogs.h"
 #include "loads/loadslisp.h"
 #include "module/module.h"
 
@@ -69,8 +70,8 @@ constexpr LispFunctionSpec kSpecs[kLispFunctionCount] = {
     /* 33 */ {L"kv_hvac-insertDuct-likePlumbing",      Guard::Connect,  NotBuilt<33>},
     /* 34 */ {L"kv_hvac-getDuctCoord",                 Guard::Connect,  NotBuilt<34>},
     /* 35 */ {L"kv_hvac-getLayer",                     Guard::Connect,  kv_hvac_getLayer},
-    /* 36 */ {L"kv_hvac-options",                      Guard::None,     NotBuilt<36>},
-    /* 37 */ {L"kv_hvac-dwgDiff",                      Guard::Lock,     NotBuilt<37>},
+    /* 36 */ {L"kv_hvac-options",                      Guard::None,     kv_hvac_options},
+    /* 37 */ {L"kv_hvac-dwgDiff",                      Guard::Lock,     kv_hvac_dwgDiff},
     /* 38 */ {L"kv_hvac-loadDetail",                   Guard::Connect,  NotBuilt<38>},
     /* 39 */ {L"c:checkkv",                            Guard::Connect,  c_checkkv},
     /* 40 */ {L"kv_hvac-room-setLeaderLocation",       Guard::Lock,     NotBuilt<40>},
@@ -83,7 +84,7 @@ constexpr LispFunctionSpec kSpecs[kLispFunctionCount] = {
     /* 47 */ {L"kv_hvac-loads-getRoomData",            Guard::Lock,     lispGetRoomData},
     /* 48 */ {L"kv_hvac-loads-resetRoomData",          Guard::Lock,     lispResetRoomData},
     /* 49 */ {L"kv_hvac-room-toggleLeader",            Guard::Connect,  NotBuilt<49>},
-    /* 50 */ {L"kv_hvac-ProjectExplorer",              Guard::Connect,  NotBuilt<50>},
+    /* 50 */ {L"kv_hvac-ProjectExplorer",              Guard::Connect,  kv_hvac_ProjectExplorer},
     /* 51 */ {L"ssgetx-duct",                          Guard::Lock,     ssgetx_duct},
     /* 52 */ {L"ssgetx-room",                          Guard::Lock,     ssgetx_room},
     /* 53 */ {L"kv_hvac-setDoDocumentActivated",       Guard::Lock,     kv_hvac_setDoDocumentActivated},

@@ -1,0 +1,165 @@
+// Dialog benchmarks. The explorer fills its tree lazily, so opening it must cost about the same
+// for 1,000 ducts as for 100,000; opening the largest node pays for that node's rows only.
+// "Open" is one modal run with no input: build, first paint, and the end that no input gives.
+#include <benchmark/benchmark.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+
+#include "ProjectDatabase.h"
+#include "database/database.h"
+#include "dialogs/CDialogProjectExplorerHVAC.h"
+#include "dialogs/COptions.h"
+#include "inputqueue.h"
+#include "lisp.h"
+
+namespace {
+
+constexpr int kDrawings = 10;
+
+// A project folder with ducts spread over ten drawings and four air systems, and a fifth as
+// many diffusers over fifty schedule rows in five groups; the application layer loaded.
+class Project {
+ public:
+  explicit Project(int ducts) {
+    folder_ = std::filesystem::temp_directory_path() / ("kv-bench-dialogs-" + std::to_string(ducts));
+    std::filesystem::remove_all(folder_);
+    std::filesystem::create_directories(folder_ / "config");
+    setenv("XDG_CONFIG_HOME", (folder_ / "config").c_str(), 1);
+    const std::wstring file = (folder_ / "bench_kv_hvac.kv").wstring();
+    CreateProjectDatabase(db_);
+    VARIANT_BOOL ok = VARIANT_FALSE;
+    db_->CreateProject(_bstr_t(file), &ok);
+    const std::wstring n = std::to_wstring(ducts), m = std::to_wstring(ducts / 5);
+    const std::wstring count = L"with recursive c(x) as (select 1 union all select x + 1 from c where x < ";
+    Exec(L"insert into tblDuct (ixDuct, DRAWING, AIRFLOW) " + count + n + L") select x, 'd' || (x % " +
+         std::to_wstring(kDrawings) + L") || '.dwg', case x % 4 when 0 then 'sa' when 1 then 'ra' when 2 then 'oa' else 'ea' end from c");
+    Exec(L"delete from tblDiffSGroup");
+    Exec(L"delete from tblDiffS");
+    Exec(L"insert into tblDiffSGroup (ixDiffSGroup, sName) " + count + L"5) select x, 'Group ' || x from c");
+    Exec(L"insert into tblDiffS (ixDiffS, ixDiffSGroup, CALLOUT) " + count + L"50) select x, 1 + x % 5, 'S-' || x from c");
+    Exec(L"insert into tblDiffL (ixDiffL, ixDiffS, DRAWING) " + count + m + L") select x, 1 + x % 50, 'd' || (x % " +
+         std::to_wstring(kDrawings) + L") || '.dwg' from c");
+    env_.load(KV_SOURCE_DIR "/lisp/projectdb.lsp");
+    env_.load(KV_SOURCE_DIR "/lisp/kv_hvac-dialogs.lsp");
+    env_.evalString("(defun getvar (name) \"" + folder_.string() + "/\")");
+    kvads::setCurrentSession(&env_);
+  }
+  ~Project() {
+    kvads::setCurrentSession(nullptr);
+    VARIANT_BOOL done;
+    db_->Close(&done);
+    std::filesystem::remove_all(folder_);
+  }
+  const ProjectDatabasePtr& db() const { return db_; }
+
+ private:
+  void Exec(const std::wstring& sql) {
+    VARIANT_BOOL ok = VARIANT_FALSE;
+    db_->Execute(_bstr_t(sql), &ok);
+    if (!ok) std::abort();
+  }
+  std::filesystem::path folder_;
+  ProjectDatabasePtr db_;
+  kvlisp::Environment env_;
+};
+
+// The explorer with a hook at init and a stopwatch round the grid's click handling.
+class TimedExplorer : public CDialogProjectExplorerHVAC {
+ public:
+  TimedExplorer() : CDialogProjectExplorerHVAC(L"d1.dwg") {}
+  std::function<void(TimedExplorer&)> onInit, onClick;
+  double lastClickSeconds = 0;
+  int rows = 0;
+
+ protected:
+  BOOL OnInitDialog() override {
+    BOOL r = CDialogProjectExplorerHVAC::OnInitDialog();
+    if (onInit) onInit(*this);
+    return r;
+  }
+  BOOL OnNotify(WPARAM w, LPARAM l, LRESULT* result) override {
+    const auto start = std::chrono::steady_clock::now();
+    BOOL r = CDialogProjectExplorerHVAC::OnNotify(w, l, result);
+    if (w != kGrid || reinterpret_cast<NMHDR*>(l)->code != GVN_CLICK) return r;
+    lastClickSeconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    rows = grid.GetRowCount();
+    if (onClick) onClick(*this);
+    return r;
+  }
+};
+
+std::string Box(CGridCtrl& grid, int row) {
+  CRect r;
+  grid.GetCellRect(row, 0, &r);
+  return "click #1090@" + std::to_string(r.left + 10 * (grid.m_TreeColumn.GetLevel(row) - 1) + 6) + "," +
+         std::to_string(r.top + 8) + "\n";
+}
+
+int RowOf(const CGridCtrl& grid, const wchar_t* value) {
+  for (int row = 1; row < grid.GetRowCount(); ++row)
+    if (grid.GetItemText(row, L"sValue") == CString(value)) return row;
+  return -1;
+}
+
+void BM_ExplorerOpen(benchmark::State& state) {
+  Project project(static_cast<int>(state.range(0)));
+  int rows = 0;
+  for (auto _ : state) {
+    TimedExplorer dialog;
+    dialog.onInit = [&rows](TimedExplorer& d) { rows = d.grid.GetRowCount(); };
+    dialog.SetConnection(project.db());
+    dialog.DoModal();
+    dialog.DestroyTables();
+  }
+  state.counters["ducts"] = static_cast<double>(state.range(0));
+  state.counters["rows"] = rows;
+}
+BENCHMARK(BM_ExplorerOpen)->Arg(1000)->Arg(100000)->Unit(benchmark::kMillisecond)->Iterations(3);
+
+// Opens Ducts, then Supply, then its first drawing: a quarter of a tenth of the ducts.
+void BM_ExplorerOpenLargestNode(benchmark::State& state) {
+  Project project(static_cast<int>(state.range(0)));
+  int rows = 0;
+  for (auto _ : state) {
+    TimedExplorer dialog;
+    int step = 0;
+    dialog.onInit = [](TimedExplorer& d) { kvinput::InputQueue::instance().loadText(Box(d.grid, RowOf(d.grid, L"Ducts")), "bench"); };
+    dialog.onClick = [&step](TimedExplorer& d) {
+      ++step;
+      if (step == 1) kvinput::InputQueue::instance().loadText(Box(d.grid, RowOf(d.grid, L"Supply")), "bench");
+      if (step == 2) kvinput::InputQueue::instance().loadText(Box(d.grid, RowOf(d.grid, L"Supply") + 1), "bench");
+    };
+    dialog.SetConnection(project.db());
+    dialog.DoModal();
+    dialog.DestroyTables();
+    state.SetIterationTime(dialog.lastClickSeconds);
+    rows = dialog.rows;
+  }
+  state.counters["ducts"] = static_cast<double>(state.range(0));
+  state.counters["rows after"] = rows;
+}
+BENCHMARK(BM_ExplorerOpenLargestNode)->Arg(1000)->Arg(100000)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(3);
+
+void BM_Options(benchmark::State& state) {
+  Project project(1000);
+  const bool ok = state.range(0) != 0;
+  for (auto _ : state) {
+    COptions dialog;
+    dialog.blockFolder = L"/tmp/";
+    dialog.SetConnection(project.db());
+    if (ok) kvinput::InputQueue::instance().loadText("click #1\n", "bench");
+    dialog.DoModal();
+  }
+  state.SetLabel(ok ? "open, OK writing every key" : "open to first paint");
+}
+BENCHMARK(BM_Options)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond)->Iterations(5);
+
+}  // namespace
+
+BENCHMARK_MAIN();
