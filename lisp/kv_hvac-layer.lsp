@@ -1,27 +1,7 @@
 ;;; The application layer's side of the module's calls: every function the module asks of LISP.
 ;;; Each answers "no answer" (nil), which leaves the module's own default in force, until the
-;;; part of the application that owns it replaces the definition.
-
-;; Converts a row's point (x y z) to drawing coordinates by the alignment point numbered ALIGN.
-;; No answer: the module keeps the point as it is.
-(defun convert_rp_dp (pt align) nil)
-
-;; Converts a row's angle to drawing coordinates by the alignment point numbered ALIGN.
-;; No answer: the module keeps the angle as it is.
-(defun convert_ra_da (ang align) nil)
-
-;; The ixDiffL of the diffuser at the end of duct IXDUCT. No answer: no diffuser there.
-(defun duct-getIxDiffL (ixDuct) nil)
-
-;; The three ducts that follow IXDUCT, as a point or as three ints. No answer: no next duct.
-(defun getNextDuctsTransparent (ixDuct unused transparent) nil)
-
-;; The duct that leads into IXDUCT. No answer: none.
-(defun getPrevDuct (ixDuct unused) nil)
-
-;; The project's duct settings as a keyed list of (key value). No answer: no settings, the
-;; module's built-in defaults apply.
-(defun duct-getSettings (unused) nil)
+;;; part of the application that owns it replaces the definition. The duct graph, the duct
+;;; settings and the alignment conversions are in kv_hvac-ducts.lsp.
 
 ;; Lets the user pick one of ELEVATIONS under PROMPT; answers the chosen index. No answer: the
 ;; module keeps -1 (nothing chosen).

@@ -149,6 +149,23 @@ void kvProjectDatabase::Close() {
   if (SUCCEEDED(db->IsOpen(&open)) && IsTrue(open)) db->Close(&done);
 }
 
+KvDuctDbInfo kvProjectDatabase::NewProjectDuctDefaults() {
+  KvDuctDbInfo defaults;
+  defaults.MATERIAL = L"GS";
+  defaults.SHAPE = L"rd";
+  defaults.OFFSET = L"c";
+  defaults.VERTICALOFFSET = L"c";
+  defaults.AIRFLOW = L"sa";
+  defaults.DOUBLE_LINE = L"a";
+  defaults.WIDTH = 12.0;
+  defaults.DEPTH = 12.0;
+  defaults.SIZEFOR = L"P";
+  defaults.SIZESHAPE = L"RD2RC";
+  defaults.SIZEVAL1 = 0.08;
+  defaults.SIZEMAX = 24;
+  return defaults;
+}
+
 kvProjectDatabase& DatabaseOf(kvPerProjectData& project) {
   if (auto* state = dynamic_cast<kvProjectDatabase*>(project.databaseState())) return *state;
   auto state = std::make_unique<kvProjectDatabase>();
@@ -206,7 +223,9 @@ bool ConnectDocument(hvacPerDocData& document, bool report) {
 }
 
 void DisconnectProject(hvacPerProjectData& project) {
-  DatabaseOf(project).Close();
+  kvProjectDatabase& database = DatabaseOf(project);
+  database.Close();
+  database.resetDuctDefaults();
   project.setIsMetric(false);
 }
 

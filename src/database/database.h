@@ -38,6 +38,12 @@ class kvProjectDatabase : public ProjectDatabaseState {
   void CreateHvacTables();
   // Destroys every record object, common tables first.
   void DestroyTables();
+
+  // The project's duct defaults: what a duct drawn with no template takes, as the LISP layer's
+  // duct-getSettings last gave them, else those of a new project.
+  KvDuctDbInfo& ductDefaults() { return ductDefaults_; }
+  void resetDuctDefaults() { ductDefaults_ = NewProjectDuctDefaults(); }
+  static KvDuctDbInfo NewProjectDuctDefaults();
   // Destroys the record objects, then closes the connection's tables and the connection, which
   // stays, closed, until the next one replaces it. Failures to close are not raised: this runs
   // while projects end, also from destructors.
@@ -48,6 +54,7 @@ class kvProjectDatabase : public ProjectDatabaseState {
   template <class T> void Destroy() { std::get<std::unique_ptr<T>>(tables_).reset(); }
 
   ProjectDatabasePtr connection_;
+  KvDuctDbInfo ductDefaults_ = NewProjectDuctDefaults();
   std::tuple<std::unique_ptr<tblGlobal>, std::unique_ptr<tblLayer>, std::unique_ptr<tblLayerKey>,
              std::unique_ptr<tblLayerSystem>, std::unique_ptr<tblTextStyle>, std::unique_ptr<tblDuct>,
              std::unique_ptr<tblDiffL>, std::unique_ptr<tblDiffS>, std::unique_ptr<tblDwgDiff>,
@@ -104,7 +111,7 @@ bool OpenDatabase(kvPerProjectData& project, std::wstring folder, std::wstring_v
 // call when it is. Prints "Cannot connect" with report when it cannot.
 bool ConnectDocument(hvacPerDocData& document, bool report);
 
-// Destroys the record objects, resets the project's settings, and closes the connection (which
+// Destroys the record objects, resets the project's settings (unit flag, duct defaults), and closes the connection (which
 // stays, closed, until the next connection replaces it).
 void DisconnectProject(hvacPerProjectData& project);
 

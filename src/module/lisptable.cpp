@@ -10,6 +10,7 @@
 #include "bridge/bridge.h"
 #include "database/database.h"
 #include "dialogs/dialogs.h"
+#include "ductwork/ductrows.h"
 #include "loads/loadslisp.h"
 #include "module/module.h"
 
@@ -42,9 +43,9 @@ constexpr LispFunctionSpec kSpecs[kLispFunctionCount] = {
     /*  5 */ {L"kv_hvac-drawTripleDiffuser",           Guard::Connect,  NotBuilt<5>},
     /*  6 */ {L"kv_hvac-ExplodeSolid",                 Guard::Lock,     NotBuilt<6>},
     /*  7 */ {L"kv_hvac-getPlinePoints",               Guard::Lock,     kv_hvac_getPlinePoints},
-    /*  8 */ {L"kv_hvac-setDuctInfo",                  Guard::Lock,     NotBuilt<8>},
-    /*  9 */ {L"kv_hvac-getOldDuctInfo",               Guard::Lock,     NotBuilt<9>},
-    /* 10 */ {L"kv_hvac-duct-getHangerList",           Guard::Lock,     NotBuilt<10>},
+    /*  8 */ {L"kv_hvac-setDuctInfo",                  Guard::Lock,     kv_hvac_setDuctInfo},
+    /*  9 */ {L"kv_hvac-getOldDuctInfo",               Guard::Lock,     kv_hvac_getOldDuctInfo},
+    /* 10 */ {L"kv_hvac-duct-getHangerList",           Guard::Lock,     kv_hvac_duct_getHangerList},
     /* 11 */ {L"kv_hvac-room-draw",                    Guard::Connect,  NotBuilt<11>},
     /* 12 */ {L"kv_hvac-room-getPoints",               Guard::Lock,     NotBuilt<12>},
     /* 13 */ {L"kv_hvac-room-getLeaderPoints",         Guard::Lock,     NotBuilt<13>},

@@ -13,7 +13,7 @@ PUBLIC = {
     "bridge": {"bridge.h"},
     "filing": {"filing.h"},
     "database": {"database.h"},
-    "ductwork": {"KvDuct.h"},
+    "ductwork": {"KvDuct.h", "ductrows.h"},
     "loads": {"loads.h", "loadslisp.h"},
     "dialogs": {"dialogs.h"},
     "module": {"module.h"},

@@ -59,7 +59,6 @@ TEST(LispFunctionTable, NotBuiltRows) {
   std::vector<std::wstring> expected = {
       L"kv_hvac-solidUnion", L"kv_hvac-solidSlice", L"kv_hvac-drawTripleFitting",
       L"kv_hvac-drawTripleCenter", L"kv_hvac-drawTripleDiffuser", L"kv_hvac-ExplodeSolid",
-      L"kv_hvac-setDuctInfo", L"kv_hvac-getOldDuctInfo", L"kv_hvac-duct-getHangerList",
       L"kv_hvac-room-draw", L"kv_hvac-room-getPoints", L"kv_hvac-room-getLeaderPoints",
       L"kv_hvac-room-setPoints", L"kv_hvac-room-getArea", L"kv_hvac-room-updateIndex",
       L"kv_hvac-room-find", L"kv_hvac-room-insertPoint", L"kv_hvac-room-removePoint",

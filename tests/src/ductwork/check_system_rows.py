@@ -1,0 +1,46 @@
+#!/usr/bin/env python3
+"""Reads the rows the duct system scenario left in its project file with Python's own sqlite3,
+outside our code, and checks what the module and the application layer wrote. Prints PASS."""
+import glob
+import sqlite3
+import sys
+
+folder = sys.argv[1]
+files = glob.glob(f"{folder}/*_kv_hvac.kv")
+if len(files) != 1:
+    sys.exit(f"FAIL: one project file expected in {folder}, found {files}")
+db = sqlite3.connect(files[0])
+rows = [dict(zip([c[0] for c in cur.description], r))
+        for cur in [db.execute("SELECT * FROM tblDuct ORDER BY ixDuct")] for r in cur.fetchall()]
+faults = []
+
+
+def expect(what, got, want):
+    if got != want:
+        faults.append(f"{what}: {got!r}, expected {want!r}")
+
+
+expect("rows", len(rows), 16)
+for r in rows:
+    expect(f"drawing of {r['ixDuct']}", r["DRAWING"], "system.dwg")
+    expect(f"alignment of {r['ixDuct']}", r["iAlignmentPointNumber1"], 0)
+main = [r for r in rows if r["SIZEFOR"] == "W"]
+expect("ducts set through kv_hvac-setDuctInfo", len(main), 1)
+if main:
+    m = main[0]
+    for column, want in [("SHAPE", "RC"), ("WIDTH", 24.0), ("DEPTH", 12.0), ("AIRFLOW", "sa"),
+                         ("MATERIAL", "GS"), ("SIZEMAX", 24), ("SIZESHAPE", "RD2RC"), ("X1", 0.0),
+                         ("X2", 100.0), ("Z1", 110.0), ("Z2", 112.0), ("DRAWING2", "upper.dwg"),
+                         ("FITTING", " "), ("CFM", 0)]:
+        expect(f"main {column}", m[column] if column != "FITTING" else (m[column] or " ")[:1], want)
+flex = [r for r in rows if r["MATERIAL"] == "FX"]
+expect("flexible ducts", [(r["SHAPE"], r["WIDTH"]) for r in flex], [("rd", 8.0)])
+# Templates carry the section of the duct they were made from, never its ends.
+ends = {tuple(r[c] for c in ("X1", "Y1", "Z1", "X2", "Y2", "Z2")) for r in rows}
+expect("every duct has its own ends", len(ends), len(rows))
+diffusers = db.execute("SELECT ixDuct FROM tblDiffL").fetchall()
+expect("the diffuser hangs on the flexible duct", [d[0] for d in diffusers], [flex[0]["ixDuct"]] if flex else [])
+if faults:
+    print("\n".join(faults))
+    sys.exit(1)
+print("PASS")
