@@ -33,9 +33,6 @@
 ;; Runs the Project Explorer's schedule query IXSCH for device type DEVTYPE. Effect only.
 (defun projectExplorer-querySchedule-HVAC (ixSch devType) nil)
 
-;; Whether the project's room table is empty. No answer: the module's default.
-(defun room-hvac-tableIsEmpty () nil)
-
 ;; Tells the user that no drawing file defines the block NAME.
 (defun kvBlock-alertMissing (name)
   (princ (strcat "\nBlock " name " not found."))

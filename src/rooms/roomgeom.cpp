@@ -38,6 +38,13 @@ void CountCrossings(const AcGePoint2d& q, const AcGePoint2d& from, const AcGePoi
 
 // ---- the label and its leader ----
 
+// The label takes the room's text style and height before its size is measured, so that the box
+// and the leader's anchors fit the text as it is drawn, from the first drawing on.
+void hvacRoom::applyLabelFormat() {
+  if (f_.labelStyleId.isValid()) f_.label.setTextStyle(f_.labelStyleId);
+  if (f_.textHeight != 0.0) f_.label.setTextHeight(f_.textHeight);
+}
+
 hvacRoom::LabelFrame hvacRoom::labelFrame() const {
   const AcGePoint3d l = f_.label.location();
   const double w = f_.label.width() != 0.0 ? f_.label.width() : f_.label.actualWidth();
@@ -79,6 +86,7 @@ AcGePoint2d hvacRoom::nearestSideMidpoint(const AcGePoint2d& q) const {
 void hvacRoom::layOutDefaultLeader() {
   assertWriteEnabled(true, true);
   f_.leaderOn = true;
+  applyLabelFormat();
   const std::vector<RoomPoint>& p = f_.points;
   if (p.empty()) return;
   const AcGePoint2d centre = labelCenter();
@@ -97,6 +105,7 @@ void hvacRoom::layOutDefaultLeader() {
 
 // Keeps the first leader segment square to the side of the box it leaves.
 void hvacRoom::reanchorLeader() {
+  applyLabelFormat();
   AcGePoint3d start, middle, end;
   f_.leader.getPoints(start, middle, end);
   const AcGePoint2d a = nearestSideMidpoint(AcGePoint2d(middle.x, middle.y));
@@ -183,12 +192,11 @@ Adesk::Boolean hvacRoom::subWorldDraw(AcGiWorldDraw* mode) {
     f_.leader.worldDraw(mode);
   }
   if (f_.labelLayerId.isValid()) mode->subEntityTraits().setLayer(f_.labelLayerId);
+  applyLabelFormat();
   AcGePoint3d box[5];
   labelBox(box);
   mode->geometry().polyline(5, box, nullptr, -1);
   // The label is drawn horizontally whatever was done to the room.
-  if (f_.labelStyleId.isValid()) f_.label.setTextStyle(f_.labelStyleId);
-  if (f_.textHeight != 0.0) f_.label.setTextHeight(f_.textHeight);
   f_.label.setDirection(AcGeVector3d(1, 0, 0));
   f_.label.setColorIndex(256, true);
   f_.label.setLayer(f_.labelLayerId, true, false);

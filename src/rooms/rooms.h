@@ -181,6 +181,7 @@ class hvacRoom : public AcDbEntity {
     double g, w, h;
   };
   LabelFrame labelFrame() const;
+  void applyLabelFormat();
   void reanchorLeader();
   void drawSegment(AcGiWorldDraw* mode, std::size_t from, std::size_t to) const;
   void drawOutline(AcGiWorldDraw* mode, bool markers) const;
