@@ -23,14 +23,14 @@
 (setq root "/tmp/kv_lisp_rooms/")
 (foreach f (list "plan.dwg" "ROOMARROW.dwg" "plan.png" "kv_lisp_rooms_kv_hvac.kv")
   (vl-file-delete (strcat root f)))
-(projectdb-createProject root)
-
 ;; The leaders' arrow: a unit triangle with its tip at the block's origin, pointing along +X.
 (kvhost-new)
 (foreach seg '(((0 0) (-1 0.25)) ((-1 0.25) (-1 -0.25)) ((-1 -0.25) (0 0)))
   (entmake (list '(0 . "LINE") (cons 10 (car seg)) (cons 11 (cadr seg)))))
 (room-check "arrow block drawing" (kvhost-save-as (strcat root "ROOMARROW.dwg")))
 (kvhost-close (strcat root "ROOMARROW.dwg"))
+;; Saving the arrow made the project folder.
+(projectdb-createProject root)
 
 (room-check "open the plan" (kvhost-open (strcat root "plan.dwg")))
 (setvar "DIMSCALE" 96.0)
