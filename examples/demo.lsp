@@ -2,7 +2,8 @@
 ;;; project folder, draws its rooms (outline, boxed label, leader) on the project's layers, asks
 ;;; the module for the cooling load curves of the outside walls, roof and glass, keeps partial
 ;;; sums in the load store, routes a flexible duct, builds the supply run as 3D solids, saves the
-;;; drawing and writes what a designer would look at: a plot (PNG, SVG), DXF for other CAD programs, STEP for the 3D model.
+;;; drawing and writes what a designer would look at: a plot (PNG, SVG), DXF for other CAD
+;;; programs, STEP for the 3D model.
 
 (defun demo-title (text)
   (princ (strcat "\n\n== " text " ==")))
