@@ -131,8 +131,11 @@ void hvacRoom::setLeaderLocation(const AcGePoint3d& arrowPoint, const AcGePoint3
 
 Acad::ErrorStatus hvacRoom::getArea(double& area) const {
   assertReadEnabled();
+  // The polyline runs the outline backwards; appending from the last point gives that order
+  // without shifting every vertex at each insertion.
   AcDbPolyline outline;
-  for (const RoomPoint& p : f_.points) outline.addVertexAt(0, Flat(p), 0.0, -1.0, -1.0);
+  for (auto p = f_.points.rbegin(); p != f_.points.rend(); ++p)
+    outline.addVertexAt(outline.numVerts(), Flat(*p), 0.0, -1.0, -1.0);
   outline.setClosed(true);
   return outline.getArea(area);
 }
