@@ -137,7 +137,8 @@ AcEdJig::DragStatus hvacRoomJig::sampler() {
   setUserInputControls(static_cast<UserInputControls>(controls));
   AcGePoint3d p;
   const DragStatus status = acquirePoint(p);
-  if (status == kNormal && AcGePoint2d(p.x, p.y).isEqualTo(currentPoint_, AcGeContext::gTol)) return kNoChange;
+  if (status != kNormal) return status;
+  if (AcGePoint2d(p.x, p.y).isEqualTo(currentPoint_, AcGeContext::gTol)) return kNoChange;
   currentPoint_.set(p.x, p.y);
   return status;
 }
@@ -173,6 +174,8 @@ void hvacRoomJig::run() {
   room_->removePoint(0);
   room_->setIxRoomL(ixRoomL_);
   pickingOutline_ = false;
+  // The label starts where the cursor last was, so Enter leaves it at the last point picked.
+  update();
   setDispPrompt(L"\nSpecify room info location:");
   if (drag() == kCancel) {
     acedRedraw(nullptr, 0);

@@ -34,6 +34,8 @@
 (fn-check "a room of one point" (equal (kv_hvac-room-getPoints one) '((10.0 10.0))))
 (fn-check "its leader ends on it" (equal (cadr (kv_hvac-room-getLeaderPoints one)) '(10.0 10.0) 1e-9))
 (fn-check "no area" (equal (kv_hvac-room-getArea one) 0.0 1e-9))
+(fn-check "Enter leaves the label at the last point"
+          (< (distance (car (kv_hvac-room-getLeaderPoints one)) '(10 10)) 1.0))
 
 ;; Insert without outline: an index, a label place, no points, no leader.
 (setq a (kv_hvac-room-insert 3 "NOARROW" 1.0 "ignored" nil '(100 100)))
