@@ -170,19 +170,6 @@ TEST(RoomFiling, DxfCarriesTheIndexAlone) {
   ASSERT_EQ(back->dxfInFields(&out), Acad::eOk);
   EXPECT_EQ(back->ixRoomL(), -1) << "a room from DXF has its defaults";
   EXPECT_TRUE(back->points().empty());
-
-  KVLeader leader(AcGePoint3d(1, 2, 0), AcGePoint3d(3, 4, 0), AcGePoint3d(5, 6, 0), 2.5, AcDbObjectId(),
-                  AcDbObjectId());
-  AcDbDxfMemoryFiler lout;
-  ASSERT_EQ(leader.dxfOutFields(&lout), Acad::eOk);
-  lout.rewind();
-  KVLeader lback;
-  ASSERT_EQ(lback.dxfInFields(&lout), Acad::eOk);
-  AcGePoint3d s, m, e;
-  lback.getPoints(s, m, e);
-  EXPECT_TRUE(e.isEqualTo(AcGePoint3d(5, 6, 0)));
-  EXPECT_DOUBLE_EQ(lback.arrowSize(), 2.5);
-  EXPECT_TRUE(lback.arrow().position().isEqualTo(AcGePoint3d(5, 6, 0)));
 }
 
 }  // namespace

@@ -95,33 +95,11 @@ TEST(RoomContains, EdgesAndVerticesFollowTheCrossingCounts) {
   EXPECT_FALSE(Inside(*room, 10, 10));
 }
 
-TEST(RoomLabel, BoxOriginAndSideMidpointsSurroundTheText) {
-  auto room = MakeRoom(Outline({{0, 0}, {100, 0}, {100, 80}, {0, 80}}), L"101 Office");
-  room->setLabelLocation(AcGePoint3d(20, 60, 7));
-  AcGePoint3d box[5];
-  room->labelBox(box);
-  const double w = room->fields().label.actualWidth(), h = room->fields().label.actualHeight();
-  ASSERT_GT(w, 0.0);
-  ASSERT_GT(h, 0.0);
-  ExpectAt(box[0], 17, 63);
-  ExpectAt(box[2], 20 + w + 3, 60 - h - 3);
-  ExpectAt(box[4], 17, 63);
-  EXPECT_EQ(box[0].z, 0.0) << "the location's Z is dropped";
-  ExpectAt(room->labelOrigin(), 17, 63);
-  const AcGePoint2d c = room->labelCenter();
-  EXPECT_TRUE(room->nearestSideMidpoint(AcGePoint2d(1000, c.y)).isEqualTo(AcGePoint2d(c.x + w / 2 + 3, c.y)));
-  EXPECT_TRUE(room->nearestSideMidpoint(AcGePoint2d(c.x, -1000)).isEqualTo(AcGePoint2d(c.x, c.y - h / 2 - 3)));
-  // From the centre every side is as far as its half size; a fixed width makes right and left
-  // tie with each other, and the tie keeps the right.
-  room->setLabelWidth(true, h);
-  const AcGePoint2d square = room->labelCenter();
-  EXPECT_TRUE(room->nearestSideMidpoint(square).isEqualTo(AcGePoint2d(square.x + h / 2 + 3, square.y)));
-}
-
 TEST(RoomLeader, DefaultLeaderRunsToTheNearestQuarterPoint) {
   WorkingDrawing drawing(10.0);
   auto room = MakeRoom(Outline({{0, 0}, {200, 0}, {200, 100}, {0, 100}}), L"Office");
-  room->setLabelLocation(AcGePoint3d(150, 60, 0));
+  room->setLabelLocation(AcGePoint3d(150, 60, 4));
+  ExpectAt(room->labelOrigin(), 147, 63);  // half the text height out, the location's Z dropped
   room->setLeaderOn(true);
   AcGePoint3d start, middle, end;
   room->getLeaderPoints(start, middle, end);
@@ -281,15 +259,6 @@ TEST(Leader, CurveRunsAlongTheChordAndGripsMoveOnce) {
   ExpectAt(e, 40, 40);
   EXPECT_NEAR(leader.arrow().rotation(), std::atan2(10.0, 40.0), kTol) << "the arrow follows its end";
 
-  AcDbVoidPtrArray parts;
-  ASSERT_EQ(leader.explode(parts), Acad::eOk);
-  ASSERT_GE(parts.length(), 2);
-  auto* first = static_cast<AcDbLine*>(parts[0]);
-  auto* second = static_cast<AcDbLine*>(parts[1]);
-  ExpectAt(second->startPoint(), 0, 30);
-  EXPECT_NEAR(second->endPoint().distanceTo(AcGePoint3d(40, 40, 0)), 4.0, 1e-9);
-  for (int i = 0; i < parts.length(); ++i) delete static_cast<AcDbEntity*>(parts[i]);
-  (void)first;
 }
 
 }  // namespace
