@@ -1,7 +1,9 @@
 // Filing of rooms and leaders: every version's reader against the committed fixtures, the upgrade
 // of the oldest rooms and leaders, rooms without an index, newer versions kept as proxies, a
 // drawing that keeps its rooms' ids through a save and reopen, and DXF.
+#include <cstdio>
 #include <filesystem>
+#include <memory>
 
 #include "fixture_writer.h"
 #include "room_test.h"
@@ -98,6 +100,8 @@ TEST(LeaderFiling, OldSizesScaleOnceAndNewerLeadersStayProxies) {
 
 TEST(RoomFiling, DrawingKeepsRoomsWithTheirLayersThroughSaveAndReopen) {
   const auto path = std::filesystem::temp_directory_path() / ("kv_rooms_" + std::to_string(::getpid()) + ".dwg");
+  auto dxf = path;
+  dxf.replace_extension(".dxf");
   std::vector<RoomPoint> outline = Outline({{0, 0}, {120, 0}, {120, 90}, {0, 90}});
   outline[2].thick = true;
   {
@@ -124,6 +128,7 @@ TEST(RoomFiling, DrawingKeepsRoomsWithTheirLayersThroughSaveAndReopen) {
     room->close();
     unfinished->close();
     ASSERT_EQ(db.saveAs(path.wstring().c_str()), Acad::eOk);
+    ASSERT_EQ(db.dxfOut(dxf.wstring().c_str()), Acad::eOk);
   }
   AcDbDatabase back(false);
   ASSERT_EQ(back.readDwgFile(path.wstring().c_str()), Acad::eOk);
@@ -150,6 +155,29 @@ TEST(RoomFiling, DrawingKeepsRoomsWithTheirLayersThroughSaveAndReopen) {
   EXPECT_TRUE(r->leaderOn());
   EXPECT_STREQ(r->fields().label.contents(), L"201 Lab");
   std::filesystem::remove(path);
+
+  // The DXF of the same drawing passes an independent reader's audit; what comes back from it
+  // are rooms with their defaults, index included, which the application layer sets again.
+  const std::string cmd = "/usr/bin/python3 -c \"from ezdxf import recover; d, a = recover.readfile('" +
+                          dxf.string() + "'); print(len(a.errors), sorted(e.dxftype() for e in d.modelspace()))\"";
+  std::unique_ptr<FILE, int (*)(FILE*)> audit(popen(cmd.c_str(), "r"), pclose);
+  ASSERT_TRUE(audit);
+  char line[256] = {};
+  ASSERT_NE(fgets(line, sizeof line, audit.get()), nullptr);
+  EXPECT_STREQ(line, "0 ['KV_HVACROOM', 'KV_HVACROOM']\n");
+  AcDbDatabase imported(false, true);
+  ASSERT_EQ(imported.dxfIn(dxf.wstring().c_str()), Acad::eOk);
+  AcDbObjectPointer<AcDbBlockTableRecord> ms(imported.modelSpaceId(), AcDb::kForRead);
+  int count = 0;
+  for (AcDbObjectId id : ms->entityIds()) {
+    AcDbObjectPointer<hvacRoom> room(id, AcDb::kForRead);
+    ASSERT_EQ(room.openStatus(), Acad::eOk);
+    EXPECT_EQ(room->ixRoomL(), -1);
+    EXPECT_TRUE(room->points().empty());
+    ++count;
+  }
+  EXPECT_EQ(count, 2);
+  std::filesystem::remove(dxf);
 }
 
 TEST(RoomFiling, DxfCarriesTheIndexAlone) {
