@@ -43,6 +43,8 @@ class KVLeader : public AcDbCurve {
   // Where the visible line stops: arrowSize short of end, towards middle, in plan.
   AcGePoint3d trimPoint() const;
 
+  using AcDbEntity::setLayer;
+  // The arrow takes the layer too when doSubents is set.
   Acad::ErrorStatus setLayer(AcDbObjectId newVal, Adesk::Boolean doSubents = true, bool allowHiddenLayer = false);
 
   Adesk::Boolean subWorldDraw(AcGiWorldDraw* mode) override;
