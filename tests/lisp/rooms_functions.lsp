@@ -77,5 +77,18 @@
                                           (null (cadr (kv_hvac-room-getLeaderPoints a)))))
 (fn-check "attributes" (kv_hvac-room-updateAttributes a "NOARROW" 2.0 nil))
 
+
+;; The command: picks, Enter, the label's place; the room takes the next index and its name.
+(setq before (length (ssgetx-room)))
+(kvhost-input "point 200,200" "point 260,200" "point 260,240" "enter" "point 210,230")
+(c:kv-room)
+(fn-check "KV-ROOM drew a room" (= (1+ before) (length (ssgetx-room))))
+(setq made (car (ssgetx-room 40001)))
+(fn-check "with the next index" made)
+(fn-check "and its area" (equal (kv_hvac-room-getArea made) 1200.0 1e-9))
+(fn-check "listed in the project" (equal (kvdb-query (projectdb-currentFile)
+                                                     "SELECT sName FROM tblRoomL WHERE ixRoomL = 40001" "sName")
+                                         '("Room 40001")))
+
 (if (> fn-failures 0) (exit 1))
 (princ "\nroom functions: all checks passed")
