@@ -1,22 +1,15 @@
 ;;; The demo project: one office floor, as far as the system goes today. It opens a drawing in the
-;;; project folder, puts the room outlines on the project's layers, asks the module for the cooling
-;;; load curves of the outside walls, roof and glass, keeps partial sums in the load store, routes
-;;; a flexible duct, builds the supply run as 3D solids, saves the drawing and writes what a
-;;; designer would look at: a plot (PNG, SVG), DXF for other CAD programs, STEP for the 3D model.
+;;; project folder, draws its rooms (outline, boxed label, leader) on the project's layers, asks
+;;; the module for the cooling load curves of the outside walls, roof and glass, keeps partial
+;;; sums in the load store, routes a flexible duct, builds the supply run as 3D solids, saves the
+;;; drawing and writes what a designer would look at: a plot (PNG, SVG), DXF for other CAD
+;;; programs, STEP for the 3D model.
 
 (defun demo-title (text)
   (princ (strcat "\n\n== " text " ==")))
 
 (defun demo-line (label value)
   (princ (strcat "\n  " label ": " (if (eq (type value) 'STR) value (vl-prin1-to-string value)))))
-
-;; A closed outline of corners, as a light-weight polyline on LAYER.
-(defun demo-outline (layer corners)
-  (entmake (append (list '(0 . "LWPOLYLINE") (cons 8 layer) (cons 90 (length corners)) '(70 . 1))
-                   (mapcar '(lambda (p) (cons 10 p)) corners))))
-
-(defun demo-label (layer at text)
-  (entmake (list '(0 . "MTEXT") (cons 8 layer) (cons 10 at) '(40 . 9.0) (cons 1 text))))
 
 ;; The hour of the largest value of a ((key . value) ...) curve, and that value.
 (defun demo-peak (curve / best)
@@ -30,25 +23,38 @@
         ((< h 12) (strcat (itoa h) " am")) (T (strcat (itoa (- h 12)) " pm"))))
 
 (demo-title "Project")
+;; The arrow at the tip of the room leaders: a drawing beside the plan that defines it.
+(kvhost-new)
+(foreach seg '(((0 0) (-1 0.25)) ((-1 0.25) (-1 -0.25)) ((-1 -0.25) (0 0)))
+  (entmake (list '(0 . "LINE") (cons 10 (car seg)) (cons 11 (cadr seg)))))
+(kvhost-save-as (strcat room-arrowBlock ".dwg"))
+(kvhost-close (kvhost-current))
 (kvhost-open "office.dwg")
 (demo-line "drawing" (kvhost-current))
 (setq outlines (kv_hvac-getLayer "ROOM OUTLINES" nil)
       labels (kv_hvac-getLayer "ROOM LABELS" nil))
 (demo-line "room outline layer" (if outlines outlines "(no project database)"))
 (demo-line "room label layer" (if labels labels "(no project database)"))
-(if (not outlines) (setq outlines (kvhost-layer "ROOM OUTLINES" 3)))
-(if (not labels) (setq labels (kvhost-layer "ROOM LABELS" 7)))
 
 (demo-title "Rooms")
-;; Three offices along the south wall and an open office behind them, in inches.
+;; Three offices along the south wall and an open office behind them, in inches, each a room
+;; entity with its outline, a boxed label and a leader to its nearest wall, listed in the project.
+(setvar "DIMSCALE" 96.0)
 (setq rooms (list (list "101 Office" '((0 0) (180 0) (180 150) (0 150)))
                   (list "102 Office" '((180 0) (360 0) (360 150) (180 150)))
                   (list "103 Meeting" '((360 0) (600 0) (600 150) (360 150)))
                   (list "104 Open office" '((0 150) (600 150) (600 420) (0 420)))))
 (foreach room rooms
-  (demo-outline outlines (cadr room))
-  (demo-label labels (list (+ (car (car (cadr room))) 12) (+ (cadr (car (cadr room))) 30) 0) (car room))
-  (demo-line (car room) "outline drawn"))
+  (setq ix (room-hvac-nextIndex)
+        corner (car (cadr room))
+        e (kv_hvac-room-insert ix room-arrowBlock room-arrowSize (car room) nil
+                               (list (+ (car corner) 20) (+ (cadr corner) 60) 0)))
+  (kv_hvac-room-setPoints e (apply 'append (mapcar '(lambda (p) (list p nil)) (cadr room))))
+  (kv_hvac-room-updateLabel e (car room))
+  (kv_hvac-room-toggleLeader e)
+  (room-hvac-register ix (car room))
+  (demo-line (car room) (strcat "room " (itoa ix) ", " (rtos (/ (kv_hvac-room-getArea e) 144.0) 2 1) " ft2")))
+(demo-line "room at (300 300)" (kv_hvac-room-find '(300 300)))
 
 (demo-title "Cooling loads at 40 N in July")
 (setq wallS (kv_hvac-getWallCLTDDxf 40 1 "S" 6)

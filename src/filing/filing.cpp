@@ -23,6 +23,28 @@ Acad::ErrorStatus readDoubles(AcDbDwgFiler* f, std::vector<double>& v) {
   return es;
 }
 
+// An erased object may come back only by undo, so only the undo filer keeps its id.
+Acad::ErrorStatus writeObjectId(AcDbDwgFiler* f, AcDbObjectId id) {
+  const bool filed = id.isValid() && (!id.isErased() || f->filerType() == AcDb::kUndoFiler);
+  Acad::ErrorStatus es = f->writeBool(filed);
+  if (es == Acad::eOk && filed) es = f->writeHardPointerId(AcDbHardPointerId(id));
+  return es;
+}
+
+// A handle that names no object of the drawing leaves the id null and the read goes on: the
+// object it named was lost, not the rest of the record.
+Acad::ErrorStatus readObjectId(AcDbDwgFiler* f, AcDbObjectId& id) {
+  id = AcDbObjectId();
+  Adesk::Boolean filed = false;
+  Acad::ErrorStatus es = f->readBool(&filed);
+  if (es != Acad::eOk || !filed) return es;
+  AcDbHardPointerId read;
+  es = f->readHardPointerId(&read);
+  if (es == Acad::eUnknownHandle) return Acad::eOk;
+  if (es == Acad::eOk) id = read;
+  return es;
+}
+
 std::int64_t integerOf(const resbuf& rb) {
   switch (kvads::dxfValueKind(rb.restype)) {
     case kvads::DxfKind::Short: return rb.resval.rint;

@@ -15,8 +15,11 @@
 namespace kvfiling {
 
 // What a field is on the filer. A list is a count then that many doubles; a block is a run of
-// reads that a class gives itself (data of old versions that maps onto no single member).
-enum class Kind { Bool, Int32, Double, String, Point3d, DoubleList, Block };
+// reads that a class gives itself (data of old versions that maps onto no single member, or an
+// embedded object that files itself). An object id is a flag and, when the flag is set, a hard
+// pointer: an erased object's id goes only to the undo filer, and on reading the id is null until
+// its flag says otherwise, with a handle that no object has tolerated.
+enum class Kind { Bool, Int32, Double, String, Point3d, DoubleList, Block, ObjectId };
 
 // A field is filed from version `first` up to `last` inclusive.
 constexpr int kCurrent = INT_MAX;
@@ -25,11 +28,16 @@ template <class R>
 using BlockReader = Acad::ErrorStatus (*)(AcDbDwgFiler* filer, R& record);
 template <class R>
 using BlockWriter = std::function<Acad::ErrorStatus(AcDbDwgFiler* filer, const R& record)>;
+template <class R>
+using BlockOut = Acad::ErrorStatus (*)(AcDbDwgFiler* filer, const R& record);
+// Whether the record ends after a field, in both directions, for a record of that version.
+template <class R>
+using EndsRecord = bool (*)(const R& record, int version);
 
 template <class R>
 struct Field {
   using Member = std::variant<bool R::*, std::int32_t R::*, double R::*, std::wstring R::*, AcGePoint3d R::*,
-                              std::vector<double> R::*, BlockReader<R>>;
+                              std::vector<double> R::*, BlockReader<R>, AcDbObjectId R::*>;
   const char* name;
   Kind kind;
   int first;
@@ -40,6 +48,10 @@ struct Field {
   short dxfCode = 0;
   // At most this many list entries are written (0: no limit); reading takes what the count says.
   std::size_t writeLimit = 0;
+  // A block's own writer, for blocks that the current version still writes.
+  BlockOut<R> writer = nullptr;
+  // When given and true, nothing after this field is filed.
+  EndsRecord<R> endsAfter = nullptr;
 
   bool inVersion(int v) const { return v >= first && v <= last; }
 };
@@ -64,8 +76,17 @@ template <class R>
 Field<R> doubles(const char* n, std::vector<double> R::*m, int first, int last = kCurrent, std::size_t limit = 0) {
   return {n, Kind::DoubleList, first, last, m, 0, limit};
 }
-template <class R> Field<R> block(const char* n, BlockReader<R> reader, int first, int last) {
-  return {n, Kind::Block, first, last, reader};
+template <class R>
+Field<R> block(const char* n, BlockReader<R> reader, int first, int last, BlockOut<R> writer = nullptr) {
+  return {n, Kind::Block, first, last, reader, 0, 0, writer};
+}
+template <class R> Field<R> objectId(const char* n, AcDbObjectId R::*m, int first, int last = kCurrent) {
+  return {n, Kind::ObjectId, first, last, m};
+}
+// The same field, after which the record ends when `ends` says so.
+template <class R> Field<R> endingIf(Field<R> f, EndsRecord<R> ends) {
+  f.endsAfter = ends;
+  return f;
 }
 
 // The fields of record type R (a plain struct whose default values are the defaults of the
@@ -103,6 +124,8 @@ class FieldTable {
 // Kind-level filing, shared by every table.
 Acad::ErrorStatus writeDoubles(AcDbDwgFiler* f, const std::vector<double>& v, std::size_t limit);
 Acad::ErrorStatus readDoubles(AcDbDwgFiler* f, std::vector<double>& v);
+Acad::ErrorStatus writeObjectId(AcDbDwgFiler* f, AcDbObjectId id);
+Acad::ErrorStatus readObjectId(AcDbDwgFiler* f, AcDbObjectId& id);
 // The integer of a group, whichever integer width its code has.
 std::int64_t integerOf(const resbuf& rb);
 
@@ -123,8 +146,12 @@ Acad::ErrorStatus FieldTable<R>::dwgOut(AcDbDwgFiler* filer, const R& rec, int v
       case Kind::DoubleList:
         es = writeDoubles(filer, rec.*std::get<std::vector<double> R::*>(f.member), f.writeLimit);
         break;
-      case Kind::Block: es = blockWriter ? blockWriter(filer, rec) : Acad::eNotImplementedYet; break;
+      case Kind::Block:
+        es = f.writer ? f.writer(filer, rec) : blockWriter ? blockWriter(filer, rec) : Acad::eNotImplementedYet;
+        break;
+      case Kind::ObjectId: es = writeObjectId(filer, rec.*std::get<AcDbObjectId R::*>(f.member)); break;
     }
+    if (es == Acad::eOk && f.endsAfter && f.endsAfter(rec, version)) break;
   }
   return es != Acad::eOk ? es : filer->filerStatus();
 }
@@ -153,8 +180,10 @@ Acad::ErrorStatus FieldTable<R>::dwgIn(AcDbDwgFiler* filer, R& rec, int* version
       case Kind::Point3d: es = filer->readPoint3d(&(rec.*std::get<AcGePoint3d R::*>(f.member))); break;
       case Kind::DoubleList: es = readDoubles(filer, rec.*std::get<std::vector<double> R::*>(f.member)); break;
       case Kind::Block: es = std::get<BlockReader<R>>(f.member)(filer, rec); break;
+      case Kind::ObjectId: es = readObjectId(filer, rec.*std::get<AcDbObjectId R::*>(f.member)); break;
     }
     if (es != Acad::eOk) return es;
+    if (f.endsAfter && f.endsAfter(rec, version)) break;
   }
   return filer->filerStatus();
 }
@@ -173,7 +202,8 @@ Acad::ErrorStatus FieldTable<R>::dxfOut(AcDbDxfFiler* filer, const R& rec) const
       case Kind::String: es = filer->writeString(code, (rec.*std::get<std::wstring R::*>(f.member)).c_str()); break;
       case Kind::Point3d: es = filer->writePoint3d(code, rec.*std::get<AcGePoint3d R::*>(f.member)); break;
       case Kind::DoubleList:
-      case Kind::Block: break;
+      case Kind::Block:
+      case Kind::ObjectId: break;
     }
   }
   return es != Acad::eOk ? es : filer->filerStatus();
@@ -195,7 +225,8 @@ Acad::ErrorStatus FieldTable<R>::dxfIn(AcDbDxfFiler* filer, R& rec) const {
           break;
         case Kind::Point3d: rec.*std::get<AcGePoint3d R::*>(f.member) = AcGePoint3d(p[0], p[1], p[2]); break;
         case Kind::DoubleList:
-        case Kind::Block: break;
+        case Kind::Block:
+        case Kind::ObjectId: break;
       }
     }
   }

@@ -5,6 +5,7 @@
 
 // Entity classes of other folders.
 #include "ductwork/KvDuct.h"
+#include "rooms/rooms.h"
 
 void EnsureClass(AcRxClass*& slot, void (*rxInit)(), const ACHAR* name) {
   AcRxClass* known = acrxFindAcRxClass(name);
@@ -16,15 +17,19 @@ void EnsureClass(AcRxClass*& slot, void (*rxInit)(), const ACHAR* name) {
   rxInit();
 }
 
-// The entity classes, each through EnsureClass at start and deleteAcRxClass at stop, duct first;
-// the room joins after the duct once its folder defines it.
+// The entity classes, each through EnsureClass at start and deleteAcRxClass at stop, duct first.
 void RegisterEntityClasses() {
   RegisterDuctClass(EnsureClass);
   SetEntityIndexReader(L"KvDuct", DuctIndexOf);
+  RegisterRoomClass(EnsureClass);
+  // A leader lives inside its room, but a drawing may hold one alone.
+  RegisterLeaderClass(EnsureClass);
+  SetEntityIndexReader(L"hvacRoom", RoomIndexOf);
 }
 
 void UnregisterEntityClasses() {
   UnregisterDuctClass();
+  UnregisterRoomClasses();
 }
 
 void RemoveCommandGroup(const ACHAR* group) {

@@ -13,6 +13,7 @@
 #include "ductwork/ductrows.h"
 #include "loads/loadslisp.h"
 #include "module/module.h"
+#include "rooms/rooms.h"
 
 namespace {
 
@@ -46,19 +47,19 @@ constexpr LispFunctionSpec kSpecs[kLispFunctionCount] = {
     /*  8 */ {L"kv_hvac-setDuctInfo",                  Guard::Lock,     kv_hvac_setDuctInfo},
     /*  9 */ {L"kv_hvac-getOldDuctInfo",               Guard::Lock,     kv_hvac_getOldDuctInfo},
     /* 10 */ {L"kv_hvac-duct-getHangerList",           Guard::Lock,     kv_hvac_duct_getHangerList},
-    /* 11 */ {L"kv_hvac-room-draw",                    Guard::Connect,  NotBuilt<11>},
-    /* 12 */ {L"kv_hvac-room-getPoints",               Guard::Lock,     NotBuilt<12>},
-    /* 13 */ {L"kv_hvac-room-getLeaderPoints",         Guard::Lock,     NotBuilt<13>},
-    /* 14 */ {L"kv_hvac-room-setPoints",               Guard::Lock,     NotBuilt<14>},
-    /* 15 */ {L"kv_hvac-room-getArea",                 Guard::Lock,     NotBuilt<15>},
-    /* 16 */ {L"kv_hvac-room-updateIndex",             Guard::Lock,     NotBuilt<16>},
-    /* 17 */ {L"kv_hvac-room-find",                    Guard::Lock,     NotBuilt<17>},
-    /* 18 */ {L"kv_hvac-room-insertPoint",             Guard::Lock,     NotBuilt<18>},
-    /* 19 */ {L"kv_hvac-room-removePoint",             Guard::Lock,     NotBuilt<19>},
-    /* 20 */ {L"kv_hvac-room-updateLabel",             Guard::Lock,     NotBuilt<20>},
-    /* 21 */ {L"kv_hvac-room-updateAttributes",        Guard::Connect,  NotBuilt<21>},
-    /* 22 */ {L"kv_hvac-room-setPointInfo",            Guard::Lock,     NotBuilt<22>},
-    /* 23 */ {L"kv_hvac-room-insert",                  Guard::Connect,  NotBuilt<23>},
+    /* 11 */ {L"kv_hvac-room-draw",                    Guard::Connect,  kv_hvac_room_draw},
+    /* 12 */ {L"kv_hvac-room-getPoints",               Guard::Lock,     kv_hvac_room_getPoints},
+    /* 13 */ {L"kv_hvac-room-getLeaderPoints",         Guard::Lock,     kv_hvac_room_getLeaderPoints},
+    /* 14 */ {L"kv_hvac-room-setPoints",               Guard::Lock,     kv_hvac_room_setPoints},
+    /* 15 */ {L"kv_hvac-room-getArea",                 Guard::Lock,     kv_hvac_room_getArea},
+    /* 16 */ {L"kv_hvac-room-updateIndex",             Guard::Lock,     kv_hvac_room_updateIndex},
+    /* 17 */ {L"kv_hvac-room-find",                    Guard::Lock,     kv_hvac_room_find},
+    /* 18 */ {L"kv_hvac-room-insertPoint",             Guard::Lock,     kv_hvac_room_insertPoint},
+    /* 19 */ {L"kv_hvac-room-removePoint",             Guard::Lock,     kv_hvac_room_removePoint},
+    /* 20 */ {L"kv_hvac-room-updateLabel",             Guard::Lock,     kv_hvac_room_updateLabel},
+    /* 21 */ {L"kv_hvac-room-updateAttributes",        Guard::Connect,  kv_hvac_room_updateAttributes},
+    /* 22 */ {L"kv_hvac-room-setPointInfo",            Guard::Lock,     kv_hvac_room_setPointInfo},
+    /* 23 */ {L"kv_hvac-room-insert",                  Guard::Connect,  kv_hvac_room_insert},
     /* 24 */ {L"kv_hvac-addDuctToDwg",                 Guard::Lock,     NotBuilt<24>},
     /* 25 */ {L"kv_hvac-getWallCLTDDxf",               Guard::Lock,     lispGetWallCltdDxf},
     /* 26 */ {L"kv_hvac-getGlassCLTDDxf",              Guard::Lock,     lispGetGlassCltdDxf},
@@ -75,7 +76,7 @@ constexpr LispFunctionSpec kSpecs[kLispFunctionCount] = {
     /* 37 */ {L"kv_hvac-dwgDiff",                      Guard::Lock,     kv_hvac_dwgDiff},
     /* 38 */ {L"kv_hvac-loadDetail",                   Guard::Connect,  NotBuilt<38>},
     /* 39 */ {L"c:checkkv",                            Guard::Connect,  c_checkkv},
-    /* 40 */ {L"kv_hvac-room-setLeaderLocation",       Guard::Lock,     NotBuilt<40>},
+    /* 40 */ {L"kv_hvac-room-setLeaderLocation",       Guard::Lock,     kv_hvac_room_setLeaderLocation},
     /* 41 */ {L"kv_hvac-duct-fillet",                  Guard::Connect,  NotBuilt<41>},
     /* 42 */ {L"kv_hvac-setIsMetric",                  Guard::Connect,  kv_hvac_setIsMetric},
     /* 43 */ {L"kv_hvac-loads-storeWallData",          Guard::Lock,     lispStoreWallData},
@@ -84,7 +85,7 @@ constexpr LispFunctionSpec kSpecs[kLispFunctionCount] = {
     /* 46 */ {L"kv_hvac-loads-storeRoomData",          Guard::Lock,     lispStoreRoomData},
     /* 47 */ {L"kv_hvac-loads-getRoomData",            Guard::Lock,     lispGetRoomData},
     /* 48 */ {L"kv_hvac-loads-resetRoomData",          Guard::Lock,     lispResetRoomData},
-    /* 49 */ {L"kv_hvac-room-toggleLeader",            Guard::Connect,  NotBuilt<49>},
+    /* 49 */ {L"kv_hvac-room-toggleLeader",            Guard::Connect,  kv_hvac_room_toggleLeader},
     /* 50 */ {L"kv_hvac-ProjectExplorer",              Guard::Connect,  kv_hvac_ProjectExplorer},
     /* 51 */ {L"ssgetx-duct",                          Guard::Lock,     ssgetx_duct},
     /* 52 */ {L"ssgetx-room",                          Guard::Lock,     ssgetx_room},

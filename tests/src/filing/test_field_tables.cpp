@@ -1,6 +1,7 @@
 // Field tables beyond what the duct's filing shows: a version's bytes written again exactly,
 // blocks that only a stand-in writer can write, versions below 1, and DXF integers of any width
-// with extended data left to the object.
+// with extended data left to the object, object ids (erased ones only for undo), and records that
+// end early.
 #include <gtest/gtest.h>
 
 #include "filing/filing.h"
@@ -66,6 +67,55 @@ TEST(FieldTable, DxfTakesIntegersOfAnyWidthAndStopsAtExtendedData) {
   EXPECT_FALSE(back.flag);
   EXPECT_EQ(back.name, L"a");
   EXPECT_TRUE(f.atExtendedData());
+}
+
+struct Linked {
+  std::int32_t key = 0;
+  AcGePoint3d at;
+  AcDbObjectId target;
+};
+
+// A record that ends after its key when the key is negative, as an unfinished object does.
+const kvfiling::FieldTable<Linked>& LinkedTable() {
+  static const kvfiling::FieldTable<Linked> t(
+      1, {kvfiling::endingIf(kvfiling::int32<Linked>("key", &Linked::key, 1),
+                             +[](const Linked& l, int) { return l.key < 0; }),
+          kvfiling::point<Linked>("at", &Linked::at, 1), kvfiling::objectId<Linked>("target", &Linked::target, 1)});
+  return t;
+}
+
+TEST(FieldTable, ErasedIdsGoOnlyToUndoAndRecordsEndWhereTheTableSays) {
+  AcDbDatabase db;
+  AcDbObjectId lineId;
+  auto* line = new AcDbLine(AcGePoint3d(0, 0, 0), AcGePoint3d(1, 0, 0));
+  {
+    AcDbObjectPointer<AcDbBlockTableRecord> ms(db.modelSpaceId(), AcDb::kForWrite);
+    ASSERT_EQ(ms->appendAcDbEntity(lineId, line), Acad::eOk);
+  }
+  line->erase();
+  line->close();
+  const Linked rec{3, {1, 2, 3}, lineId};
+  AcDbDwgMemoryFiler file(&db, AcDb::kFileFiler), undo(&db, AcDb::kUndoFiler);
+  ASSERT_EQ(LinkedTable().dwgOut(&file, rec), Acad::eOk);
+  ASSERT_EQ(LinkedTable().dwgOut(&undo, rec), Acad::eOk);
+  EXPECT_LT(file.buffer().size(), undo.buffer().size()) << "the file keeps the flag alone";
+  undo.rewind();
+  Linked back;
+  ASSERT_EQ(LinkedTable().dwgIn(&undo, back), Acad::eOk);
+  EXPECT_EQ(back.target, lineId);
+
+  // Read where no object has that handle: the id stays null and the read goes on.
+  AcDbDatabase other(false, true);
+  AcDbDwgMemoryFiler elsewhere(&other, AcDb::kFileFiler);
+  elsewhere.setCreateIdsOnRead(false);
+  elsewhere.setBuffer(undo.buffer());
+  back.target = lineId;
+  EXPECT_EQ(LinkedTable().dwgIn(&elsewhere, back), Acad::eOk);
+  EXPECT_TRUE(back.target.isNull());
+
+  AcDbDwgMemoryFiler unfinished;
+  ASSERT_EQ(LinkedTable().dwgOut(&unfinished, Linked{-1, {}, lineId}), Acad::eOk);
+  EXPECT_EQ(unfinished.buffer().size(), 8u) << "version and key";
 }
 
 }  // namespace

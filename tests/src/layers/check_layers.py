@@ -7,13 +7,14 @@ import re
 import sys
 
 # Rank of each folder: a folder may include a folder of lower rank. The grid stands alone.
-RANKS = {"bridge": 1, "filing": 1, "database": 2, "loads": 2, "ductwork": 3, "dialogs": 3, "module": 4,
+RANKS = {"bridge": 1, "filing": 1, "database": 2, "loads": 2, "ductwork": 3, "rooms": 3, "dialogs": 3, "module": 4,
          "grid": 1}
 PUBLIC = {
     "bridge": {"bridge.h"},
     "filing": {"filing.h"},
     "database": {"database.h"},
     "ductwork": {"KvDuct.h", "ductrows.h"},
+    "rooms": {"rooms.h"},
     "loads": {"loads.h", "loadslisp.h"},
     "dialogs": {"dialogs.h"},
     "module": {"module.h"},

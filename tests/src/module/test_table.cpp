@@ -59,15 +59,10 @@ TEST(LispFunctionTable, NotBuiltRows) {
   std::vector<std::wstring> expected = {
       L"kv_hvac-solidUnion", L"kv_hvac-solidSlice", L"kv_hvac-drawTripleFitting",
       L"kv_hvac-drawTripleCenter", L"kv_hvac-drawTripleDiffuser", L"kv_hvac-ExplodeSolid",
-      L"kv_hvac-room-draw", L"kv_hvac-room-getPoints", L"kv_hvac-room-getLeaderPoints",
-      L"kv_hvac-room-setPoints", L"kv_hvac-room-getArea", L"kv_hvac-room-updateIndex",
-      L"kv_hvac-room-find", L"kv_hvac-room-insertPoint", L"kv_hvac-room-removePoint",
-      L"kv_hvac-room-updateLabel", L"kv_hvac-room-updateAttributes", L"kv_hvac-room-setPointInfo",
-      L"kv_hvac-room-insert", L"kv_hvac-addDuctToDwg", L"kv_hvac-zoneTree",
+      L"kv_hvac-addDuctToDwg", L"kv_hvac-zoneTree",
       L"kv_hvac-floorTree", L"kvDuct", L"kvbreak", L"kvductforce",
       L"kv_hvac-insertDuct-likePlumbing", L"kv_hvac-getDuctCoord",
-      L"kv_hvac-loadDetail",
-      L"kv_hvac-room-setLeaderLocation", L"kv_hvac-duct-fillet", L"kv_hvac-room-toggleLeader",
+      L"kv_hvac-loadDetail", L"kv_hvac-duct-fillet",
   };
   EXPECT_EQ(NotBuiltLispFunctions(), expected);
 }
