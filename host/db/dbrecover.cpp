@@ -122,6 +122,13 @@ bool recordAt(Cursor& c, std::size_t classes, Record* out) {
   return true;
 }
 
+// A damaged first line still marks a drawing; another kind of file shares little of it.
+bool looksLikeADrawing(const std::vector<unsigned char>& b) {
+  int same = 0;
+  for (std::size_t i = 0; i < sizeof kMagic; ++i) same += b[i] == static_cast<unsigned char>(kMagic[i]);
+  return same >= 6;
+}
+
 bool endAt(const std::vector<unsigned char>& b, std::size_t at) {
   return at + 8 <= b.size() && std::memcmp(b.data() + at, kEndMagic, 8) == 0;
 }
@@ -400,7 +407,7 @@ Acad::ErrorStatus acdbRecoverDwgFile(AcDbDatabase* db, const ACHAR* fileName, Ac
   std::ifstream in(path, std::ios::binary);
   if (!in) return Acad::eFileAccessErr;
   std::vector<unsigned char> bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-  if (bytes.size() < kVarsAt || std::memcmp(bytes.data(), kMagic, 6) != 0) return Acad::eInvalidDwgVersion;
+  if (bytes.size() < kVarsAt || !looksLikeADrawing(bytes)) return Acad::eInvalidDwgVersion;
   Scan scan;
   std::size_t objectsAt = 0;
   if (!scanHeader(bytes, scan, report, objectsAt)) {
