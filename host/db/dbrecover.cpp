@@ -86,11 +86,8 @@ bool readVar(Cursor& c, std::wstring& name, AcDbSysVarValue& v) {
   return false;
 }
 
-bool printable(const std::string& s) {
-  return !s.empty() && std::all_of(s.begin(), s.end(), [](char ch) { return ch >= 0x20 && ch < 0x7F; });
-}
-
-// The class table at the cursor, then the object count; false when it does not look like one.
+// The class table at the cursor; false when it does not look like one. A damaged name is kept:
+// its objects then fail to read one by one instead of losing the whole table.
 bool readClasses(Cursor& c, std::vector<kvdb::RecordClass>& out) {
   std::uint32_t n = 0;
   if (!c.get(n) || n == 0 || n > kMaxClasses) return false;
@@ -98,7 +95,7 @@ bool readClasses(Cursor& c, std::vector<kvdb::RecordClass>& out) {
   for (std::uint32_t i = 0; i < n; ++i) {
     std::string name, dxf;
     std::uint8_t entity = 0;
-    if (!c.text(name, kMaxName) || !printable(name) || !c.text(dxf, kMaxName) || !c.get(entity) || entity > 1 ||
+    if (!c.text(name, kMaxName) || name.empty() || !c.text(dxf, kMaxName) || !c.get(entity) || entity > 1 ||
         !c.skip(12))
       return false;
     out.push_back({acrxFromUtf8(name), acrxFromUtf8(dxf), entity == 1});

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <set>
 #include <sstream>
 
 #include "ProjectDatabase.h"
@@ -123,6 +124,23 @@ bool dwgHasEmptyRecord(const std::vector<unsigned char>& b) {
   return false;
 }
 
+// Whether a group 370 carries a value outside the line weights: a known fault's input.
+bool dxfHasBadLineWeight(const std::vector<unsigned char>& b) {
+  static const std::set<std::string> valid = {"-3", "-2", "-1", "0", "5", "9", "13", "15", "18", "20", "25", "30",
+                                              "35", "40", "50", "53", "60", "70", "80", "90", "100", "106", "120",
+                                              "140", "158", "200", "211"};
+  std::istringstream lines(std::string(b.begin(), b.end()));
+  for (std::string code, value; std::getline(lines, code) && std::getline(lines, value);) {
+    auto trim = [](std::string& s) {
+      while (!s.empty() && (s.back() == '\r' || s.back() == ' ')) s.pop_back();
+      s.erase(0, s.find_first_not_of(' '));
+    };
+    trim(code), trim(value);
+    if (code == "370" && !valid.contains(value)) return true;
+  }
+  return false;
+}
+
 std::uint32_t inflated(std::uint32_t v, Rng& rng) {
   static const std::uint32_t big[] = {0xFFFFFFFFu, 0x7FFFFFFFu, 0x80000000u, 0x10000000u, 0x00FFFFFFu, 65536};
   switch (rng.below(3)) {
@@ -194,6 +212,7 @@ std::vector<unsigned char> mutate(FileKind kind, const std::vector<unsigned char
       }
     }
     if (avoidKnown && kind == FileKind::Dwg && dwgHasEmptyRecord(b)) continue;
+    if (avoidKnown && kind == FileKind::Dxf && dxfHasBadLineWeight(b)) continue;
     return b;
   }
   return seed;

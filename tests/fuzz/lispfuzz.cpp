@@ -277,7 +277,7 @@ std::vector<LispFunction> listFunctions(const LispOptions& o, const LispRules& r
       "    (setq n (1+ n)))\n"
       "  ok)\n"
       "(defun kvfuzz-nils (n / l) (repeat n (setq l (cons nil l))) l)\n"
-      "(foreach s (atoms-family 0) (if (member (type (vl-symbol-value s)) '(SUBR EXSUBR))"
+      "(foreach s (atoms-family 0) (if (member (type (vl-symbol-value s)) '(SUBR EXRXSUBR))"
       " (progn (setq a (if (member (strcase (vl-symbol-name s) T) kvfuzz-unprobed) \"\" (kvfuzz-arity s)))"
       " (princ (strcat \"\\nkvfuzz-fn \" (vl-symbol-name s) a)))))\n"
       "(princ \"\\n\")\n";
