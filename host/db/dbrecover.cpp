@@ -88,19 +88,41 @@ bool readVar(Cursor& c, std::wstring& name, AcDbSysVarValue& v) {
 
 // The class table at the cursor; false when it does not look like one. A damaged name is kept:
 // its objects then fail to read one by one instead of losing the whole table.
+bool readClass(Cursor& c, kvdb::RecordClass& out) {
+  std::string name, dxf;
+  std::uint8_t entity = 0;
+  if (!c.text(name, kMaxName) || name.empty() || !c.text(dxf, kMaxName) || !c.get(entity) || entity > 1 || !c.skip(12))
+    return false;
+  out = {acrxFromUtf8(name), acrxFromUtf8(dxf), entity == 1};
+  return true;
+}
+
 bool readClasses(Cursor& c, std::vector<kvdb::RecordClass>& out) {
   std::uint32_t n = 0;
   if (!c.get(n) || n == 0 || n > kMaxClasses) return false;
-  out.clear();
-  for (std::uint32_t i = 0; i < n; ++i) {
-    std::string name, dxf;
-    std::uint8_t entity = 0;
-    if (!c.text(name, kMaxName) || name.empty() || !c.text(dxf, kMaxName) || !c.get(entity) || entity > 1 ||
-        !c.skip(12))
-      return false;
-    out.push_back({acrxFromUtf8(name), acrxFromUtf8(dxf), entity == 1});
-  }
+  out.assign(n, {});
+  for (kvdb::RecordClass& entry : out)
+    if (!readClass(c, entry)) return false;
   return true;
+}
+
+bool objectsFollow(const std::vector<unsigned char>& b, std::size_t at, std::size_t classes);
+
+// A class table whose count is damaged: entries read one after another, and the longest run
+// that the object count and a trusted record follow is taken.
+bool readClassesWithoutCount(const std::vector<unsigned char>& b, std::size_t at, std::vector<kvdb::RecordClass>& out,
+                             std::size_t& end) {
+  Cursor c(b, at);
+  std::vector<std::pair<kvdb::RecordClass, std::size_t>> run;
+  for (kvdb::RecordClass entry; run.size() < kMaxClasses && readClass(c, entry);) run.emplace_back(entry, c.at());
+  for (std::size_t n = run.size(); n > 0; --n) {
+    if (!objectsFollow(b, run[n - 1].second, n)) continue;
+    out.clear();
+    for (std::size_t i = 0; i < n; ++i) out.push_back(run[i].first);
+    end = run[n - 1].second;
+    return true;
+  }
+  return false;
 }
 
 // Whether a record starts at the cursor: a known class, a plausible handle, bytes and a picture
@@ -139,6 +161,13 @@ bool trustedRecordAt(const std::vector<unsigned char>& b, std::size_t at, std::s
   return recordAt(next, classes, nullptr);
 }
 
+// The object count at `at`, then the end mark or a trusted record.
+bool objectsFollow(const std::vector<unsigned char>& b, std::size_t at, std::size_t classes) {
+  Cursor c(b, at);
+  std::uint64_t count = 0;
+  return c.get(count) && (endAt(b, c.at()) || trustedRecordAt(b, c.at(), classes));
+}
+
 // Header variables, then the class table; when the variables are damaged the class table is
 // looked for further on, as its position is lost with them.
 bool scanHeader(const std::vector<unsigned char>& b, Scan& s, AcDbRecoverReport& report, std::size_t& objectsAt) {
@@ -160,9 +189,11 @@ bool scanHeader(const std::vector<unsigned char>& b, Scan& s, AcDbRecoverReport&
   s.vars.clear();
   for (std::size_t at = kVarsAt; at + 4 < b.size(); ++at) {
     Cursor probe(b, at);
-    if (readClasses(probe, s.classes) && probe.get(count) && (endAt(b, probe.at()) || trustedRecordAt(b, probe.at(), s.classes.size()))) {
+    std::size_t end = 0;
+    bool found = readClasses(probe, s.classes) && objectsFollow(b, end = probe.at(), s.classes.size());
+    if (found || readClassesWithoutCount(b, at + 4, s.classes, end)) {
       report.bytesSkipped += at - kVarsAt;
-      objectsAt = probe.at();
+      objectsAt = end + 8;
       return true;
     }
   }

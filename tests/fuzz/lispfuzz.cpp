@@ -263,6 +263,10 @@ std::vector<LispFunction> listFunctions(const LispOptions& o, const LispRules& r
   std::string unprobed = "(setq kvfuzz-unprobed '(";
   for (const auto* set : {&rules.noArgs, &rules.plainSymbols, &rules.skipped})
     for (const std::string& name : *set) unprobed += " \"" + name + "\"";
+  // Under --avoid-known the functions avoided whatever their arguments are not probed either.
+  if (o.avoidKnown)
+    for (const auto& [function, kind] : rules.avoid)
+      if (kind == "*" && function != "*") unprobed += " \"" + function + "\"";
   unprobed += "))\n";
   // Each function once with 0 to 9 nils: the counts that do not draw an arity error are the
   // ones most calls use. Functions with rules are not probed; they are called as the rules say.
@@ -278,7 +282,8 @@ std::vector<LispFunction> listFunctions(const LispOptions& o, const LispRules& r
       "  ok)\n"
       "(defun kvfuzz-nils (n / l) (repeat n (setq l (cons nil l))) l)\n"
       "(foreach s (atoms-family 0) (if (member (type (vl-symbol-value s)) '(SUBR EXRXSUBR))"
-      " (progn (setq a (if (member (strcase (vl-symbol-name s) T) kvfuzz-unprobed) \"\" (kvfuzz-arity s)))"
+      " (progn (setq a (if (vl-some '(lambda (p) (wcmatch (strcase (vl-symbol-name s) T) p)) kvfuzz-unprobed)"
+      " \"\" (kvfuzz-arity s)))"
       " (princ (strcat \"\\nkvfuzz-fn \" (vl-symbol-name s) a)))))\n"
       "(princ \"\\n\")\n";
   std::string folder = o.work + "/functions";

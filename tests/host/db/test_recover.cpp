@@ -178,6 +178,19 @@ TEST(DbRecover, DamagedStretchesAreSkippedAndCutFilesKeepTheirStart) {
   EXPECT_EQ(cut.entities, (std::vector<std::string>{"AcDbLine@DOOMED", "AcDbLine@0", "AcDbMText@0"}));
 }
 
+// The class table's count inflated: the table is found by its entries, and nothing is lost.
+TEST(DbRecover, AClassTableWithADamagedCountIsReadByItsEntries) {
+  std::string bytes = sampleDrawing();
+  std::size_t at = bytes.find("AcDbBlockTable");
+  ASSERT_NE(at, std::string::npos);
+  bytes.replace(at - 8, 4, "\xFF\xFF\x00\x00");
+  Recovered r = tryBoth(bytes, "classcount.dwg");
+  EXPECT_NE(r.opened, Acad::eOk);
+  ASSERT_EQ(r.recovered, Acad::eOk);
+  EXPECT_EQ(r.report.dropped, 0u);
+  EXPECT_EQ(r.entities.size(), 5u);
+}
+
 TEST(DbRecover, WhatIsNoDrawingIsRefused) {
   EXPECT_EQ(tryBoth("not a drawing at all, just some text that is long enough to pass for one" + std::string(100, 'x'),
                     "text.dwg").recovered,
