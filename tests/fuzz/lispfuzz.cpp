@@ -1,6 +1,8 @@
 // The LISP-call fuzzer's generator, batches and minimising of a failing batch.
 #include "lispfuzz.h"
 
+#include "lisp.h"
+
 #include <cctype>
 #include <cmath>
 #include <cstdio>
@@ -71,6 +73,16 @@ bool matches(const std::string& pattern, const std::string& name) {
 class CallWriter {
  public:
   CallWriter(Rng& rng, const std::vector<std::string>& pool) : rng_(rng), pool_(pool) {}
+
+  // An argument for the parameter a signature names: mostly of the kinds the word suggests, so
+  // calls get past the type checks to the code behind them.
+  std::string argumentFor(const std::string& word) {
+    const std::vector<const char*>& fits = kindsForWord(word);
+    if (fits.empty() || rng_.chance(25)) return argument();
+    std::string kind = fits[rng_.below(fits.size())];
+    kinds_.insert(kind);
+    return write(kind, 0);
+  }
 
   std::string argument(int depth = 0) {
     static const char* const kinds[] = {"nil", "t", "int", "int", "bigint", "real", "real", "huge", "nonfinite",
@@ -150,6 +162,37 @@ class CallWriter {
     if (pool_.empty() || plainSymbols) return "'fz-sym";
     return "'" + pool_[rng_.below(pool_.size())];
   }
+  static const std::vector<const char*>& kindsForWord(const std::string& word) {
+    static const std::vector<const char*> none, enames = {"ename", "ename", "erased", "closed-ename"},
+        sets = {"ss", "ss", "closed-ss"}, files = {"file", "file", "closed-file"},
+        points = {"point", "point", "point", "nil", "list"}, pointLists = {"points", "points", "deep"},
+        texts = {"string", "string", "string", "long-string", "bad-utf8", "nil"},
+        numbers = {"int", "int", "real", "real", "bigint", "huge", "nonfinite"},
+        lists = {"list", "dxf-list", "pair", "deep", "nil"}, functions = {"function", "lambda", "subr"},
+        symbols = {"symbol", "function"}, flags = {"nil", "t"};
+    auto has = [&](std::initializer_list<const char*> parts) {
+      for (const char* p : parts)
+        if (word.find(p) != std::string::npos) return true;
+      return false;
+    };
+    if (has({"ename", "ent"})) return enames;
+    if (word == "ss") return sets;
+    if (word == "file") return files;
+    if (word == "points") return pointLists;
+    if (has({"pt", "point", "start", "end", "corner", "junction", "position", "dir"})) return points;
+    if (has({"round", "next", "disp", "flag", "distinct"})) return flags;
+    if (has({"fn", "function", "predicate"})) return functions;
+    if (has({"sym"})) return symbols;
+    if (has({"list", "lst", "filter", "items", "alist"})) return lists;
+    if (has({"str", "name", "text", "path", "mode", "pattern", "kind", "sql", "key", "folder", "table", "title",
+             "handle", "drawing", "line", "column", "char"}))
+      return texts;
+    if (has({"n", "i", "x", "y", "a", "b", "count", "status", "colo", "width", "depth", "from", "to", "format",
+             "radius", "angle", "ratio", "neck", "length", "type", "spacing", "num", "prec", "mode", "units"}))
+      return numbers;
+    return none;
+  }
+
   std::string write(const std::string& kind, int depth) {
     if (kind == "nil") return "nil";
     if (kind == "t") return "T";
@@ -181,6 +224,11 @@ class CallWriter {
       return s + ")";
     }
     if (kind == "point") return point();
+    if (kind == "points") {
+      std::string p = "(list";
+      for (std::uint64_t i = 0, n = rng_.below(5); i < n; ++i) p += " " + point();
+      return p + ")";
+    }
     if (kind == "pair") return "(cons " + std::to_string(kDxfCodes[rng_.below(std::size(kDxfCodes))]) + " " + scalar() + ")";
     if (kind == "dxf-list") return dxfList(false);
     if (kind == "lineweight") return dxfList(true);
@@ -244,6 +292,29 @@ void readLispRules(const std::string& path, LispRules& rules) {
   }
 }
 
+// The parameter words of a host function's signature, "(entget ename [applist])" giving ename and
+// applist; a rest word ("args...") stands for each further argument. None for functions that
+// this program's host libraries do not define (the module's).
+std::vector<std::string> signatureWords(const std::string& name) {
+  const kvlisp::NativeDef* def = kvlisp::findNative(name);
+  std::vector<std::string> out;
+  if (def == nullptr || def->signature == nullptr) return out;
+  std::string sig = def->signature;
+  for (char& c : sig)
+    if (c == '(' || c == ')' || c == '[' || c == ']') c = ' ';
+  std::istringstream words(sig);
+  std::string word;
+  words >> word;  // the name
+  while (words >> word) {
+    bool rest = word.ends_with("...");
+    if (rest) word.resize(word.size() - 3);
+    for (int i = 0; i < (rest ? 8 : 1); ++i) out.push_back(word);
+  }
+  for (std::string& w : out)
+    for (char& c : w) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  return out;
+}
+
 std::vector<std::string> kvhostArgs(const LispOptions& o, const std::string& folder, const std::string& script) {
   return {o.kvhost, "--project", folder, "--open", folder + "/fz.dwg", folder + "/" + script};
 }
@@ -299,6 +370,7 @@ std::vector<LispFunction> listFunctions(const LispOptions& o, const LispRules& r
     words >> f.name;
     for (char& c : f.name) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
     for (int n; words >> n;) f.counts.push_back(n);
+    f.params = signatureWords(f.name);
     functions.push_back(std::move(f));
   }
   return functions;
@@ -326,7 +398,8 @@ std::string batchScript(const LispOptions& o, const LispRules& rules, const std:
       int n = rules.noArgs.contains(fn)                  ? 0
               : !f.counts.empty() && rng.chance(80) ? f.counts[rng.below(f.counts.size())]
                                                      : argumentCount(rng);
-      for (int k = 0; k < n; ++k) args += " " + w.argument();
+      for (int k = 0; k < n; ++k)
+        args += " " + (k < static_cast<int>(f.params.size()) ? w.argumentFor(f.params[k]) : w.argument());
       bool avoid = false;
       if (o.avoidKnown) {
         avoid = rules.avoided(fn, "*");

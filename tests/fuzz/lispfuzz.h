@@ -43,6 +43,7 @@ struct LispOptions {
 struct LispFunction {
   std::string name;  // lower case
   std::vector<int> counts;
+  std::vector<std::string> params;  // the words of a host function's signature, when it has one
 };
 
 // The functions of a fresh document (the host's subroutines and the module's), by asking
