@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <map>
 #include <set>
 #include <sstream>
 
@@ -115,12 +116,86 @@ std::vector<std::size_t> dwgCountFields(const std::vector<unsigned char>& b) {
   return out;
 }
 
-// Whether every record of a drawing still has bytes: an empty record is a known fault's input.
-bool dwgHasEmptyRecord(const std::vector<unsigned char>& b) {
+// The object records of a drawing as far as they can be walked: class name, entity or not,
+// handle, where the bytes start and how many.
+struct DwgRecord {
+  std::string cls;
+  bool entity = false;
+  std::uint64_t handle = 0;
+  std::size_t at = 0, size = 0;
+};
+
+std::vector<DwgRecord> dwgRecords(const std::vector<unsigned char>& b, std::size_t* stop = nullptr) {
+  std::vector<DwgRecord> out;
+  if (stop != nullptr) *stop = 0;
+  std::vector<std::pair<std::string, bool>> classes;
   std::vector<std::size_t> fields = dwgCountFields(b);
-  for (std::size_t i = 0; i < fields.size(); ++i)
-    if (fields[i] > 120 && i + 1 < fields.size() && fields[i + 1] == fields[i] + 12 && get32(b, fields[i]) == 0)
+  if (fields.size() < 2) return out;
+  std::size_t at = fields[1] + 4;  // the class count's offset is the second field
+  auto text = [&] {
+    std::size_t n = get32(b, at);
+    std::string t = at + 4 + n <= b.size() ? std::string(b.begin() + at + 4, b.begin() + at + 4 + n) : "";
+    at += 4 + n;
+    return t;
+  };
+  for (std::uint32_t i = 0, n = get32(b, fields[1]); i < n && at < b.size() && i < 4096; ++i) {
+    std::string name = text();
+    text();
+    classes.emplace_back(name, at < b.size() && b[at] == 1);
+    at += 13;
+  }
+  at += 8;
+  while (b.size() > 8 && at + 16 < b.size() - 8) {
+    std::uint32_t cls = get32(b, at), size = get32(b, at + 12);
+    std::uint64_t handle = get32(b, at + 4) | std::uint64_t{get32(b, at + 8)} << 32;
+    if (cls >= classes.size() || size > b.size() - at - 16) break;
+    out.push_back({classes[cls].first, classes[cls].second, handle, at + 16, size});
+    at += 16 + size;
+    std::uint32_t lines = get32(b, at);
+    at += 4;
+    for (std::uint32_t i = 0; i < lines && at < b.size(); ++i) at += 4 + 24 * std::size_t{get32(b, at)};
+    if (stop != nullptr) *stop = at;
+  }
+  return out;
+}
+
+// Whether some record of a drawing has no bytes: an empty record is a known fault's input.
+bool dwgHasEmptyRecord(const std::vector<unsigned char>& b) {
+  for (const DwgRecord& r : dwgRecords(b))
+    if (r.size == 0) return true;
+  return false;
+}
+
+bool validLineWeight(int v) {
+  static const std::set<int> valid = {-3, -2, -1, 0, 5, 9, 13, 15, 18, 20, 25, 30, 35, 40, 50, 53, 60, 70,
+                                      80, 90, 100, 106, 120, 140, 158, 200, 211};
+  return valid.contains(v);
+}
+
+// Whether a drawing may carry a line weight that does not exist: an entity's own field (after
+// owner, extended data, layer, linetype and colour) read where it can be, and any change to a
+// record whose field cannot be placed (extended data before it, a layer) taken as such.
+bool dwgMayHaveBadLineWeight(const std::vector<unsigned char>& b, const std::vector<unsigned char>& seed) {
+  std::map<std::uint64_t, DwgRecord> before;
+  for (const DwgRecord& r : dwgRecords(seed)) before[r.handle] = r;
+  std::size_t stop = 0;
+  std::vector<DwgRecord> records = dwgRecords(b, &stop);
+  // Past where the walk stopped recovery may still find records: any change there counts.
+  for (std::size_t i = stop; i < b.size() && i < seed.size(); ++i)
+    if (b[i] != seed[i]) return true;
+  for (const DwgRecord& r : records) {
+    bool placed = r.entity && r.size >= 36 && get32(b, r.at + 8) == 0;
+    if (placed) {
+      auto lw = static_cast<std::int16_t>(b[r.at + 34] | b[r.at + 35] << 8);
+      if (!validLineWeight(lw)) return true;
+      continue;
+    }
+    if (!r.entity && r.cls.find("LayerTableRecord") == std::string::npos) continue;
+    auto it = before.find(r.handle);
+    if (it == before.end() || it->second.size != r.size ||
+        !std::equal(b.begin() + r.at, b.begin() + r.at + r.size, seed.begin() + it->second.at))
       return true;
+  }
   return false;
 }
 
@@ -211,7 +286,7 @@ std::vector<unsigned char> mutate(FileKind kind, const std::vector<unsigned char
           }
       }
     }
-    if (avoidKnown && kind == FileKind::Dwg && dwgHasEmptyRecord(b)) continue;
+    if (avoidKnown && kind == FileKind::Dwg && (dwgHasEmptyRecord(b) || dwgMayHaveBadLineWeight(b, seed))) continue;
     if (avoidKnown && kind == FileKind::Dxf && dxfHasBadLineWeight(b)) continue;
     return b;
   }
