@@ -157,6 +157,16 @@ TEST(DbRecover, AReferenceToALostObjectIsCleared) {
   EXPECT_EQ(r.entities.size(), 5u);
 }
 
+// Model space itself lost: its entities are given the new drawing's model space as owner.
+TEST(DbRecover, EntitiesWhoseBlockIsLostGoToModelSpace) {
+  Recovered r = tryBoth(withBrokenText(sampleDrawing(), "*Model_Space"), "lostmodelspace.dwg");
+  EXPECT_NE(r.opened, Acad::eOk);
+  ASSERT_EQ(r.recovered, Acad::eOk);
+  EXPECT_EQ(r.report.ownersRebuilt, 5u);
+  EXPECT_TRUE(mentions(r.report, "had lost its owner: now in model space"));
+  EXPECT_EQ(r.entities.size(), 5u);
+}
+
 // Garbage over a record's header and a cut-off end: the stretch is skipped to the next record
 // that makes sense, and what comes before a cut is kept.
 TEST(DbRecover, DamagedStretchesAreSkippedAndCutFilesKeepTheirStart) {
