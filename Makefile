@@ -14,7 +14,7 @@ export ASAN_OPTIONS ?= detect_leaks=1:abort_on_error=0
 export UBSAN_OPTIONS ?= print_stacktrace=1:halt_on_error=1
 export LSAN_OPTIONS ?= suppressions=$(CURDIR)/tests/lsan.supp
 
-.PHONY: all deps configure build test demo bench clean
+.PHONY: all deps configure build test demo bench fuzz clean
 
 all: build
 
@@ -39,6 +39,18 @@ demo: build
 bench: configure
 	@cmake --build $(BUILD) -j $(JOBS) --target bench_all kvhost
 	@scripts/run-benchmarks $(BUILD)
+
+# The fuzzers at length: COUNT batches each (200 LISP calls or 100 files a batch), from SEED.
+# Failing inputs are kept in $(BUILD)/fuzz/kept; copy one to tests/fuzz/cases to replay it in ctest.
+# Known faults are met too; KNOWN=avoid leaves them out as the ctest budget does.
+COUNT ?= 100
+SEED ?= $(shell date +%s)
+FUZZ_ARGS = --seed $(SEED) --batches $(COUNT) --save $(BUILD)/fuzz/kept $(if $(filter avoid,$(KNOWN)),--avoid-known)
+fuzz: build
+	@$(BUILD)/kvfuzz lisp $(BUILD)/kvhost $(BUILD)/fuzz/lisp $(FUZZ_ARGS) --calls 200 \
+	  --rules tests/fuzz/lisp-rules.txt --rules tests/fuzz/known-faults.txt; s1=$$?; \
+	for k in dwg dxf kv; do $(BUILD)/kvfuzz $$k $(BUILD)/kvhost $(BUILD)/fuzz/$$k $(FUZZ_ARGS) --files 100 || s1=1; done; \
+	exit $$s1
 
 clean:
 	rm -rf build build-asan

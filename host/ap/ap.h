@@ -143,6 +143,9 @@ class AcApDocManager : public AcRxObject {
   AcApDocument* openDocument(const ACHAR* path, Acad::ErrorStatus* status = nullptr);
   // Host: a new unsaved drawing "DrawingN.dwg", made current.
   AcApDocument* newDocument();
+  // Host: a drawing made elsewhere (a recovered one) as a new document named `path`, not yet
+  // saved there, made current. Null when a document of that name is open.
+  AcApDocument* adoptDocument(const ACHAR* path, std::unique_ptr<AcDbDatabase> db);
   // Host: saves under its name (eNotApplicable when unnamed), as another name, or automatically
   // to the SAVEFILE path; each fires beginSave/saveComplete with the name actually written.
   Acad::ErrorStatus saveDocument(AcApDocument* pDoc);

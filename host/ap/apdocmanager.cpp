@@ -233,6 +233,14 @@ AcApDocument* AcApDocManager::newDocument() {
   return impl_->create(name, std::make_unique<AcDbDatabase>(true, false), false, false);
 }
 
+AcApDocument* AcApDocManager::adoptDocument(const ACHAR* path, std::unique_ptr<AcDbDatabase> db) {
+  if (path == nullptr || path[0] == 0 || db == nullptr) return nullptr;
+  for (const auto& d : impl_->docs)
+    if (d->impl()->path == path) return nullptr;
+  db->setFilename(path);
+  return impl_->create(path, std::move(db), true, false);
+}
+
 std::wstring AcApDocManager::autoSavePath(AcApDocument* pDoc) const {
   std::filesystem::path title(acrxToUtf8(pDoc ? pDoc->docTitle() : L"Drawing"));
   std::error_code ec;

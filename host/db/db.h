@@ -1449,6 +1449,25 @@ class AcDbDatabase : public AcRxObject {
   Impl* impl_;
 };
 
+// Host: recovering a damaged drawing. Opening refuses a drawing with one unreadable object;
+// recovery takes every record it can still read (skipping damaged stretches of the file up to
+// the next record that makes sense), clears references to what was lost, gives entities and
+// table records owners again (model space, their table), and reports what it dropped.
+struct AcDbRecoverReport {
+  std::size_t records = 0;            // object records found in the file
+  std::size_t kept = 0;               // of them, in the recovered drawing
+  std::size_t dropped = 0;            // unreadable, duplicated or with no place to go
+  std::size_t referencesCleared = 0;  // references to objects that are gone
+  std::size_t ownersRebuilt = 0;      // objects given a new owner
+  std::size_t bytesSkipped = 0;       // damaged stretches passed over
+  std::vector<std::string> notes;     // one line per thing dropped or repaired (UTF-8)
+};
+
+// Reads what it can of the drawing file into `db`, which must be a new database with its
+// defaults (AcDbDatabase(true)). eOk when anything was recovered; eFileNotFound,
+// eFileAccessErr, or eInvalidDwgVersion for a file that is not a drawing at all.
+Acad::ErrorStatus acdbRecoverDwgFile(AcDbDatabase* db, const ACHAR* fileName, AcDbRecoverReport& report);
+
 // ---------------------------------------------------------------------------------------------
 // Services
 

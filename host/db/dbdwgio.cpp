@@ -595,3 +595,13 @@ Acad::ErrorStatus AcDbDatabase::insert(AcDbObjectId& blockId, const ACHAR* pBloc
   btr->close();
   return Acad::eOk;
 }
+
+namespace kvdb {
+
+// Recovery reads records the same way as opening does.
+AcDbObject* readRecordObject(AcDbDatabase* db, const RecordClass& c, const std::vector<unsigned char>& payload,
+                             AcDbStub* stub, Acad::ErrorStatus& es) {
+  return readObject({c.name, c.dxfName, c.isEntity, acrxFindAcRxClass(c.name.c_str())}, db, payload, stub, es);
+}
+
+}  // namespace kvdb

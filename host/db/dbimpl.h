@@ -136,4 +136,14 @@ Acad::ErrorStatus dxfGroupsOf(const AcDbObject* obj, AcDbDxfMemoryFiler& filer);
 // After a drawing is read: name indexes of the tables, and model space queued for the index.
 void afterLoad(AcDbDatabase::Impl* impl);
 
+// The class of an object record of a drawing file, as its class table names it.
+struct RecordClass {
+  std::wstring name, dxfName;
+  bool isEntity = false;
+};
+// The object of one record read from its bytes into its slot: the class's own, or a proxy. A
+// status other than eOk leaves the object in the slot for the caller to take out.
+AcDbObject* readRecordObject(AcDbDatabase* db, const RecordClass& c, const std::vector<unsigned char>& payload,
+                             AcDbStub* stub, Acad::ErrorStatus& es);
+
 }  // namespace kvdb

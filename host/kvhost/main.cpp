@@ -20,13 +20,16 @@
 namespace {
 
 const char kUsage[] =
-    "usage: kvhost [--project DIR] [--open DRAWING]... [--input FILE] [-e EXPR]... [-i]\n"
-    "              [--no-module] [SCRIPT.lsp]...\n"
+    "usage: kvhost [--project DIR] [--open DRAWING]... [--recover DRAWING]... [--input FILE]\n"
+    "              [-e EXPR]... [-i] [--no-module] [SCRIPT.lsp]...\n"
     "\n"
     "Runs the HVAC module in the stand-in host.\n"
-    "  --project DIR    works in DIR (made when missing): the project of an unsaved drawing;\n"
-    "                   a new <DIR name>_kv_hvac.kv is made when DIR has no project file\n"
+    "  --project DIR    works in DIR (made when missing); a new <DIR name>_kv_hvac.kv is made\n"
+    "                   when DIR has no project file. Only drawings in DIR connect to it: give\n"
+    "                   --open DIR/NAME.dwg too (an unsaved drawing has no folder, no project)\n"
     "  --open DRAWING   opens a drawing, or creates it (the last one is current)\n"
+    "  --recover DRAWING  reads what it can of a damaged drawing and opens it as\n"
+    "                   NAME_recovered.dwg beside it, reporting what was dropped\n"
     "  --input FILE     fills the user-input queue (grammar: host/kvhost/README.md)\n"
     "  -e EXPR          evaluates a LISP expression\n"
     "  -i               an interactive LISP console after everything else\n"
@@ -50,6 +53,16 @@ struct Options {
   bool noModule = false;
 };
 
+// --recover runs the host's LISP recovery before the expressions and scripts that follow it.
+std::string recoverExpression(const std::string& path) {
+  std::string quoted;
+  for (char c : std::filesystem::absolute(path).lexically_normal().string()) {
+    if (c == '"' || c == '\\') quoted += '\\';
+    quoted += c;
+  }
+  return "(kvhost-recover \"" + quoted + "\")";
+}
+
 // Parses the command line; exits with 2 (or 0 for --help) when it cannot be followed.
 Options parseArgs(int argc, char** argv) {
   Options o;
@@ -67,6 +80,7 @@ Options parseArgs(int argc, char** argv) {
       std::exit(0);
     } else if (a == "--project") o.project = value(i);
     else if (a == "--open") o.drawings.push_back(value(i));
+    else if (a == "--recover") o.actions.push_back({false, recoverExpression(value(i))});
     else if (a == "--input") o.inputs.push_back(value(i));
     else if (a == "-e") o.actions.push_back({false, value(i)});
     else if (a == "-i") o.interactive = true;
@@ -246,6 +260,9 @@ int main(int argc, char** argv) {
   if (!o.project.empty()) {
     anchorPaths(o);
     if (!enterProject(o.project) || !ensureProjectFile()) return 2;
+    if (o.drawings.empty())
+      std::fprintf(stderr, "kvhost: the unsaved drawing is not in the project; to work in it, open a drawing there: "
+                   "kvhost --project %s --open %s/NAME.dwg\n", o.project.c_str(), o.project.c_str());
   }
   try {
     for (const std::string& f : o.inputs) kvinput::InputQueue::instance().loadFile(f);

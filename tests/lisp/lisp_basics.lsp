@@ -64,6 +64,14 @@
 (basics-check "bad input line" (basics-error '(kvhost-input "hop")) "kvhost-input: unknown event 'hop'")
 (kvhost-input-clear)
 
+;; atoms-family: what a document defines, found without a list of one's own.
+(setq basics-bound-later 1)
+(basics-check "atoms-family names bound symbols"
+              (atoms-family 1 '("CAR" "BASICS-BOUND-LATER" "BASICS-NEVER-BOUND"))
+              '("CAR" "BASICS-BOUND-LATER" nil))
+(basics-check "atoms-family lists them all" (and (member 'CAR (atoms-family 0)) (member 'BASICS-CHECK (atoms-family 0)) T) T)
+(basics-check "atoms-family format" (basics-error '(atoms-family 2)) "bad argument type: fixnump: 2")
+
 (if (> basics-failures 0) (exit 1))
 (princ "\nLISP basics: all passed\n")
 (princ)

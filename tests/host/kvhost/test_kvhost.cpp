@@ -43,6 +43,12 @@ HostRun kvhost(const std::string& args, const std::string& env = "", const std::
   return r;
 }
 
+// What --project without --open says on standard error: how to open a drawing in the project.
+std::string projectHint(const std::string& dir) {
+  return "--stderr--kvhost: the unsaved drawing is not in the project; to work in it, open a drawing there: "
+         "kvhost --project " + dir + " --open " + dir + "/NAME.dwg\n";
+}
+
 fs::path tempDir(const std::string& name) {
   fs::path d = fs::path(::testing::TempDir()) / name;
   fs::remove_all(d);
@@ -124,7 +130,7 @@ TEST(Kvhost, CommandLine) {
   std::ofstream(dir / "proj" / "proj_kv_hvac.kv") << "";
   r = kvhost("--project proj script.lsp", "", "cd " + dir.string() + " &&");
   EXPECT_EQ(r.status, 0);
-  EXPECT_EQ(r.out, "[init][load]" + (dir / "proj" / "here.txt").string() + "[unload]")
+  EXPECT_EQ(r.out, "[init][load]" + (dir / "proj" / "here.txt").string() + "[unload]" + projectHint("proj"))
       << "scripts named before the move still load; the project folder is where kvhost works";
   r = kvhost("--project new/sub -e '(princ 1)'", "", "cd " + dir.string() + " &&");
   EXPECT_EQ(r.status, 0);
@@ -142,12 +148,14 @@ TEST(Kvhost, ProjectFolderWithoutAProjectFileGetsOne) {
   HostRun r = kvhost("--project " + (dir / "office").string() + " -e '(princ (kvdb-find \".\" \"kv_hvac\"))'");
   EXPECT_EQ(r.status, 0) << r.out;
   EXPECT_EQ(r.out, "kvhost: the project folder had no project file; created " + made.string() + "\n[init][load]" +
-                       "./office_kv_hvac.kv[unload]");
+                       "./office_kv_hvac.kv[unload]" + projectHint((dir / "office").string()));
   EXPECT_EQ(kvhost("-e '(princ (kvdb-query \"" + made.string() + "\" \"SELECT COUNT(*) FROM tblMonth\"))'").out,
             "[init][load](12)[unload]")
       << "a full project, not an empty file";
   r = kvhost("--project " + (dir / "office").string() + " -e '(princ 1)'");
-  EXPECT_EQ(r.out, "[init][load]1[unload]") << "the second run finds it";
+  EXPECT_EQ(r.out, "[init][load]1[unload]" + projectHint((dir / "office").string())) << "the second run finds it";
+  r = kvhost("--project " + (dir / "office").string() + " --open " + (dir / "office" / "a.dwg").string() + " -e '(princ 1)'");
+  EXPECT_EQ(r.out, "[init][load]1[unload]") << "with a drawing in the project there is nothing to say";
 
   fs::create_directories(dir / "old");
   std::ofstream(dir / "old" / "old_kv_hvac.mdb") << "";
@@ -158,7 +166,7 @@ TEST(Kvhost, ProjectFolderWithoutAProjectFileGetsOne) {
   std::ofstream(dir / "master" / "x_MASTER_kv_hvac.kv") << "";
   for (const char* folder : {"old", "two"}) {
     r = kvhost("--project " + (dir / folder).string() + " -e '(princ 1)'");
-    EXPECT_EQ(r.out, "[init][load]1[unload]") << folder;
+    EXPECT_EQ(r.out, "[init][load]1[unload]" + projectHint((dir / folder).string())) << folder;
   }
   EXPECT_EQ(std::distance(fs::directory_iterator(dir / "two"), fs::directory_iterator()), 2);
   r = kvhost("--project " + (dir / "master").string() + " -e '(princ 1)'");

@@ -1,0 +1,10 @@
+;; A selection set taken in a drawing that was closed since, passed to ssname.
+(setq home (kvhost-current))
+(kvhost-open "closed.dwg")
+(entmake '((0 . "LINE") (10 0.0 0.0 0.0) (11 1.0 1.0 0.0)))
+(setq gone (ssget "X"))
+(kvhost-activate home)
+(kvhost-close (strcat (vl-filename-directory home) "/closed.dwg"))
+(vl-catch-all-apply 'ssname (list gone 0))
+(vl-catch-all-apply 'sslength (list gone))
+(princ "\nkvfuzz: batch done\n")
