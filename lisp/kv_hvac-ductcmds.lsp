@@ -20,7 +20,7 @@
     (setq i (1+ i))
     (princ (strcat "\n  " (itoa i) ": " (duct-ftIn z))))
   (setq typed (vl-catch-all-apply 'getstring (list nil "\nNumber of the elevation: ")))
-  (if (and (= (type typed) 'STR) (setq n (atoi typed)) (>= n 1) (<= n (length elevations)))
+  (if (and (eq (type typed) 'STR) (setq n (atoi typed)) (>= n 1) (<= n (length elevations)))
     n))
 
 ;; The next pick, or nil for Enter or a cancel.
@@ -37,10 +37,13 @@
       (setq from to)))
   (reverse made))
 
-;; The duct under a pick: the first whose window around the point it crosses, or nil.
+;; The duct under a pick: the first whose window around the point it crosses, or nil. Only what
+;; the view shows can be selected, so the view is widened for the search and put back.
 (defun duct-atPick (p / ss)
-  (if (setq ss (ssget "C" (polar p (* pi 0.25) 2.0) (polar p (* pi 1.25) 2.0) '((0 . "KVDUCT"))))
-    (ssname ss 0)))
+  (command "_.ZOOM" "_V")
+  (setq ss (ssget "C" (polar p (* pi 0.25) 2.0) (polar p (* pi 1.25) 2.0) '((0 . "KVDUCT"))))
+  (command "_.ZOOM" "_P")
+  (if ss (ssname ss 0)))
 
 ;; Fillets two ducts picked one after the other: both are trimmed or extended to their meeting
 ;; point, and a vertical duct joins them when their elevations differ there.
