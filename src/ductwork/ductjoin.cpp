@@ -131,7 +131,8 @@ void MeetDuctsEnding(const SelectionSet& set, const AcGePoint3d& from, Template&
   const MetDucts met = CollectMet(set, from, true);
   const int k = static_cast<int>(met.size());
   if (k == 0) return;
-  pattern = defaultDuctRecord();
+  // Without a choice the duct is drawn on a bare record, at elevation 0, for the designer to see.
+  pattern = KvDuctDbInfo();
   if (k == 1 || met.allEqual()) {
     pattern = met.at(0);
     clearTemplateFields(*pattern);

@@ -77,6 +77,9 @@
 (setq typed (kvDuct '(1000 500) '(1200 700)))
 (check "the typed number names the second entry"
   (= (z10 typed) (nth 1 (car shown))))
+(kvhost-input "esc")
+(setq cancelled (kvDuct '(1000 500) '(800 700)))
+(check "a cancelled list leaves a bare record at 0" (and (= (z10 cancelled) 0.0) (= (z11 cancelled) 0.0)))
 (check "an entry out of range is no choice" (null (duct-elevationListDialog '(1.0 2.0) "p" -1 1)))
 (check "feet and inches" (= (duct-ftIn 123.5) "10'-3.50\""))
 (setq shown nil)
