@@ -1,12 +1,9 @@
 ;;; The application layer's side of the module's calls: every function the module asks of LISP.
 ;;; Each answers "no answer" (nil), which leaves the module's own default in force, until the
 ;;; part of the application that owns it replaces the definition. The duct graph, the duct
-;;; settings and the alignment conversions are in kv_hvac-ducts.lsp, the room table in
-;;; kv_hvac-rooms.lsp, and the data dialogs' queries and block replacement in kv_hvac-dialogs.lsp.
-
-;; Lets the user pick one of ELEVATIONS under PROMPT; answers the chosen index. No answer: the
-;; module keeps -1 (nothing chosen).
-(defun duct-elevationListDialog (elevations prompt none one) nil)
+;;; settings and the alignment conversions are in kv_hvac-ducts.lsp, the elevation list in
+;;; kv_hvac-ductcmds.lsp, the room table in kv_hvac-rooms.lsp, and the data dialogs' queries and
+;;; block replacement in kv_hvac-dialogs.lsp.
 
 ;; Tells the user that no drawing file defines the block NAME.
 (defun kvBlock-alertMissing (name)

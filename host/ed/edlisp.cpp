@@ -520,6 +520,17 @@ Value getpoint(Environment&, Args args) {
   return rc == RTNORM ? Value::point(p[0], p[1], p[2]) : Value();
 }
 
+// Text typed at a prompt; Enter gives "". A cancel is an error, as it is for getpoint.
+Value getstring(Environment&, Args args) {
+  std::wstring promptText;
+  for (const Value& a : args)
+    if (a.isString()) promptText = wide(a.asString());
+  ACHAR typed[512];
+  int rc = acedGetString(0, promptText.c_str(), typed, sizeof typed / sizeof typed[0]);
+  if (rc == RTCAN) throw kvlisp::Error("Function cancelled");
+  return rc == RTNORM ? text(std::wstring(typed)) : Value();
+}
+
 const kvlisp::NativeDef kFunctions[] = {
     {"kvhost-new", "(kvhost-new)", "A new unsaved drawing, made current; its name.", docNew},
     {"kvhost-open", "(kvhost-open path)", "Opens a drawing (made when the file does not exist) and makes it current.", docOpen},
@@ -551,6 +562,7 @@ const kvlisp::NativeDef kFunctions[] = {
     {"setvar", "(setvar name value)", "Sets a system variable; the value.", setvar},
     {"command", "(command [arg...])", "Runs a built-in command with its options (ZOOM, REGEN).", command},
     {"getpoint", "(getpoint [pt] [prompt])", "A point picked (from the input queue).", getpoint},
+    {"getstring", "(getstring [cr] [prompt])", "Text typed at a prompt (from the input queue).", getstring},
 };
 
 const kvlisp::NativeRegistrar registrar(kFunctions);

@@ -69,6 +69,20 @@ void appendAndClose(AcDbEntity* entity) {
   }
 }
 
+AcDbObjectId appendAndCloseId(AcDbEntity* entity) {
+  if (!entity) return AcDbObjectId();
+  switch (Append(entity)) {
+    case AppendResult::Appended: {
+      const AcDbObjectId id = entity->objectId();
+      entity->close();
+      return id;
+    }
+    case AppendResult::NotReached: delete entity; break;
+    case AppendResult::Refused: break;  // the drawing deleted it
+  }
+  return AcDbObjectId();
+}
+
 bool ensureBlock(const ACHAR* name, AcDbObjectId& blockId) {
   AcDbDatabase* database = CurrentDatabase();
   if (!name || !database) return false;

@@ -366,6 +366,8 @@ Acad::ErrorStatus OpenModelSpace(AcDbDatabase* drawing, AcDb::OpenMode mode,
 bool appendToModelSpace(AcDbEntity* entity);
 // Appends and closes the entity; on failure it is gone. Null does nothing.
 void appendAndClose(AcDbEntity* entity);
+// As appendAndClose; the new entity's id, null when it is gone.
+AcDbObjectId appendAndCloseId(AcDbEntity* entity);
 // Makes sure the current drawing defines the block `name`, reading it from "<name>.dwg" on the
 // host's search path when it does not. Missing file: the LISP layer is told and false.
 bool ensureBlock(const ACHAR* name, AcDbObjectId& blockId);

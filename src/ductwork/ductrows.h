@@ -102,3 +102,27 @@ LispStatus kv_hvac_setDuctInfo();
 LispStatus kv_hvac_getOldDuctInfo();
 // LISP kv_hvac-duct-getHangerList: an entity name; (("d" . distance) ...).
 LispStatus kv_hvac_duct_getHangerList();
+
+// ---------------------------------------------------------------------------------------------
+// Drawing, breaking and filleting ducts
+// ---------------------------------------------------------------------------------------------
+
+class KvDuct;
+// Makes entity (not yet in the drawing) a new duct from p1 to p2 whose row, elevations and
+// splits follow from the ducts at both ends; its new ixDuct, or 0 when no duct was made.
+std::int32_t drawDuctBetween(KvDuct& entity, const AcGePoint3d& p1, const AcGePoint3d& p2);
+
+// LISP kvDuct: two points; the new ixDuct, nil when no duct was made.
+LispStatus kvDuct();
+// LISP kvductforce: two points and a template ixDuct; a new duct on the template's pattern.
+LispStatus kvductforce();
+// LISP kvbreak: a duct's entity name and a point; the ixDuct of the new upstream piece, or 0.
+LispStatus kvbreak();
+// LISP kv_hvac-insertDuct-likePlumbing: ixDuct, two points, sizing text; the new entity.
+LispStatus kv_hvac_insertDuct_likePlumbing();
+// LISP kv_hvac-addDuctToDwg: ixDuct and two points; the new entity of an existing row.
+LispStatus kv_hvac_addDuctToDwg();
+// LISP kv_hvac-getDuctCoord: ixDuct; its frame as three lists of three reals, or nil.
+LispStatus kv_hvac_getDuctCoord();
+// LISP kv_hvac-duct-fillet: two (entity name, pick point) pairs; nil.
+LispStatus kv_hvac_duct_fillet();
