@@ -99,6 +99,20 @@ resbuf* threeClauseFilter() {
   return acutBuildList(RTDXF0, L"LINE,LWPOLYLINE", 8, L"LAYER[0-2]", -4, L"<NOT", 62, 1, -4, L"NOT>", RTNONE);
 }
 
+// Runs the selection once per iteration; what the last one found, and releases the filter.
+Adesk::Int32 selectEach(benchmark::State& state, const ACHAR* mode, const double* a, const double* b, resbuf* filter) {
+  ads_name ss;
+  Adesk::Int32 found = 0;
+  for (auto _ : state) {
+    if (acedSSGet(mode, a, b, filter, ss) == RTNORM) {
+      acedSSLength(ss, &found);
+      acedSSFree(ss);
+    }
+  }
+  acutRelRb(filter);
+  return found;
+}
+
 // One crossing selection of a small window; the view shows the whole drawing. With the second
 // argument 1 the selection carries the three-clause filter.
 void BM_SSGetCrossing(benchmark::State& state) {
@@ -109,15 +123,7 @@ void BM_SSGetCrossing(benchmark::State& state) {
   ads_name ss;
   acedSSGet(L"C", a, b, filter, ss);  // the index is built on the first query
   acedSSFree(ss);
-  Adesk::Int32 found = 0;
-  for (auto _ : state) {
-    if (acedSSGet(L"C", a, b, filter, ss) == RTNORM) {
-      acedSSLength(ss, &found);
-      acedSSFree(ss);
-    }
-  }
-  acutRelRb(filter);
-  state.counters["found"] = found;
+  state.counters["found"] = selectEach(state, L"C", a, b, filter);
   acDocManagerPtr()->closeAll();
 }
 
@@ -125,17 +131,7 @@ void BM_SSGetCrossing(benchmark::State& state) {
 void BM_SSGetAllFiltered(benchmark::State& state) {
   int n = static_cast<int>(state.range(0));
   openDrawing(n);
-  resbuf* filter = threeClauseFilter();
-  ads_name ss;
-  Adesk::Int32 found = 0;
-  for (auto _ : state) {
-    if (acedSSGet(L"X", nullptr, nullptr, filter, ss) == RTNORM) {
-      acedSSLength(ss, &found);
-      acedSSFree(ss);
-    }
-  }
-  acutRelRb(filter);
-  state.counters["found"] = found;
+  state.counters["found"] = selectEach(state, L"X", nullptr, nullptr, threeClauseFilter());
   state.counters["us_per_entity"] = benchmark::Counter(static_cast<double>(n), benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
   acDocManagerPtr()->closeAll();
 }
