@@ -14,8 +14,28 @@ namespace {
 LispSession* gSession = nullptr;
 CallFrame* gFrame = nullptr;
 
-std::unordered_map<int, EntryFunction>& entries() {
-  static std::unordered_map<int, EntryFunction> table;
+// Function codes are small numbers counted up from 0 by each module, and every LISP call of a
+// module looks its entry up: a table by code, with a map for the odd large or negative code.
+constexpr int kDirectCodes = 4096;
+
+struct EntryTable {
+  std::vector<EntryFunction> direct = std::vector<EntryFunction>(kDirectCodes, nullptr);
+  std::unordered_map<int, EntryFunction> other;
+
+  EntryFunction find(int code) const {
+    if (code >= 0 && code < kDirectCodes) return direct[static_cast<std::size_t>(code)];
+    auto it = other.find(code);
+    return it == other.end() ? nullptr : it->second;
+  }
+  void set(int code, EntryFunction entry) {
+    if (code >= 0 && code < kDirectCodes) direct[static_cast<std::size_t>(code)] = entry;
+    else if (entry) other[code] = entry;
+    else other.erase(code);
+  }
+};
+
+EntryTable& entries() {
+  static EntryTable table;
   return table;
 }
 
@@ -40,8 +60,7 @@ void setCurrentSession(LispSession* session) { gSession = session; }
 LispSession* currentSession() { return gSession; }
 
 EntryFunction registeredEntry(int funcNumber) {
-  auto it = entries().find(funcNumber);
-  return it == entries().end() ? nullptr : it->second;
+  return entries().find(funcNumber);
 }
 
 CallFrame::CallFrame(resbuf* args) : args_(args), outer_(gFrame) { gFrame = this; }
@@ -152,10 +171,21 @@ resbuf* acedGetArgs() {
   return CallFrame::current() ? kvads::copyChain(CallFrame::current()->args()) : nullptr;
 }
 
-int acedRetNil() { return kvads::setResult(acutBuildList(RTNIL, 0)); }
-int acedRetT() { return kvads::setResult(acutBuildList(RTT, 0)); }
-int acedRetVoid() { return kvads::setResult(acutBuildList(RTVOID, 0)); }
-int acedRetReal(ads_real value) { return kvads::setResult(acutBuildList(RTREAL, value, 0)); }
+namespace {
+
+// One result cell, made directly: these run once per module call.
+resbuf* oneCell(int type) { return acutNewRb(type); }
+
+}  // namespace
+
+int acedRetNil() { return kvads::setResult(oneCell(RTNIL)); }
+int acedRetT() { return kvads::setResult(oneCell(RTT)); }
+int acedRetVoid() { return kvads::setResult(oneCell(RTVOID)); }
+int acedRetReal(ads_real value) {
+  resbuf* rb = oneCell(RTREAL);
+  rb->resval.rreal = value;
+  return kvads::setResult(rb);
+}
 int acedRetPoint(const ads_point point) { return kvads::setResult(acutBuildList(RT3DPOINT, point, 0)); }
 int acedRetStr(const ACHAR* text) { return kvads::setResult(acutBuildList(RTSTR, text, 0)); }
 
@@ -222,10 +252,7 @@ int acedUndef(const ACHAR* name, int funcNumber) {
 }
 
 int acedRegFunc(int (*entry)(), int funcNumber) {
-  if (entry)
-    kvads::entries()[funcNumber] = entry;
-  else
-    kvads::entries().erase(funcNumber);
+  kvads::entries().set(funcNumber, entry);
   return RTNORM;
 }
 

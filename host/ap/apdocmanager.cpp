@@ -1,6 +1,7 @@
 // The document manager: open, new, activate, save, save as, automatic save and close, each
 // telling the document and editor reactors in the platform's order; nested document locks.
 #include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <filesystem>
 #include <functional>
@@ -51,15 +52,31 @@ struct AcApDocManager::Impl {
   std::vector<AcApDocument*> recent;                // most recently current first
   AcApDocument* current = nullptr;
   std::vector<AcApDocManagerReactor*> reactors;
+  std::uint64_t reactorChanges = 0;  // counts additions and removals, so a walk sees when to check
   Hooks hooks;
   int untitled = 0;
 
   // Calls `fn` for each reactor; reactors added or removed during the walk are respected.
   template <class Fn>
   void fire(Fn fn) {
-    std::vector<AcApDocManagerReactor*> copy = reactors;
-    for (AcApDocManagerReactor* r : copy)
-      if (std::find(reactors.begin(), reactors.end(), r) != reactors.end()) fn(r);
+    // A reactor may remove itself or another while being told, so the walk goes over a copy and,
+    // once the list changed, tells only those still in it. Every LISP call of a module locks and
+    // unlocks its document, four events: a copy of the usual handful stays on the stack.
+    constexpr std::size_t kOnStack = 16;
+    AcApDocManagerReactor* onStack[kOnStack];
+    std::vector<AcApDocManagerReactor*> onHeap;
+    AcApDocManagerReactor** copy = onStack;
+    std::size_t n = reactors.size();
+    if (n <= kOnStack) {
+      std::copy(reactors.begin(), reactors.end(), onStack);
+    } else {
+      onHeap = reactors;
+      copy = onHeap.data();
+    }
+    const std::uint64_t changesBefore = reactorChanges;
+    for (std::size_t i = 0; i < n; ++i)
+      if (reactorChanges == changesBefore || std::find(reactors.begin(), reactors.end(), copy[i]) != reactors.end())
+        fn(copy[i]);
   }
   template <class Fn>
   void fireEditor(Fn fn) {
@@ -67,7 +84,9 @@ struct AcApDocManager::Impl {
   }
   AcApDocument* create(const std::wstring& path, std::unique_ptr<AcDbDatabase> db, bool named, bool opened);
   void activate(AcApDocument* doc);
+  // The current document first: it is the one every module call locks.
   bool has(const AcApDocument* doc) const {
+    if (doc != nullptr && doc == current) return true;
     return std::any_of(docs.begin(), docs.end(), [&](const auto& d) { return d.get() == doc; });
   }
 };
@@ -92,6 +111,7 @@ AcApDocument* AcApDocManager::curDocument() const { return impl_->current; }
 AcApDocument* AcApDocManager::mdiActiveDocument() const { return impl_->current; }
 
 AcApDocument* AcApDocManager::document(const AcDbDatabase* pDb) const {
+  if (impl_->current != nullptr && pDb != nullptr && impl_->current->database() == pDb) return impl_->current;
   for (const auto& d : impl_->docs)
     if (d->database() == pDb) return d.get();
   return nullptr;
@@ -156,12 +176,14 @@ Acad::ErrorStatus AcApDocManager::activateDocument(AcApDocument* pDoc, bool) {
 }
 
 void AcApDocManager::addReactor(AcApDocManagerReactor* r) {
-  if (r != nullptr && std::find(impl_->reactors.begin(), impl_->reactors.end(), r) == impl_->reactors.end())
-    impl_->reactors.push_back(r);
+  if (r == nullptr || std::find(impl_->reactors.begin(), impl_->reactors.end(), r) != impl_->reactors.end()) return;
+  impl_->reactors.push_back(r);
+  ++impl_->reactorChanges;
 }
 
 void AcApDocManager::removeReactor(AcApDocManagerReactor* r) {
   impl_->reactors.erase(std::remove(impl_->reactors.begin(), impl_->reactors.end(), r), impl_->reactors.end());
+  ++impl_->reactorChanges;
 }
 
 void AcApDocManager::setHooks(Hooks hooks) { impl_->hooks = std::move(hooks); }

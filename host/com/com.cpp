@@ -26,8 +26,52 @@ std::uint32_t* lengthSlot(BSTR text) {
 
 }  // namespace
 
+namespace {
+
+// Under the address sanitizer freed strings and arrays go back to malloc at once, so that a use
+// after free is still caught.
+#if defined(__SANITIZE_ADDRESS__)
+constexpr bool kKeepFreed = false;
+#else
+constexpr bool kKeepFreed = true;
+#endif
+
+// Rows of the project database come out as arrays of short names and texts, made and freed by
+// the hundred per row: freed short strings wait by size for the next row instead of going back to
+// malloc.
+constexpr std::size_t kKeptPerClass = kKeepFreed ? 4096 : 0;
+constexpr std::uint32_t kClassChars = 16;  // capacity step of a class, in characters
+constexpr std::uint32_t kClasses = 8;      // strings up to 128 characters are kept
+
+struct BlockList {
+  std::vector<char*> blocks;
+};
+// Never destroyed, so that strings freed by static objects at exit still find their lists.
+BlockList* const gStrings = new BlockList[kClasses];
+
+// The class of a string of `length` characters; kClasses when it is not kept.
+std::uint32_t classOf(std::uint32_t length) {
+  std::uint32_t c = length / kClassChars;
+  return c < kClasses ? c : kClasses;
+}
+
+std::size_t blockBytes(std::uint32_t length) {
+  std::uint32_t c = classOf(length);
+  std::uint32_t capacity = c < kClasses ? (c + 1) * kClassChars - 1 : length;
+  return kPrefix + (std::size_t(capacity) + 1) * sizeof(OLECHAR);
+}
+
+}  // namespace
+
 BSTR SysAllocStringLen(const OLECHAR* text, std::uint32_t length) {
-  auto* block = static_cast<char*>(std::malloc(kPrefix + (std::size_t(length) + 1) * sizeof(OLECHAR)));
+  std::uint32_t c = classOf(length);
+  char* block = nullptr;
+  if (c < kClasses && !gStrings[c].blocks.empty()) {
+    block = gStrings[c].blocks.back();
+    gStrings[c].blocks.pop_back();
+  } else {
+    block = static_cast<char*>(std::malloc(blockBytes(length)));
+  }
   if (!block) return nullptr;
   auto* chars = reinterpret_cast<BSTR>(block + kPrefix);
   *lengthSlot(chars) = length;
@@ -43,7 +87,14 @@ BSTR SysAllocString(const OLECHAR* text) {
 }
 
 void SysFreeString(BSTR text) {
-  if (text) std::free(reinterpret_cast<char*>(text) - kPrefix);
+  if (!text) return;
+  char* block = reinterpret_cast<char*>(text) - kPrefix;
+  std::uint32_t c = classOf(*lengthSlot(text));
+  if (c < kClasses && gStrings[c].blocks.size() < kKeptPerClass) {
+    gStrings[c].blocks.push_back(block);
+    return;
+  }
+  std::free(block);
 }
 
 std::uint32_t SysStringLen(BSTR text) { return text ? *lengthSlot(text) : 0; }
@@ -91,21 +142,53 @@ HRESULT VariantCopy(VARIANT* dest, const VARIANT* src) {
 
 // ---- SAFEARRAY -----------------------------------------------------------------------------------
 
+namespace {
+
+// A walk over a table makes and frees one array of the same size per row: a few freed arrays
+// wait, by element count, to be handed out again with their storage.
+constexpr std::size_t kSpareArrays = kKeepFreed ? 8 : 0;
+
+struct SpareArray {
+  ULONG slots;
+  SAFEARRAY* array;
+};
+// Never destroyed, like the string lists.
+std::vector<SpareArray>* const gSpareArrays = new std::vector<SpareArray>;
+
+SAFEARRAY* takeSpare(ULONG slots) {
+  auto& spares = *gSpareArrays;
+  for (std::size_t i = spares.size(); i-- > 0;) {
+    if (spares[i].slots != slots) continue;
+    SAFEARRAY* array = spares[i].array;
+    spares.erase(spares.begin() + static_cast<std::ptrdiff_t>(i));
+    return array;
+  }
+  return nullptr;
+}
+
+}  // namespace
+
 SAFEARRAY* SafeArrayCreate(VARTYPE vt, std::uint32_t cDims, const SAFEARRAYBOUND* bounds) {
   if (vt != VT_VARIANT || cDims != 1 || !bounds) return nullptr;
-  auto* array = new (std::nothrow) SAFEARRAY{};
-  if (!array) return nullptr;
+  ULONG n = bounds[0].cElements;
+  ULONG slots = n == 0 ? 1 : n;
+  SAFEARRAY* array = takeSpare(slots);
+  if (!array) {
+    array = new (std::nothrow) SAFEARRAY{};
+    if (!array) return nullptr;
+    array->pvData = new (std::nothrow) VARIANT[slots];
+    if (!array->pvData) {
+      delete array;
+      return nullptr;
+    }
+  }
   array->cDims = 1;
+  array->fFeatures = 0;
+  array->cLocks = 0;
   array->cbElements = sizeof(VARIANT);
   array->rgsabound[0] = bounds[0];
-  ULONG n = bounds[0].cElements;
-  array->pvData = new (std::nothrow) VARIANT[n == 0 ? 1 : n];
-  if (!array->pvData) {
-    delete array;
-    return nullptr;
-  }
   auto* items = static_cast<VARIANT*>(array->pvData);
-  for (ULONG i = 0; i < (n == 0 ? 1 : n); ++i) VariantInit(&items[i]);
+  for (ULONG i = 0; i < slots; ++i) VariantInit(&items[i]);
   return array;
 }
 
@@ -117,7 +200,12 @@ SAFEARRAY* SafeArrayCreateVector(VARTYPE vt, LONG lowerBound, ULONG count) {
 HRESULT SafeArrayDestroy(SAFEARRAY* array) {
   if (!array) return S_OK;
   auto* items = static_cast<VARIANT*>(array->pvData);
-  for (ULONG i = 0; i < array->rgsabound[0].cElements; ++i) VariantClear(&items[i]);
+  ULONG n = array->rgsabound[0].cElements;
+  for (ULONG i = 0; i < n; ++i) VariantClear(&items[i]);
+  if (gSpareArrays->size() < kSpareArrays) {
+    gSpareArrays->push_back({n == 0 ? 1 : n, array});
+    return S_OK;
+  }
   delete[] items;
   delete array;
   return S_OK;

@@ -937,6 +937,162 @@ class AcDbSpline : public AcDbCurve {
   std::unique_ptr<Impl> impl_;
 };
 
+// The simple entities that drawings from other programs carry most. Their coordinates are kept
+// in world coordinates with the normal alongside; drawings of this host only make them flat.
+#define KV_DB_ENTITY_OVERRIDES                                                   \
+  Adesk::Boolean subWorldDraw(AcGiWorldDraw* mode) override;                     \
+  Acad::ErrorStatus subTransformBy(const AcGeMatrix3d& xform) override;          \
+  Acad::ErrorStatus subGetGeomExtents(AcDbExtents& extents) const override;      \
+  Acad::ErrorStatus dwgInFields(AcDbDwgFiler* filer) override;                   \
+  Acad::ErrorStatus dwgOutFields(AcDbDwgFiler* filer) const override;            \
+  Acad::ErrorStatus dxfInFields(AcDbDxfFiler* filer) override;                   \
+  Acad::ErrorStatus dxfOutFields(AcDbDxfFiler* filer) const override;
+
+class AcDbPoint : public AcDbEntity {
+ public:
+  ACRX_DECLARE_MEMBERS(AcDbPoint);
+  AcDbPoint() = default;
+  explicit AcDbPoint(const AcGePoint3d& position) : position_(position) {}
+  AcGePoint3d position() const;
+  Acad::ErrorStatus setPosition(const AcGePoint3d& p);
+  KV_DB_ENTITY_OVERRIDES
+
+ private:
+  AcGePoint3d position_;
+  AcGeVector3d normal_{0, 0, 1};
+  double thickness_ = 0.0;
+};
+
+class AcDbCircle : public AcDbCurve {
+ public:
+  ACRX_DECLARE_MEMBERS(AcDbCircle);
+  AcDbCircle() = default;
+  AcDbCircle(const AcGePoint3d& center, const AcGeVector3d& normal, double radius);
+  AcGePoint3d center() const;
+  Acad::ErrorStatus setCenter(const AcGePoint3d& p);
+  double radius() const;
+  Acad::ErrorStatus setRadius(double r);
+  AcGeVector3d normal() const;
+  Adesk::Boolean isPlanar() const override { return true; }
+  KV_DB_ENTITY_OVERRIDES
+
+ protected:
+  // The groups of the circle's own subclass, shared with the arc that derives from it.
+  void readCircleGroup(const resbuf& rb);
+  AcGePoint3d center_;
+  AcGeVector3d normal_{0, 0, 1};
+  double radius_ = 0.0;
+  double thickness_ = 0.0;
+};
+
+// Angles in radians, counter-clockwise about the normal from the X axis.
+class AcDbArc : public AcDbCircle {
+ public:
+  ACRX_DECLARE_MEMBERS(AcDbArc);
+  AcDbArc() = default;
+  AcDbArc(const AcGePoint3d& center, double radius, double startAngle, double endAngle);
+  double startAngle() const;
+  double endAngle() const;
+  Acad::ErrorStatus setStartAngle(double a);
+  Acad::ErrorStatus setEndAngle(double a);
+  KV_DB_ENTITY_OVERRIDES
+
+ private:
+  double startAngle_ = 0.0, endAngle_ = 0.0;
+};
+
+// Single-line text. The position is the left end of the base line; a justified text keeps its
+// alignment point too, as the files give it.
+class AcDbText : public AcDbEntity {
+ public:
+  ACRX_DECLARE_MEMBERS(AcDbText);
+  AcDbText() = default;
+  AcDbText(const AcGePoint3d& position, const ACHAR* text, AcDbObjectId style = AcDbObjectId(), double height = 0.0,
+           double rotation = 0.0);
+  AcGePoint3d position() const;
+  Acad::ErrorStatus setPosition(const AcGePoint3d& p);
+  AcGePoint3d alignmentPoint() const;
+  Acad::ErrorStatus setAlignmentPoint(const AcGePoint3d& p);
+  const ACHAR* textStringConst() const;
+  Acad::ErrorStatus setTextString(const ACHAR* text);
+  double height() const;
+  Acad::ErrorStatus setHeight(double h);
+  double rotation() const;
+  Acad::ErrorStatus setRotation(double angle);
+  double widthFactor() const;
+  Acad::ErrorStatus setWidthFactor(double f);
+  AcDbObjectId textStyle() const;
+  Acad::ErrorStatus setTextStyle(AcDbObjectId style);
+  KV_DB_ENTITY_OVERRIDES
+
+ protected:
+  // The groups of the text's own subclasses; false for a group that is not the text's.
+  bool readTextGroup(const resbuf& rb, AcDbDatabase* db);
+  void writeTextGroups(AcDbDxfFiler* filer) const;
+  Acad::ErrorStatus readTextFields(AcDbDwgFiler* filer);
+  void writeTextFields(AcDbDwgFiler* filer) const;
+
+  // What attribute definitions and attributes add to a text, filed the same way by both (an
+  // attribute has no prompt, and its DXF form leaves it out).
+  struct AttributeFields {
+    std::wstring tag, prompt;
+    Adesk::Int16 flags = 0;  // 1: invisible
+  };
+  Acad::ErrorStatus dwgOutAttribute(AcDbDwgFiler* filer, const AttributeFields& fields) const;
+  Acad::ErrorStatus dwgInAttribute(AcDbDwgFiler* filer, AttributeFields& fields);
+  Acad::ErrorStatus dxfOutAttribute(AcDbDxfFiler* filer, const AttributeFields& fields, const ACHAR* subclass) const;
+  Acad::ErrorStatus dxfInAttribute(AcDbDxfFiler* filer, AttributeFields& fields);
+
+  AcGePoint3d position_, alignment_;
+  AcGeVector3d normal_{0, 0, 1};
+  std::wstring text_;
+  AcDbObjectId style_;
+  double height_ = 0.0, rotation_ = 0.0, widthFactor_ = 1.0, oblique_ = 0.0, thickness_ = 0.0;
+  Adesk::Int16 horizontal_ = 0, vertical_ = 0;
+};
+
+// A block's attribute template: a text with a tag and a prompt, drawn only in the block itself.
+class AcDbAttributeDefinition : public AcDbText {
+ public:
+  ACRX_DECLARE_MEMBERS(AcDbAttributeDefinition);
+  AcDbAttributeDefinition() = default;
+  const ACHAR* tagConst() const;
+  Acad::ErrorStatus setTag(const ACHAR* tag);
+  const ACHAR* promptConst() const;
+  Acad::ErrorStatus setPrompt(const ACHAR* prompt);
+  bool isInvisible() const;
+  Acad::ErrorStatus dwgInFields(AcDbDwgFiler* filer) override;
+  Acad::ErrorStatus dwgOutFields(AcDbDwgFiler* filer) const override;
+  Acad::ErrorStatus dxfInFields(AcDbDxfFiler* filer) override;
+  Acad::ErrorStatus dxfOutFields(AcDbDxfFiler* filer) const override;
+
+ private:
+  AttributeFields fields_;
+};
+
+// The value of one attribute of an insert. An insert owns its attributes: they are filed, drawn,
+// moved and exported with it.
+class AcDbAttribute : public AcDbText {
+ public:
+  ACRX_DECLARE_MEMBERS(AcDbAttribute);
+  AcDbAttribute() = default;
+  AcDbAttribute(const AcGePoint3d& position, const ACHAR* text, const ACHAR* tag, AcDbObjectId style = AcDbObjectId());
+  const ACHAR* tagConst() const;
+  Acad::ErrorStatus setTag(const ACHAR* tag);
+  bool isInvisible() const;
+  Acad::ErrorStatus setInvisible(bool invisible);
+  Adesk::Boolean subWorldDraw(AcGiWorldDraw* mode) override;
+  Acad::ErrorStatus dwgInFields(AcDbDwgFiler* filer) override;
+  Acad::ErrorStatus dwgOutFields(AcDbDwgFiler* filer) const override;
+  Acad::ErrorStatus dxfInFields(AcDbDxfFiler* filer) override;
+  Acad::ErrorStatus dxfOutFields(AcDbDxfFiler* filer) const override;
+
+ private:
+  AttributeFields fields_;
+};
+
+#undef KV_DB_ENTITY_OVERRIDES
+
 // Multi-line text. Paragraphs are separated by "\P" in the contents; the size comes from real
 // font metrics of the text style's font at the text height. Width 0 means as wide as the text.
 class AcDbMText : public AcDbEntity {
@@ -1022,6 +1178,10 @@ class AcDbBlockReference : public AcDbEntity {
   Acad::ErrorStatus setNormal(const AcGeVector3d& n);
   // Block coordinates (relative to the block's origin) to world coordinates.
   AcGeMatrix3d blockTransform() const;
+  // The insert's attributes, in world coordinates. appendAttribute takes ownership.
+  Acad::ErrorStatus appendAttribute(AcDbAttribute* attribute);
+  int attributeCount() const;
+  const AcDbAttribute* attributeAt(int i) const;
 
   Adesk::Boolean subWorldDraw(AcGiWorldDraw* mode) override;
   void subList() const override;
@@ -1046,6 +1206,7 @@ class AcDbBlockReference : public AcDbEntity {
   double rotation_ = 0.0;
   AcGeScale3d scale_;
   AcGeVector3d normal_{0, 0, 1};
+  std::vector<std::unique_ptr<AcDbAttribute>> attributes_;
 };
 
 // A leader: a chain of vertices (as much as older drawings need).

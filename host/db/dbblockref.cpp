@@ -82,7 +82,22 @@ Adesk::Boolean AcDbBlockReference::subWorldDraw(AcGiWorldDraw* mode) {
     mode->geometry().draw(e);
   }
   mode->geometry().popModelTransform();
+  for (const auto& a : attributes_) mode->geometry().draw(a.get());
   return true;
+}
+
+Acad::ErrorStatus AcDbBlockReference::appendAttribute(AcDbAttribute* attribute) {
+  if (attribute == nullptr) return Acad::eNullObjectPointer;
+  assertWriteEnabled();
+  attributes_.emplace_back(attribute);
+  recordGraphicsModified();
+  return Acad::eOk;
+}
+
+int AcDbBlockReference::attributeCount() const { return static_cast<int>(attributes_.size()); }
+
+const AcDbAttribute* AcDbBlockReference::attributeAt(int i) const {
+  return i >= 0 && i < attributeCount() ? attributes_[static_cast<std::size_t>(i)].get() : nullptr;
 }
 
 void AcDbBlockReference::subList() const {
@@ -118,6 +133,7 @@ Acad::ErrorStatus AcDbBlockReference::subTransformBy(const AcGeMatrix3d& xform) 
   AcGeVector3d local = AcGeMatrix3d::worldToPlane(normal_) * nx;
   rotation_ = std::atan2(local.y, local.x);
   scale_ = AcGeScale3d(scale_.sx * s, scale_.sy * s, scale_.sz * s);
+  for (auto& a : attributes_) a->transformBy(xform);
   recordGraphicsModified();
   return Acad::eOk;
 }
@@ -145,6 +161,10 @@ Acad::ErrorStatus AcDbBlockReference::subGetGeomExtents(AcDbExtents& extents) co
     extents.addExt(ext);
     any = true;
   }
+  for (const auto& a : attributes_) {
+    AcDbExtents ext;
+    if (a->getGeomExtents(ext) == Acad::eOk) extents.addExt(ext), any = true;
+  }
   if (!any) extents.addPoint(position_);
   return Acad::eOk;
 }
@@ -157,6 +177,8 @@ Acad::ErrorStatus AcDbBlockReference::dwgOutFields(AcDbDwgFiler* filer) const {
   filer->writeDouble(rotation_);
   filer->writeScale3d(scale_);
   filer->writeVector3d(normal_);
+  filer->writeInt32(static_cast<Adesk::Int32>(attributes_.size()));
+  for (const auto& a : attributes_) a->dwgOutFields(filer);
   return filer->filerStatus();
 }
 
@@ -171,6 +193,18 @@ Acad::ErrorStatus AcDbBlockReference::dwgInFields(AcDbDwgFiler* filer) {
   filer->readDouble(&rotation_);
   filer->readScale3d(&scale_);
   filer->readVector3d(&normal_);
+  // Drawings filed before inserts carried attributes end here.
+  Adesk::Int32 count = 0;
+  if (filer->readInt32(&count) == Acad::eEndOfFile) {
+    filer->resetFilerStatus();
+    count = 0;
+  }
+  attributes_.clear();
+  for (Adesk::Int32 i = 0; i < count && filer->filerStatus() == Acad::eOk; ++i) {
+    auto a = std::make_unique<AcDbAttribute>();
+    if (a->dwgInFields(filer) != Acad::eOk) break;
+    attributes_.push_back(std::move(a));
+  }
   return filer->filerStatus();
 }
 
@@ -178,6 +212,8 @@ Acad::ErrorStatus AcDbBlockReference::dxfOutFields(AcDbDxfFiler* filer) const {
   Acad::ErrorStatus es = AcDbEntity::dxfOutFields(filer);
   if (es != Acad::eOk) return es;
   filer->writeString(AcDb::kDxfSubclass, L"AcDbBlockReference");
+  // The attributes follow the insert in the file, announced here.
+  if (!attributes_.empty()) filer->writeInt16(static_cast<AcDb::DxfCode>(66), 1);
   auto* btr = AcDbSymbolTableRecord::cast(kvdb::objectOf(block_));
   filer->writeString(AcDb::kDxfBlockName, btr ? btr->getName() : L"");
   filer->writePoint3d(AcDb::kDxfXCoord, position_);

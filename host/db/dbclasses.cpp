@@ -6,7 +6,8 @@ namespace {
 const bool registered = [] {
   for (AcRxClass* c : {AcDbObject::desc(), AcDbEntity::desc(), AcDbCurve::desc(), AcDbLine::desc(),
                        AcDbPolyline::desc(), AcDbSpline::desc(), AcDbMText::desc(), AcDbBlockReference::desc(),
-                       AcDbLeader::desc(), AcDbProxyObject::desc(), AcDbProxyEntity::desc(),
+                       AcDbLeader::desc(), AcDbPoint::desc(), AcDbCircle::desc(), AcDbArc::desc(), AcDbText::desc(),
+                       AcDbAttributeDefinition::desc(), AcDbAttribute::desc(), AcDbProxyObject::desc(), AcDbProxyEntity::desc(),
                        AcDbSymbolTable::desc(), AcDbSymbolTableRecord::desc(), AcDbBlockTable::desc(),
                        AcDbBlockTableRecord::desc(), AcDbLayerTable::desc(), AcDbLayerTableRecord::desc(),
                        AcDbTextStyleTable::desc(), AcDbTextStyleTableRecord::desc(), AcDbLinetypeTable::desc(),

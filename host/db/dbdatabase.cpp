@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cwctype>
 #include <filesystem>
-#include <mutex>
 
 #include "dbimpl.h"
 
@@ -497,12 +496,14 @@ std::size_t AcDbDatabase::numObjects() const { return impl_->liveObjects; }
 // ---- host services ----
 
 AcDbHostApplicationServices* acdbHostApplicationServices() {
-  static AcDbHostApplicationServices services;
-  static std::once_flag once;
-  std::call_once(once, [] {
-    if (const char* env = std::getenv("KV_SUPPORT_PATH")) services.setSupportPath(acrxFromUtf8(env).c_str());
-  });
-  return &services;
+  // Asked for on every module call: a local static's guard is one load once made, where
+  // call_once went through thread-local storage each time.
+  static AcDbHostApplicationServices* services = [] {
+    static AcDbHostApplicationServices made;
+    if (const char* env = std::getenv("KV_SUPPORT_PATH")) made.setSupportPath(acrxFromUtf8(env).c_str());
+    return &made;
+  }();
+  return services;
 }
 
 void AcDbHostApplicationServices::setSupportPath(const ACHAR* folders) { supportPath_ = folders ? folders : L""; }

@@ -234,6 +234,23 @@ void writeTables(DxfWriter& w, AcDbDatabase* db) {
   w.str(0, "ENDSEC");
 }
 
+// The attributes of an insert, each under a handle of the file's own and owned by the insert,
+// then the end of the sequence.
+void writeAttributes(DxfWriter& w, const AcDbBlockReference& insert, AcDbDatabase* db) {
+  const std::string owner = handleOf(insert.objectId());
+  for (int i = 0; i < insert.attributeCount(); ++i) {
+    AcDbDxfMemoryFiler filer(db);
+    if (insert.attributeAt(i)->dxfOutFields(&filer) != Acad::eOk) continue;
+    for (auto& g : filer.groups()) {
+      if (g.code == AcDb::kDxfHandle) g.text = acrxFromUtf8(w.fresh());
+      else if (g.code == AcDb::kDxfSoftPointerId) g.text = acrxFromUtf8(owner);
+    }
+    w.str(0, "ATTRIB");
+    w.groups(filer);
+  }
+  w.str(0, "SEQEND"), w.str(5, w.fresh()), w.str(330, owner), w.str(100, "AcDbEntity"), w.str(8, "0");
+}
+
 // One entity: its type name, then its own groups. Proxies are left out (their data means
 // nothing to another program).
 void writeEntity(DxfWriter& w, AcDbEntity* e, std::vector<const AcRxClass*>& unknown) {
@@ -241,6 +258,8 @@ void writeEntity(DxfWriter& w, AcDbEntity* e, std::vector<const AcRxClass*>& unk
   if (kvdb::dxfGroupsOf(e, filer) != Acad::eOk) return;
   w.str(0, kvdb::dxfNameOf(e->isA()));
   w.groups(filer);
+  if (auto* insert = AcDbBlockReference::cast(e); insert && insert->attributeCount() > 0)
+    writeAttributes(w, *insert, e->database());
 }
 
 void writeBlocks(DxfWriter& w, AcDbDatabase* db, std::vector<const AcRxClass*>& unknown) {
@@ -281,7 +300,9 @@ std::vector<const AcRxClass*> customClasses(AcDbDatabase* db) {
       AcDbObject* o = kvdb::objectOf(id);
       const AcRxClass* c = o ? o->isA() : nullptr;
       if (c == nullptr || AcDbProxyEntity::cast(o) || std::find(out.begin(), out.end(), c) != out.end()) continue;
-      static const std::vector<std::wstring> builtin = {L"LINE", L"LWPOLYLINE", L"SPLINE", L"MTEXT", L"INSERT", L"LEADER"};
+      static const std::vector<std::wstring> builtin = {L"LINE",  L"LWPOLYLINE", L"SPLINE", L"MTEXT",  L"INSERT",
+                                                        L"LEADER", L"POINT",     L"CIRCLE", L"ARC",    L"TEXT",
+                                                        L"ATTDEF", L"ATTRIB"};
       if (std::find(builtin.begin(), builtin.end(), kvdb::dxfNameOf(c)) == builtin.end()) out.push_back(c);
     }
   return out;
@@ -519,28 +540,52 @@ class DxfReader {
     }
   }
 
+  // An insert's attributes follow it up to a SEQEND; they become the insert's own.
   void entities(std::size_t from, std::size_t end, AcDbObjectId blockId) {
     for (std::size_t i = nextObject(from, end); i < end;) {
       std::size_t next = nextObject(i + 1, end);
-      entity(acrxFromUtf8(g_[i].value), i + 1, next, blockId);
+      AcDbEntity* e = made(acrxFromUtf8(g_[i].value), i + 1, next);
+      if (auto* insert = AcDbBlockReference::cast(e)) next = attributes(*insert, next, end);
+      if (e != nullptr) append(e, blockId);
+      else if (g_[i].value != "SEQEND") ++skipped_;  // a sequence end without its insert is no loss
       i = next;
     }
   }
 
-  void entity(const std::wstring& type, std::size_t from, std::size_t to, AcDbObjectId blockId) {
+  std::size_t attributes(AcDbBlockReference& insert, std::size_t at, std::size_t end) {
+    while (at < end && g_[at].value == "ATTRIB") {
+      std::size_t next = nextObject(at + 1, end);
+      if (auto* a = AcDbAttribute::cast(made(L"ATTRIB", at + 1, next))) insert.appendAttribute(a);
+      else ++skipped_;
+      at = next;
+    }
+    if (at < end && g_[at].value == "SEQEND") at = nextObject(at + 1, end);
+    return at;
+  }
+
+  // The entity of one object's groups, not yet in the database; null when the host has no class
+  // for it or the groups do not fit.
+  AcDbEntity* made(const std::wstring& type, std::size_t from, std::size_t to) {
     AcRxClass* cls = acrxFindAcRxClassByDxfName(type.c_str());
-    AcRxObject* made = cls ? cls->create() : nullptr;
-    auto* e = AcDbEntity::cast(made);
+    AcRxObject* object = cls ? cls->create() : nullptr;
+    auto* e = AcDbEntity::cast(object);
     if (e == nullptr) {
-      delete made;
-      ++skipped_;
-      return;
+      delete object;
+      return nullptr;
     }
     AcDbDxfMemoryFiler f(db_);
     fillFiler(g_, from, to, f);
     f.rewind();
+    if (e->dxfIn(&f) != Acad::eOk) {
+      delete e;
+      return nullptr;
+    }
+    return e;
+  }
+
+  void append(AcDbEntity* e, AcDbObjectId blockId) {
     AcDbBlockTableRecord* btr = nullptr;
-    if (e->dxfIn(&f) != Acad::eOk || acdbOpenObject(btr, blockId, AcDb::kForWrite) != Acad::eOk) {
+    if (acdbOpenObject(btr, blockId, AcDb::kForWrite) != Acad::eOk) {
       delete e;
       ++skipped_;
       return;

@@ -16,9 +16,14 @@ enum { kAcedWcs = 0, kAcedUcs = 1, kAcedDcs = 2 };
 
 // Selection. Modes: "X" (all of model space, erased excluded), "C" (crossing window from pt1
 // to pt2, in UCS coordinates, through a spatial index), "W" (window: entirely inside), "_"
-// prefixes and ":" suffixes are accepted. `filter` is a chain of (0 . "DXFNAME") groups (RTDXF0 or 0;
-// names separated by commas; "*" wildcards) and (8 . "LAYER") groups. RTNORM with a new set in
-// ss; RTERROR with no match or a bad mode; RTCAN when the scripted queue cancels.
+// prefixes and ":" suffixes are accepted. `filter` is a chain of groups that all have to pass:
+// 0 (DXF name; RTDXF0 in built lists), 8 (layer), 6 (line type) and 1001 (an extended-data
+// application) match with wildcards as wcmatch does, case ignored; 62 is a colour number; -4
+// opens and closes the logical groups "<AND" "AND>", "<OR" "OR>", "<NOT" (one operand) "NOT>",
+// "<XOR" (two) "XOR>", or sets a comparison ("=", "!=", "/=", "<>", "<", "<=", ">", ">=", "&",
+// "&=", "*") for the colour group after it. RTNORM with a new set in ss; RTERROR with no match, a
+// bad mode or an unsupported group; RTREJ for a malformed filter; RTCAN when the scripted queue
+// cancels.
 int acedSSGet(const ACHAR* str, const void* pt1, const void* pt2, const resbuf* filter, ads_name ss);
 int acedSSLength(const ads_name sname, Adesk::Int32* len);
 // The i-th entity of the set; RTERROR past the end or for a bad set.

@@ -396,21 +396,30 @@ Value makeLayer(Environment&, Args args) {
 
 using CellChain = std::unique_ptr<resbuf, decltype(&acutRelRb)>;
 
-// The filter's cells; only text groups (type, layer, the -4 operators) are taken, as those are
-// the cells whose text the chain owns and frees.
+// The filter's cells: each (code . value) pair as the cell of its group code. A pair whose value
+// is not of its code's kind is the platform's "bad SSGET list value".
 CellChain filterCells(const Value& list) {
   CellChain head(nullptr, &acutRelRb);
   resbuf** tail = nullptr;
   for (Value it = list; it.isCons(); it = it.cdr()) {
     const Value& pair = it.car();
     int code = pair.isCons() && pair.car().isInt() ? pair.car().asInt() : AcDb::kDxfInvalid;
-    if (!pair.isCons() || !pair.cdr().isString() || kvads::dxfValueKind(code) != kvads::DxfKind::String)
-      throw kvlisp::Error("bad selection filter");
+    const kvads::DxfKind kind = kvads::dxfValueKind(code);
+    const Value& value = pair.isCons() ? pair.cdr() : pair;
+    bool fits = (kind == kvads::DxfKind::String && value.isString()) ||
+                ((kind == kvads::DxfKind::Short || kind == kvads::DxfKind::Long) && value.isInt()) ||
+                (kind == kvads::DxfKind::Real && value.isNumber());
+    if (!fits) throw kvlisp::Error("bad SSGET list value");
     resbuf* rb = acutNewRb(code == 0 ? RTDXF0 : code);
     if (tail == nullptr) head.reset(rb);
     else *tail = rb;
     tail = &rb->rbnext;
-    rb->resval.rstring = kvads::dupString(wide(pair.cdr().asString()).c_str());
+    switch (kind) {
+      case kvads::DxfKind::String: rb->resval.rstring = kvads::dupString(wide(value.asString()).c_str()); break;
+      case kvads::DxfKind::Short: rb->resval.rint = static_cast<short>(value.asInt()); break;
+      case kvads::DxfKind::Long: rb->resval.rlong = value.asInt(); break;
+      default: rb->resval.rreal = value.asNumber(); break;
+    }
   }
   return head;
 }
@@ -429,6 +438,7 @@ Value ssget(Environment&, Args args) {
   CellChain filter = args.size() > next ? filterCells(kvlisp::argList(args, next)) : CellChain(nullptr, &acutRelRb);
   ads_name ss;
   int rc = acedSSGet(mode.c_str(), points ? a : nullptr, points ? b : nullptr, filter.get(), ss);
+  if (rc == RTREJ) throw kvlisp::Error("bad SSGET list");
   return rc == RTNORM ? Value::pickset(ss[0], ss[1]) : Value();
 }
 

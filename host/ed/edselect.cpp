@@ -1,5 +1,5 @@
 // Selection sets: "X" over model space, "C" and "W" windows through the model space index and
-// the entities' drawn geometry, filters by DXF name and layer.
+// the entities' drawn geometry, filtered (edfilter.cpp).
 #include <algorithm>
 #include <array>
 #include <cwctype>
@@ -30,61 +30,6 @@ NameList* setOf(const ads_name name) {
   if (name == nullptr || name[0] != kSetTag) return nullptr;
   auto it = sets().byId.find(name[1]);
   return it == sets().byId.end() ? nullptr : &it->second;
-}
-
-// Wildcard match as the platform's filters do it: '*' any run, '?' one character, ',' between
-// alternatives, case ignored.
-bool wildMatch(const wchar_t* pat, const wchar_t* text) {
-  if (*pat == 0) return *text == 0;
-  if (*pat == L'*') return wildMatch(pat + 1, text) || (*text != 0 && wildMatch(pat, text + 1));
-  if (*text == 0) return false;
-  if (*pat != L'?' && std::towupper(*pat) != std::towupper(*text)) return false;
-  return wildMatch(pat + 1, text + 1);
-}
-
-bool matchesAny(const std::wstring& patterns, const std::wstring& text) {
-  std::size_t start = 0;
-  while (start <= patterns.size()) {
-    std::size_t end = patterns.find(L',', start);
-    std::wstring one = patterns.substr(start, end == std::wstring::npos ? std::wstring::npos : end - start);
-    if (wildMatch(one.c_str(), text.c_str())) return true;
-    if (end == std::wstring::npos) break;
-    start = end + 1;
-  }
-  return false;
-}
-
-struct Filter {
-  std::vector<std::wstring> types, layers;
-  bool ok = true;
-};
-
-Filter parseFilter(const resbuf* rb) {
-  Filter f;
-  for (; rb != nullptr; rb = rb->rbnext) {
-    bool type = rb->restype == 0 || rb->restype == RTDXF0;  // RTDXF0 stands for group 0 in built lists
-    if ((type || rb->restype == 8) && rb->resval.rstring != nullptr) {
-      (type ? f.types : f.layers).push_back(rb->resval.rstring);
-      continue;
-    }
-    kvads::consoleWrite("\nkvhost: selection filter group " + std::to_string(rb->restype) + " is not supported.");
-    f.ok = false;
-  }
-  return f;
-}
-
-std::wstring dxfName(const AcRxClass* cls) {
-  for (const AcRxClass* c = cls; c != nullptr; c = c->myParent())
-    if (c->dxfName() != nullptr && c->dxfName()[0] != 0) return c->dxfName();
-  return L"";
-}
-
-bool passes(const Filter& f, AcDbEntity* e) {
-  for (const auto& t : f.types)
-    if (!matchesAny(t, dxfName(e->isA()))) return false;
-  for (const auto& l : f.layers)
-    if (!matchesAny(l, e->layer())) return false;
-  return true;
 }
 
 struct Box {
@@ -170,8 +115,10 @@ int acedSSGet(const ACHAR* str, const void* pt1, const void* pt2, const resbuf* 
   AcDbDatabase* db = acdbHostApplicationServices()->workingDatabase();
   std::wstring mode = modeOf(str);
   if (db == nullptr || ss == nullptr) return RTERROR;
-  Filter f = parseFilter(filter);
-  if (!f.ok) return RTERROR;
+  const kved::SelectionFilter f(filter);
+  // A malformed group list is refused as a request, which LISP reports as the platform does.
+  if (f.status() == kved::SelectionFilter::Status::Malformed) return RTREJ;
+  if (f.status() != kved::SelectionFilter::Status::Ok) return RTERROR;
   std::vector<AcDbObjectId> found;
   if (mode == L"X") {
     AcDbBlockTableRecord* ms = nullptr;
@@ -181,7 +128,7 @@ int acedSSGet(const ACHAR* str, const void* pt1, const void* pt2, const resbuf* 
     for (const AcDbObjectId& id : all) {
       AcDbEntity* e = nullptr;
       if (acdbOpenObject(e, id, AcDb::kForRead) != Acad::eOk) continue;
-      if (passes(f, e)) found.push_back(id);
+      if (f.passes(*e)) found.push_back(id);
       e->close();
     }
     return newSet(found, ss);
@@ -206,7 +153,7 @@ int acedSSGet(const ACHAR* str, const void* pt1, const void* pt2, const resbuf* 
   for (const AcDbObjectId& id : byHandle(candidates)) {
     AcDbEntity* e = nullptr;
     if (acdbOpenObject(e, id, AcDb::kForRead) != Acad::eOk) continue;
-    if (passes(f, e) && drawnTouches(e, mode == L"W" ? box : clipped, mode == L"W")) found.push_back(id);
+    if (f.passes(*e) && drawnTouches(e, mode == L"W" ? box : clipped, mode == L"W")) found.push_back(id);
     e->close();
   }
   return newSet(found, ss);

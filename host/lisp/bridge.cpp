@@ -116,17 +116,33 @@ Value scalar(const resbuf* rb) {
   throw Error("bad result cell type " + std::to_string(rb->restype));
 }
 
+// A list being read from cells, built in place: items are linked behind its last cons as they
+// come, so reading a long result makes no array per list and no second pass.
 struct OpenList {
-  std::vector<Value> items;
-  Value tail;
+  Value head;
+  ConsObj* last = nullptr;
+  ConsObj* beforeLast = nullptr;
+  std::size_t count = 0;
   bool afterDot = false, hasTail = false;
-};
 
-Value closeList(OpenList& f) {
-  Value list = f.tail;
-  for (auto it = f.items.rbegin(); it != f.items.rend(); ++it) list = Value::cons(std::move(*it), std::move(list));
-  return list;
-}
+  void append(Value v) {
+    ConsObj* cell;
+    Value link = newObject(Type::List, cell);
+    cell->car = std::move(v);
+    beforeLast = last;
+    if (last) last->cdr = std::move(link);
+    else head = std::move(link);
+    last = cell;
+    ++count;
+  }
+  // LISP's own pair form ended by the dot: the last item becomes the tail of the one before.
+  void lastItemToTail() {
+    Value item = std::move(last->car);
+    last = beforeLast;
+    last->cdr = std::move(item);  // releases the cons that held the item
+    beforeLast = nullptr;
+  }
+};
 
 }  // namespace
 
@@ -142,49 +158,59 @@ resbuf* toCells(Args values) {
   return out.release();
 }
 
-std::vector<Value> fromCells(const resbuf* rb) {
-  std::vector<Value> top;
+namespace {
+
+// Reads the values of a chain, handing each top-level one to `top`.
+template <class Top>
+void readCells(const resbuf* rb, Top&& top) {
   std::vector<OpenList> open;
   auto deliver = [&](Value v) {
-    if (open.empty()) return top.push_back(std::move(v));
+    if (open.empty()) return top(std::move(v));
     OpenList& f = open.back();
     if (f.hasTail) throw Error("malformed dotted pair in result cells");
     if (f.afterDot) {
-      f.tail = std::move(v);
+      f.last->cdr = std::move(v);
       f.hasTail = true;
     } else {
-      f.items.push_back(std::move(v));
+      f.append(std::move(v));
     }
+  };
+  auto close = [&] {
+    Value list = std::move(open.back().head);
+    open.pop_back();
+    deliver(std::move(list));
   };
   for (; rb; rb = rb->rbnext) {
     if (rb->restype == RTLB) {
       open.emplace_back();
     } else if (rb->restype == RTLE) {
       if (open.empty()) throw Error("unbalanced list end in result cells");
-      Value list = closeList(open.back());
-      open.pop_back();
-      deliver(std::move(list));
+      close();
     } else if (rb->restype == RTDOTE) {
       // A module writes RTLB a RTDOTE b RTLE; LISP's own form, RTLB a b RTDOTE, ends the pair
       // at the dot. One item before the dot is the first, more is the second.
-      if (open.empty() || open.back().afterDot || open.back().items.empty())
+      if (open.empty() || open.back().afterDot || open.back().count == 0)
         throw Error("malformed dotted pair in result cells");
       OpenList& f = open.back();
-      if (f.items.size() == 1) {
+      if (f.count == 1) {
         f.afterDot = true;
         continue;
       }
-      f.tail = std::move(f.items.back());
-      f.items.pop_back();
-      Value list = closeList(f);
-      open.pop_back();
-      deliver(std::move(list));
+      f.lastItemToTail();
+      close();
     } else {
       deliver(scalar(rb));
     }
   }
   if (!open.empty()) throw Error("unbalanced list in result cells");
-  return top;
+}
+
+}  // namespace
+
+std::vector<Value> fromCells(const resbuf* rb) {
+  std::vector<Value> values;
+  readCells(rb, [&](Value v) { values.push_back(std::move(v)); });
+  return values;
 }
 
 Value Environment::Impl::callExternal(const ExsubrObj& f, Args args) {
@@ -211,8 +237,14 @@ Value Environment::Impl::callExternal(const ExsubrObj& f, Args args) {
     resbuf* rb;
     ~Release() { acutRelRb(rb); }
   } release{cells};
-  std::vector<Value> values = fromCells(cells);
-  return values.empty() ? Value() : values.front();
+  // The result is the first value; the whole chain is still read, so a malformed one is an error.
+  Value first;
+  bool seen = false;
+  readCells(cells, [&](Value v) {
+    if (!seen) first = std::move(v);
+    seen = true;
+  });
+  return first;
 }
 
 int Environment::defun(const ACHAR* name, int funcNumber) {

@@ -318,23 +318,9 @@ bool wildMatch(const std::wstring& pat, std::size_t p, const std::wstring& s) {
   return p == pat.size();
 }
 
-// (wcmatch string pattern): the platform's wildcards; commas separate alternatives and a leading
-// ~ negates one. Case counts.
+// (wcmatch string pattern).
 Value lWcmatch(Environment&, Args a) {
-  std::wstring s = wide(argString(a, 0)), pats = wide(argString(a, 1));
-  std::size_t start = 0;
-  for (std::size_t i = 0; i <= pats.size(); ++i) {
-    if (i < pats.size() && pats[i] == L'`') {
-      ++i;
-      continue;
-    }
-    if (i < pats.size() && pats[i] != L',') continue;
-    std::wstring one = pats.substr(start, i - start);
-    bool negate = !one.empty() && one[0] == L'~';
-    if (wildMatch(one, negate ? 1 : 0, s) != negate) return Value::t();
-    start = i + 1;
-  }
-  return Value();
+  return wildcardMatch(wide(argString(a, 0)), wide(argString(a, 1))) ? Value::t() : Value();
 }
 
 Value lStringPosition(Environment&, Args a) {
@@ -410,5 +396,21 @@ const NativeDef kStrings[] = {
 const NativeRegistrar registrar(kStrings);
 
 }  // namespace
+
+bool wildcardMatch(const std::wstring& s, const std::wstring& pats) {
+  std::size_t start = 0;
+  for (std::size_t i = 0; i <= pats.size(); ++i) {
+    if (i < pats.size() && pats[i] == L'`') {
+      ++i;
+      continue;
+    }
+    if (i < pats.size() && pats[i] != L',') continue;
+    std::wstring one = pats.substr(start, i - start);
+    bool negate = !one.empty() && one[0] == L'~';
+    if (wildMatch(one, negate ? 1 : 0, s) != negate) return true;
+    start = i + 1;
+  }
+  return false;
+}
 
 }  // namespace kvlisp

@@ -194,6 +194,10 @@ Value readOne(std::string_view source);
 // A real as the platform prints it: six significant digits, always a decimal point.
 std::string formatReal(double x);
 
+// The platform's wildcard match, as wcmatch and selection filters use it: commas separate
+// alternatives, a leading ~ negates one, '`' escapes; case counts.
+bool wildcardMatch(const std::wstring& text, const std::wstring& patterns);
+
 // ---------------------------------------------------------------------------------------------
 // Conversion between values and result-buffer cells (the bridge's one table).
 

@@ -11,13 +11,19 @@ constexpr std::size_t kMaxBatch = 256;
 
 std::string quoted(const std::string& name) { return "\"" + name + "\""; }
 
-// Steps a bound statement, appending up to limit rows to out; false on an SQLite error.
-int readRows(sqlite3_stmt* s, std::size_t limit, std::vector<CellRow>& out) {
+// Steps a bound statement, appending up to limit rows to out; false on an SQLite error. Rows
+// left in `spare` (those a walk has used up) lend their storage, so a long walk stops allocating.
+int readRows(sqlite3_stmt* s, std::size_t limit, std::vector<CellRow>& out, std::vector<CellRow>* spare = nullptr) {
   int rc;
   while (out.size() < limit && (rc = sqlite3_step(s)) == SQLITE_ROW) {
-    int n = sqlite3_column_count(s);
-    CellRow row(static_cast<std::size_t>(n));
-    for (int i = 0; i < n; ++i) row[static_cast<std::size_t>(i)] = Cell::FromColumn(s, i);
+    auto n = static_cast<std::size_t>(sqlite3_column_count(s));
+    CellRow row;
+    if (spare && !spare->empty()) {
+      row = std::move(spare->back());
+      spare->pop_back();
+    }
+    row.resize(n);
+    for (std::size_t i = 0; i < n; ++i) row[i].ReadColumn(s, static_cast<int>(i));
     out.push_back(std::move(row));
   }
   return out.size() >= limit ? SQLITE_DONE : rc;
@@ -56,20 +62,22 @@ bool ProjectDatabaseImpl::TableIsEmpty(const TableInfo& table) {
   return sqlite3_step(s) != SQLITE_ROW;
 }
 
-bool ProjectDatabaseImpl::FetchFirst(Cursor& c, std::size_t limit, std::vector<CellRow>& out) {
+bool ProjectDatabaseImpl::FetchFirst(Cursor& c, std::size_t limit, std::vector<CellRow>& out,
+                                     std::vector<CellRow>* spare) {
   if (!c.index->first) c.index->first = Prepare(SelectFrom(*c.table) + OrderBy(c) + " LIMIT ?1");
   sqlite3_stmt* s = c.index->first;
   if (!s) return false;
   StmtScope scope(s);
   sqlite3_bind_int64(s, 1, static_cast<sqlite3_int64>(limit));
-  int rc = readRows(s, limit, out);
+  int rc = readRows(s, limit, out, spare);
   return rc == SQLITE_DONE || Fail(rc, "Cannot read " + c.table->name);
 }
 
 // The rows after position (v0..vk-1, rowid) in the order (c0..ck-1, rowid), where a null sorts
 // first: level k holds the rows equal in every column with a greater rowid, level L < k those equal
 // in c0..cL-1 and greater in cL. Each level is one range of the index, read in order.
-bool ProjectDatabaseImpl::FetchAfter(Cursor& c, std::size_t limit, std::vector<CellRow>& out) {
+bool ProjectDatabaseImpl::FetchAfter(Cursor& c, std::size_t limit, std::vector<CellRow>& out,
+                                     std::vector<CellRow>* spare) {
   const std::vector<int>& cols = c.index->columns;
   const std::size_t k = cols.size();
   auto value = [&](std::size_t j) -> const Cell& { return c.current[static_cast<std::size_t>(cols[j]) + 1]; };
@@ -84,7 +92,7 @@ bool ProjectDatabaseImpl::FetchAfter(Cursor& c, std::size_t limit, std::vector<C
     if (level == k) sqlite3_bind_int64(s, static_cast<int>(k) + 1, c.current[0].i);
     else if (!nullAtLevel) value(level).Bind(s, static_cast<int>(level) + 1);
     sqlite3_bind_int64(s, static_cast<int>(k) + 2, static_cast<sqlite3_int64>(limit - out.size()));
-    int rc = readRows(s, limit, out);
+    int rc = readRows(s, limit, out, spare);
     if (rc != SQLITE_DONE) return Fail(rc, "Cannot read " + c.table->name);
   }
   return true;
@@ -113,7 +121,9 @@ bool ProjectDatabaseImpl::StepForward(Cursor& c, bool& found) {
   }
   if (c.aheadPos >= c.ahead.size()) {
     std::vector<CellRow> batch;
-    bool ok = c.state == State::Fresh ? FetchFirst(c, c.nextBatch, batch) : FetchAfter(c, c.nextBatch, batch);
+    batch.reserve(c.nextBatch);
+    bool ok = c.state == State::Fresh ? FetchFirst(c, c.nextBatch, batch, &c.ahead)
+                                      : FetchAfter(c, c.nextBatch, batch, &c.ahead);
     if (!ok) return false;
     c.nextBatch = std::min(kMaxBatch, c.nextBatch * 2);
     c.ahead = std::move(batch);
@@ -126,7 +136,8 @@ bool ProjectDatabaseImpl::StepForward(Cursor& c, bool& found) {
     c.aheadPos = 0;
     return true;
   }
-  c.current = std::move(c.ahead[c.aheadPos++]);
+  // The row given up keeps its storage in the used slot, for the next batch to fill.
+  std::swap(c.current, c.ahead[c.aheadPos++]);
   c.state = State::OnRow;
   found = true;
   return true;

@@ -138,8 +138,9 @@ class ProjectDatabaseImpl final : public ComObject<ProjectDatabase> {
 
   // Walking (cursor.cpp).
   Cursor* Current();
-  bool FetchFirst(Cursor& c, std::size_t limit, std::vector<CellRow>& out);
-  bool FetchAfter(Cursor& c, std::size_t limit, std::vector<CellRow>& out);
+  // Both append to out; used-up rows in spare lend their storage.
+  bool FetchFirst(Cursor& c, std::size_t limit, std::vector<CellRow>& out, std::vector<CellRow>* spare = nullptr);
+  bool FetchAfter(Cursor& c, std::size_t limit, std::vector<CellRow>& out, std::vector<CellRow>* spare = nullptr);
   bool StepForward(Cursor& c, bool& found);
   HRESULT SeekKeys(const VARIANT* const* keys, int count, SAFEARRAY** row, VARIANT_BOOL* found);
   bool TableIsEmpty(const TableInfo& table);

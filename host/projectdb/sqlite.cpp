@@ -7,18 +7,24 @@ namespace kvprojectdb {
 
 Cell Cell::FromColumn(sqlite3_stmt* s, int column) {
   Cell c;
-  c.type = sqlite3_column_type(s, column);
-  switch (c.type) {
-    case SQLITE_INTEGER: c.i = sqlite3_column_int64(s, column); break;
-    case SQLITE_FLOAT: c.d = sqlite3_column_double(s, column); break;
+  c.ReadColumn(s, column);
+  return c;
+}
+
+void Cell::ReadColumn(sqlite3_stmt* s, int column) {
+  type = sqlite3_column_type(s, column);
+  switch (type) {
+    case SQLITE_INTEGER: i = sqlite3_column_int64(s, column); break;
+    case SQLITE_FLOAT: d = sqlite3_column_double(s, column); break;
     case SQLITE_NULL: break;
     default: {
-      c.type = SQLITE_TEXT;
-      auto* text = reinterpret_cast<const char*>(sqlite3_column_text(s, column));
-      c.text.assign(text ? text : "", static_cast<std::size_t>(sqlite3_column_bytes(s, column)));
+      type = SQLITE_TEXT;
+      auto* chars = reinterpret_cast<const char*>(sqlite3_column_text(s, column));
+      text.assign(chars ? chars : "", static_cast<std::size_t>(sqlite3_column_bytes(s, column)));
+      return;
     }
   }
-  return c;
+  text.clear();
 }
 
 void Cell::Bind(sqlite3_stmt* s, int index) const {

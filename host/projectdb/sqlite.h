@@ -47,6 +47,8 @@ struct Cell {
   std::string text;
 
   static Cell FromColumn(sqlite3_stmt* s, int column);
+  // FromColumn into this cell, keeping its text's storage for the next row of a walk.
+  void ReadColumn(sqlite3_stmt* s, int column);
   // Binds to parameter index (1-based); a VARIANT's kind decides the type (booleans as -1/0).
   void Bind(sqlite3_stmt* s, int index) const;
   static bool FromVariant(const VARIANT& v, Cell& out);

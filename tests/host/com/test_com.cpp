@@ -1,6 +1,8 @@
 // Tests of the component-object layer: strings, variants, arrays, references, creation, errors.
 #include <gtest/gtest.h>
 
+#include <string>
+
 #include "com.h"
 
 namespace {
@@ -105,6 +107,38 @@ HRESULT makeProbe(REFIID iid, void** out) {
   HRESULT hr = p->QueryInterface(iid, out);
   p->Release();
   return hr;
+}
+
+// Freed strings and arrays are handed out again (a table walk makes and frees them per row):
+// what comes back must be what was asked for, never what the last owner left in it.
+TEST(SafeArray, ReusedStringsAndArraysComeBackAsNew) {
+  for (int round = 0; round < 3; ++round) {
+    BSTR longer = SysAllocString(L"DISTANCE1");
+    SysFreeString(longer);
+    BSTR shorter = SysAllocStringLen(nullptr, 3);
+    EXPECT_EQ(SysStringLen(shorter), 3u);
+    EXPECT_EQ(std::wstring(shorter, 3), std::wstring(3, L'\0')) << "no characters of the freed string";
+    EXPECT_EQ(shorter[3], L'\0');
+    SysFreeString(shorter);
+
+    SAFEARRAY* first = SafeArrayCreateVector(VT_VARIANT, 0, 4);
+    auto* items = static_cast<VARIANT*>(first->pvData);
+    items[1].vt = VT_BSTR;
+    items[1].bstrVal = SysAllocString(L"kept?");
+    items[2].vt = VT_I4;
+    items[2].lVal = 7;
+    first->cLocks = 1;
+    EXPECT_EQ(SafeArrayDestroy(first), S_OK);
+    SAFEARRAY* again = SafeArrayCreateVector(VT_VARIANT, 5, 4);
+    LONG lower = 0, upper = 0;
+    SafeArrayGetLBound(again, 1, &lower);
+    SafeArrayGetUBound(again, 1, &upper);
+    EXPECT_EQ(lower, 5);
+    EXPECT_EQ(upper, 8);
+    EXPECT_EQ(again->cLocks, 0u);
+    for (int i = 0; i < 4; ++i) EXPECT_EQ(static_cast<VARIANT*>(again->pvData)[i].vt, VT_EMPTY) << i;
+    SafeArrayDestroy(again);
+  }
 }
 
 TEST(ComPtr, LastReleaseDestroys) {

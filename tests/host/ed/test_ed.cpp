@@ -120,6 +120,65 @@ TEST_F(EdTest, AllSelectionWithDxfNameAndLayerFilters) {
   EXPECT_EQ(acedSSCount(), 0) << "no set leaks";
 }
 
+// Filters beyond type and layer: colour with comparisons, line type and extended-data
+// application by wildcard (case ignored), and the logical groups; a group list whose groups do
+// not close, or hold the wrong number of operands, is refused as a request.
+TEST_F(EdTest, FilterGroupsCombineAndMalformedGroupsAreRefused) {
+  AcDbDatabase* db = doc_->database();
+  {
+    AcDbObjectPointer<AcDbRegAppTable> apps(db->regAppTableId(), AcDb::kForWrite);
+    ASSERT_EQ(apps.openStatus(), Acad::eOk);
+    auto* app = new AcDbRegAppTableRecord;
+    app->setName(L"KV_ROUTE");
+    ASSERT_EQ(apps->add(app), Acad::eOk);
+    app->close();
+  }
+  auto edit = [&](AcDbObjectId id, auto change) {
+    AcDbEntity* e = nullptr;
+    ASSERT_EQ(acdbOpenObject(e, id, AcDb::kForWrite), Acad::eOk);
+    change(*e);
+    e->close();
+  };
+  AcCmColor red;
+  red.setColorIndex(1);
+  AcCmColor blue;
+  blue.setColorIndex(5);
+  edit(line(0, 0, 1, 0), [&](AcDbEntity& e) { e.setColor(red); });
+  edit(line(0, 1, 1, 1), [&](AcDbEntity& e) {
+    e.setColor(blue);
+    resbuf* x = acutBuildList(1001, L"KV_ROUTE", 1000, L"supply", RTNONE);
+    EXPECT_EQ(e.setXData(x), Acad::eOk);
+    acutRelRb(x);
+  });
+  line(0, 2, 1, 2);  // colour by layer (256)
+  auto count = [](resbuf* filter) {
+    ads_name ss;
+    int rc = acedSSGet(L"X", nullptr, nullptr, filter, ss);
+    acutRelRb(filter);
+    Adesk::Int32 n = 0;
+    if (rc == RTNORM) acedSSLength(ss, &n), acedSSFree(ss);
+    return rc == RTNORM ? n : rc == RTERROR ? 0 : -rc;
+  };
+  EXPECT_EQ(count(acutBuildList(62, 1, RTNONE)), 1);
+  EXPECT_EQ(count(acutBuildList(-4, L">=", 62, 5, RTNONE)), 2) << "blue and by-layer";
+  EXPECT_EQ(count(acutBuildList(-4, L"!=", 62, 256, RTNONE)), 2);
+  EXPECT_EQ(count(acutBuildList(1001, L"kv_*", RTNONE)), 1) << "application, case ignored";
+  EXPECT_EQ(count(acutBuildList(6, L"BYLAYER", RTNONE)), 3);
+  EXPECT_EQ(count(acutBuildList(RTDXF0, L"~LINE", RTNONE)), 0) << "negated wildcard";
+  EXPECT_EQ(count(acutBuildList(-4, L"<OR", 62, 1, 1001, L"KV_ROUTE", -4, L"OR>", RTNONE)), 2);
+  EXPECT_EQ(count(acutBuildList(-4, L"<NOT", -4, L"<OR", 62, 1, 62, 5, -4, L"OR>", -4, L"NOT>", RTNONE)), 1);
+  EXPECT_EQ(count(acutBuildList(-4, L"<xor", 62, 5, 1001, L"*", -4, L"xor>", RTNONE)), 0) << "both true";
+  EXPECT_EQ(count(acutBuildList(-4, L"<AND", 8, L"0", -4, L"<XOR", 62, 1, 62, 5, -4, L"XOR>", -4, L"AND>", RTNONE)), 2);
+  const int refused = -RTREJ;
+  EXPECT_EQ(count(acutBuildList(-4, L"<OR", 62, 1, RTNONE)), refused) << "never closed";
+  EXPECT_EQ(count(acutBuildList(-4, L"<AND", 62, 1, -4, L"OR>", RTNONE)), refused) << "closed by another";
+  EXPECT_EQ(count(acutBuildList(-4, L"<NOT", 62, 1, 62, 5, -4, L"NOT>", RTNONE)), refused) << "two under NOT";
+  EXPECT_EQ(count(acutBuildList(-4, L"<XOR", 62, 1, -4, L"XOR>", RTNONE)), refused) << "one under XOR";
+  EXPECT_EQ(count(acutBuildList(-4, L"OR>", RTNONE)), refused) << "a close without an open";
+  EXPECT_EQ(count(acutBuildList(-4, L"=", RTNONE)), refused) << "a comparison of nothing";
+  EXPECT_EQ(acedSSCount(), 0) << "no set leaks";
+}
+
 // A selection set and an entity name outlive their drawing; afterwards they give the platform's
 // error, even when a new drawing takes the old one's place, and an erased entity has no list.
 TEST_F(EdTest, HandlesOfClosedDrawingsAndErasedEntitiesGiveErrors) {
