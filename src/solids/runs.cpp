@@ -111,7 +111,11 @@ bool BuildFlex(std::int32_t ixDuct, bool convert, int option, SolidPieces& piece
   for (std::int32_t ix : chain) {
     LoadedDuct piece;
     if (!LoadDuct(ix, convert, piece)) return false;
-    points.append(ductStartPoint(piece.row, &piece.frame, convert));
+    const AcGePoint3d at = ductStartPoint(piece.row, &piece.frame, convert);
+    // A transition from the duct before the run already covers the run's first point; going
+    // back to it would fold the tube onto itself.
+    if (points.length() == 1 && (at - start).dotProduct(startFrame[0]) < 0.0) continue;
+    points.append(at);
   }
   points.append(end);
   SolidPtr tube = NewSolid();
