@@ -317,3 +317,72 @@ TEST_F(SolidFunctions, UnionSliceAndExplode) {
 }
 
 }  // namespace
+
+namespace {
+
+class DiffuserSolids : public Solids {
+ protected:
+  // A schedule row 601 of the neck sizes given, and the placed diffuser 501 at the end of
+  // ixDuct (0: none) at (x, y, z).
+  void Diffuser(std::int32_t ixDuct, double neck, double neck2, const AcGePoint3d& at = AcGePoint3d(0, 0, 0)) {
+    Exec(L"DELETE FROM tblDiffS WHERE ixDiffS = 601");
+    Exec(L"DELETE FROM tblDiffL WHERE ixDiffL = 501");
+    Exec(L"INSERT INTO tblDiffS (ixDiffS, ixDiffSGroup, CALLOUT, ixDwgDiff, WIDTH, LENGTH, NECK, NECK2, TILT, "
+         L"CONTYPE) VALUES (601, 1, 'A', 0, 24, 24, " + std::to_wstring(neck) + L", " + std::to_wstring(neck2) +
+         L", 0, 'T')");
+    Exec(L"INSERT INTO tblDiffL (ixDiffL, ixDiffS, ixDuct, ixLayerSystem, CFM, TILT, CONTYPE, X, Y, Z, ROTATION, "
+         L"bDeleted, iAlignmentPointNumber) VALUES (501, 601, " +
+         (ixDuct ? std::to_wstring(ixDuct) : std::wstring(L"NULL")) + L", 0, 100, 0, 'T', " + std::to_wstring(at.x) +
+         L", " + std::to_wstring(at.y) + L", " + std::to_wstring(at.z) + L", 0, 0, 0)");
+    if (ixDuct) session_.diffuser[ixDuct] = 501;
+  }
+};
+
+TEST_F(DiffuserSolids, NeckAndTransitionFollowTheDuct) {
+  // A round duct and a neck of 0: the neck is the duct's own size, no transition; the straight
+  // piece stops where the diffuser's connection begins, and the two meet.
+  const std::int32_t round = AddDuct(At(0, 0), At(100, 0), L"RD", 10, 10);
+  SetText(round, L"FITTING", L"DCONN");
+  Diffuser(round, 0, 0);
+  SolidPieces diffuser, duct;
+  ASSERT_TRUE(drawTripleFitting(round, 0, false, L"", diffuser));
+  const double reach = Row(round).HEADLENGTH3D;
+  EXPECT_GT(reach, 0.0);
+  ASSERT_TRUE(drawTripleCenter(round, 0, false, duct));
+  EXPECT_NEAR(Bodies(duct.solid).extents().max.x, 100 - reach, 1e-6);
+  ExpectOneModel({duct.solid, diffuser.solid});
+
+  // A round neck of 12 on a 12 by 8 duct: the transition's slope asks more than the change of kind.
+  const std::int32_t rect = AddDuct(At(0, 200), At(100, 200), L"RC", 12, 8);
+  SetText(rect, L"FITTING", L"DCONN");
+  Diffuser(rect, 12, 0);
+  ASSERT_TRUE(drawTripleFitting(rect, 0, false, L"", diffuser = {}));
+  EXPECT_FALSE(Bodies(diffuser.solid).isEmpty());
+  EXPECT_GT(Row(rect).HEADLENGTH3D, 4 * 0.5 / std::tan(15 * kPi / 180));
+  // A flexible duct still gets its diffuser: the connection comes before the material.
+  const std::int32_t flex = AddDuct(At(0, 400), At(100, 400), L"RD", 10, 10, L"FX");
+  SetText(flex, L"FITTING", L"DCONN");
+  Diffuser(flex, 0, 0);
+  ASSERT_TRUE(drawTripleFitting(flex, 0, false, L"", diffuser = {}));
+  EXPECT_FALSE(Bodies(diffuser.solid).isEmpty());
+
+  // Without a duct: at its own position, and no reach written anywhere.
+  Diffuser(0, 8, 0, AcGePoint3d(500, 500, 90));
+  LispStatus status;
+  ResbufPtr answer = CallBody(kv_hvac_drawTripleDiffuser, acutBuildList(RTSHORT, 501, RTSHORT, 0, RTNIL, 0), &status);
+  ASSERT_EQ(status, LispStatus::Success);
+  ASSERT_TRUE(answer && answer->restype == RTLB);
+  ads_name name;
+  AcDbObjectId id;
+  const resbuf* cell = answer->rbnext->rbnext->rbnext->rbnext;  // ( ( "diffuser" . e
+  ASSERT_EQ(cell->restype, RTENAME);
+  name[0] = cell->resval.rlname[0];
+  name[1] = cell->resval.rlname[1];
+  ASSERT_EQ(acdbGetObjectId(id, name), Acad::eOk);
+  const SolidExtents box = Bodies(id).extents();
+  EXPECT_NEAR((box.min.x + box.max.x) / 2, 500, 1e-6);
+  EXPECT_NEAR((box.min.y + box.max.y) / 2, 500, 1e-6);
+  EXPECT_TRUE(IsNil(CallBody(kv_hvac_drawTripleDiffuser, acutBuildList(RTSHORT, 999, RTSHORT, 0, RTNIL, 0))));
+}
+
+}  // namespace
