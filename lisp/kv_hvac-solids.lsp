@@ -36,9 +36,13 @@
     (setq built (append built (solids-names (kv_hvac-drawTripleDiffuser ix option convert)))))
   built)
 
-;; Writes every solid of model space to PATH as STEP; the number of bodies written.
-(defun kv_hvac-solids-exportStep (path)
-  (kv_solid-exportStep path))
+;; Writes every solid of model space to PATH as STEP, labelled in the drawing's real unit:
+;; millimetres when METRIC, else inches. The number of bodies written.
+(defun kv_hvac-solids-exportStep (path metric)
+  (kv_solid-exportStep path nil (if metric "MM" "INCH")))
+
+;; Whether the project's drawings are in millimetres; the commands read it.
+(if (not (boundp '*kv_hvac-solids-metric*)) (setq *kv_hvac-solids-metric* nil))
 
 (defun C:KV-3DMODEL (/ built)
   (setq built (kv_hvac-solids-build nil 0 nil))
@@ -49,6 +53,6 @@
   (setq built (kv_hvac-solids-build nil 0 nil)
         drawing (kvhost-current)
         path (strcat (vl-filename-directory drawing) "/" (vl-filename-base drawing) ".step")
-        written (kv_hvac-solids-exportStep path))
+        written (kv_hvac-solids-exportStep path *kv_hvac-solids-metric*))
   (princ (strcat "\n" (itoa (length built)) " solids built, " (itoa written) " bodies written to " path "."))
   (princ))

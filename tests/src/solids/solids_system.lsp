@@ -66,7 +66,8 @@
 (check "no solid is empty" (not (vl-remove-if '(lambda (v) (> v 1.0)) (kv_solid-volumes))))
 
 (setq step (strcat out "/system.step"))
-(setq written (kv_hvac-solids-exportStep step))
+(setq written (kv_hvac-solids-exportStep step nil))
+;; In inches, the drawing's unit, which the independent reader turns into millimetres.
 ;; A tee keeps its trunk and stubs as bodies of one solid; each body is a solid of the file.
 (check "STEP holds every solid" (>= written (* 2 pieces)))
 (setq f (open (strcat out "/volumes.txt") "w"))

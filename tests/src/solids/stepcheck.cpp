@@ -1,8 +1,9 @@
 // Reads a STEP file with OpenCASCADE alone, none of our code: counts its solids, checks each
 // with the kernel, compares their total volume with the volumes the drawing reported, and draws
 // the edges in an isometric view to a PNG.
-//   stepcheck model.step volumes.txt picture.png
-// The volumes file holds the number of bodies written, then one volume per line.
+//   stepcheck model.step volumes.txt picture.png [millimetres per drawing unit]
+// The volumes file holds the number of bodies written, then one volume per line, in drawing
+// units; the kernel reads the file in millimetres, whatever unit the file names.
 #include <BRepAdaptor_Curve.hxx>
 #include <BRepCheck_Analyzer.hxx>
 #include <BRepGProp.hxx>
@@ -13,6 +14,7 @@
 #include <cairo.h>
 
 #include <cmath>
+#include <cstdlib>
 #include <fstream>
 #include <iostream>
 #include <vector>
@@ -73,8 +75,8 @@ void Draw(const std::vector<std::vector<Flat>>& edges, const char* path) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc != 4) {
-    std::cerr << "usage: stepcheck model.step volumes.txt picture.png\n";
+  if (argc != 4 && argc != 5) {
+    std::cerr << "usage: stepcheck model.step volumes.txt picture.png [mm per unit]\n";
     return 2;
   }
   STEPControl_Reader reader;
@@ -98,6 +100,8 @@ int main(int argc, char** argv) {
   double expected = 0.0, v = 0.0;
   in >> written;
   while (in >> v) expected += v;
+  const double scale = argc == 5 ? std::atof(argv[4]) : 1.0;
+  expected *= scale * scale * scale;
   Draw(Edges(shape), argv[3]);
   std::cout << "solids " << solids << " (written " << written << "), invalid " << invalid << ", volume " << total
             << " (drawing " << expected << ")\n";
