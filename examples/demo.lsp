@@ -29,7 +29,8 @@
   (entmake (list '(0 . "LINE") (cons 10 (car seg)) (cons 11 (cadr seg)))))
 (kvhost-save-as (strcat room-arrowBlock ".dwg"))
 (kvhost-close (kvhost-current))
-(kvhost-open "office.dwg")
+;; office.dwg, opened from the command line, is current again: the module asks the layer of the
+;; document this script runs in, so the duct graph below is the one it sees.
 (demo-line "drawing" (kvhost-current))
 (setq outlines (kv_hvac-getLayer "ROOM OUTLINES" nil)
       labels (kv_hvac-getLayer "ROOM LABELS" nil))
@@ -80,14 +81,27 @@
 (demo-line "first and last" (list (car route) (last route)))
 
 (demo-title "3D supply run")
-(setq sq (kv_solid-test-elbow "SQUARE" '(60 360 96) '(300 360 96) '(300 200 96) 14 10))
-(kv_solid-test-duct '(60 360 96) (cadr sq) 14 10)
-(setq wy (kv_solid-test-wye (caddr sq) '(300 120 96) '(340 80 96) '(260 80 96) 14 10))
-(kv_solid-test-duct (caddr sq) (cadr wy) 14 10)
-(setq legE (cadddr wy) diffAt (list (+ (car legE) 50) (- (cadr legE) 50) 96))
-(kv_solid-test-duct legE diffAt 14 10)
-(kv_solid-test-diffuser (list (car diffAt) (cadr diffAt) 70) 1 24 24 10)
-(kv_solid-test-flex (list (caddr wy) '(220 60 96) '(140 60 96)) 6.0 '(-0.7071 -0.7071 0) '(-1 0 0))
+;; The run's rows as the duct commands leave them in the project, linked in the layer's graph:
+;; a main turning south into a wye, one leg on to its end, the other into a flexible run.
+(setq demo-file (projectdb-currentFile))
+(defun demo-duct (p1 p2 width depth material)
+  (kvdb-execute demo-file
+    (strcat "INSERT INTO tblDuct (SHAPE, OFFSET, WIDTH, DEPTH, MATERIAL, X1, Y1, Z1, X2, Y2, Z2) VALUES (\""
+            (if (= material "FX") "rd" "RC") "\", \"c\", " (rtos width 2 3) ", " (rtos depth 2 3) ", \"" material "\", "
+            (rtos (car p1) 2 3) ", " (rtos (cadr p1) 2 3) ", " (rtos (caddr p1) 2 3) ", "
+            (rtos (car p2) 2 3) ", " (rtos (cadr p2) 2 3) ", " (rtos (caddr p2) 2 3) ")"))
+  (fix (car (kvdb-query demo-file "SELECT max(ixDuct) FROM tblDuct"))))
+(ductgraph-reset)
+(setq main (demo-duct '(60 360 96) '(300 360 96) 14 10 "GS")
+      south (demo-duct '(300 360 96) '(300 200 96) 14 10 "GS")
+      legE (demo-duct '(300 200 96) '(340 160 96) 14 10 "GS")
+      legW (demo-duct '(300 200 96) '(260 160 96) 14 10 "GS")
+      legEnd (demo-duct '(340 160 96) '(390 110 96) 14 10 "GS")
+      flex (demo-duct '(260 160 96) '(140 60 96) 6 6 "FX"))
+(foreach link (list (list main south) (list south legE) (list south legW) (list legE legEnd) (list legW flex))
+  (ductgraph-connect (car link) (cadr link)))
+(setq built (kv_hvac-solids-build (list main south legE legW legEnd flex) 0 nil))
+(demo-line "solids built from the rows" (length built))
 (demo-line "solids and their volumes (in3)" (mapcar '(lambda (v) (fix v)) (kv_solid-volumes)))
 
 (demo-title "Files")

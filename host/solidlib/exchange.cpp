@@ -3,9 +3,12 @@
 
 #include <BRepMesh_IncrementalMesh.hxx>
 #include <BRep_Builder.hxx>
+#include <BRepBuilderAPI_Transform.hxx>
+#include <gp_Trsf.hxx>
 #include <Bnd_Box.hxx>
 #include <BRepBndLib.hxx>
 #include <IFSelect_ReturnStatus.hxx>
+#include <Interface_Static.hxx>
 #include <Message_ProgressRange.hxx>
 #include <RWGltf_CafWriter.hxx>
 #include <TColStd_IndexedDataMapOfStringString.hxx>
@@ -51,19 +54,52 @@ void initStep() {
   std::call_once(once, [] { STEPControl_Controller::Init(); });
 }
 
+// The drawing's numbers are in `unit`; the writer takes millimetres and writes them in its
+// write unit, so the bodies go in scaled to millimetres and come out as the drawing's numbers
+// labelled in its unit. The write unit is global to the kernel: put back afterwards.
+class StepUnit {
+ public:
+  explicit StepUnit(const std::string& unit) { Interface_Static::SetCVal("write.step.unit", unit.c_str()); }
+  ~StepUnit() { Interface_Static::SetCVal("write.step.unit", "MM"); }
+  StepUnit(const StepUnit&) = delete;
+  StepUnit& operator=(const StepUnit&) = delete;
+};
+
+double MillimetresPer(const std::string& unit) {
+  if (unit == "MM") return 1.0;
+  if (unit == "CM") return 10.0;
+  if (unit == "M") return 1000.0;
+  if (unit == "INCH") return 25.4;
+  if (unit == "FT") return 304.8;
+  throw Refusal("unknown STEP unit " + unit);
+}
+
 }  // namespace
 
 int kvWriteStep(const std::vector<const SolidBodies*>& solids, const std::string& path, std::string& error) {
+  return kvWriteStepIn(solids, path, "MM", error);
+}
+
+int kvWriteStepIn(const std::vector<const SolidBodies*>& solids, const std::string& path, const std::string& unit,
+                  std::string& error) {
   return exchangeGuard(error, [&]() -> int {
     initStep();
+    const double scale = MillimetresPer(unit);
+    const StepUnit scope(unit);
     const std::vector<TopoDS_Shape> bodies = allBodies(solids);
     // One compound in one transfer: the writer's cost grows steeply with the number of roots.
     BRep_Builder builder;
     TopoDS_Compound all;
     builder.MakeCompound(all);
     for (const TopoDS_Shape& b : bodies) builder.Add(all, b);
+    TopoDS_Shape written = all;
+    if (scale != 1.0) {
+      gp_Trsf toMillimetres;
+      toMillimetres.SetScale(gp_Pnt(0, 0, 0), scale);
+      written = BRepBuilderAPI_Transform(all, toMillimetres, true).Shape();
+    }
     STEPControl_Writer writer;
-    if (writer.Transfer(all, STEPControl_AsIs) != IFSelect_RetDone) throw Refusal("the bodies cannot be put into STEP form");
+    if (writer.Transfer(written, STEPControl_AsIs) != IFSelect_RetDone) throw Refusal("the bodies cannot be put into STEP form");
     if (writer.Write(path.c_str()) != IFSelect_RetDone) throw Refusal("cannot write " + path);
     return static_cast<int>(bodies.size());
   });

@@ -161,6 +161,9 @@ class SolidBodies {
 // STEP, STL and glTF files of many solids' bodies; each answers the number of bodies written, or -1
 // with `error` filled.
 int kvWriteStep(const std::vector<const SolidBodies*>& solids, const std::string& path, std::string& error);
+// The same, the coordinates labelled in `unit` ("MM", "CM", "M", "INCH", "FT"); kvWriteStep is "MM".
+int kvWriteStepIn(const std::vector<const SolidBodies*>& solids, const std::string& path, const std::string& unit,
+                  std::string& error);
 int kvWriteStl(const std::vector<const SolidBodies*>& solids, const std::string& path, std::string& error);
 // glTF for viewers: binary (.glb) when the name ends so, else text glTF with a .bin beside it.
 int kvWriteGltf(const std::vector<const SolidBodies*>& solids, const std::string& path, std::string& error);

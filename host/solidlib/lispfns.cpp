@@ -3,6 +3,7 @@
 // single pieces in model space so that scripts can test the library without the module.
 #include <cmath>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -70,8 +71,8 @@ void makeParentFolder(const std::string& path) {
 }
 
 // Runs `write` over copies of all solids' bodies of the current drawing.
-Value exportSolids(Args args, int (*write)(const std::vector<const SolidBodies*>&, const std::string&, std::string&),
-                   const char* name) {
+using SolidWriter = std::function<int(const std::vector<const SolidBodies*>&, const std::string&, std::string&)>;
+Value exportSolids(Args args, const SolidWriter& write, const char* name) {
   const std::string& path = kvlisp::argString(args, 0);
   std::unique_ptr<AcDbDatabase> saved;
   if (args.size() > 1 && !args[1].isNil()) saved = readDrawing(kvlisp::argString(args, 1));
@@ -86,7 +87,13 @@ Value exportSolids(Args args, int (*write)(const std::vector<const SolidBodies*>
   return Value::integer(n);
 }
 
-Value exportStep(Environment&, Args args) { return exportSolids(args, kvWriteStep, "kv_solid-exportStep"); }
+Value exportStep(Environment&, Args args) {
+  if (args.size() < 3 || args[2].isNil()) return exportSolids(args, kvWriteStep, "kv_solid-exportStep");
+  const std::string unit = kvlisp::argString(args, 2);
+  return exportSolids(args, [&unit](const std::vector<const SolidBodies*>& s, const std::string& p, std::string& e) {
+    return kvWriteStepIn(s, p, unit, e);
+  }, "kv_solid-exportStep");
+}
 Value exportStl(Environment&, Args args) { return exportSolids(args, kvWriteStl, "kv_solid-exportStl"); }
 Value exportGltf(Environment&, Args args) { return exportSolids(args, kvWriteGltf, "kv_solid-exportGltf"); }
 
@@ -235,7 +242,7 @@ Value testDiffuser(Environment&, Args args) {
 }
 
 const kvlisp::NativeDef kFunctions[] = {
-    {"kv_solid-exportStep", "(kv_solid-exportStep path [drawing])", "Writes every solid of model space (of a saved drawing when named) to a STEP file; the number of bodies.", exportStep},
+    {"kv_solid-exportStep", "(kv_solid-exportStep path [drawing [unit]])", "Writes every solid of model space (of a saved drawing when named) to a STEP file, its coordinates in unit (\"MM\" when not given, \"INCH\", ...); the number of bodies.", exportStep},
     {"kv_solid-exportStl", "(kv_solid-exportStl path [drawing])", "Writes every solid of model space (of a saved drawing when named) to an STL file; the number of bodies.", exportStl},
     {"kv_solid-exportGltf", "(kv_solid-exportGltf path [drawing])", "Writes every solid of model space to glTF (binary for .glb); the number of bodies.", exportGltf},
     {"kv_solid-stepVolumes", "(kv_solid-stepVolumes path)", "The volume of each solid of a STEP file.", stepVolumes},

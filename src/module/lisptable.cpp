@@ -14,6 +14,7 @@
 #include "loads/loadslisp.h"
 #include "module/module.h"
 #include "rooms/rooms.h"
+#include "solids/solids.h"
 
 namespace {
 
@@ -37,12 +38,12 @@ LispStatus NotBuilt();
 // Position is the function code; the order is fixed by the LISP layer that calls these names.
 constexpr LispFunctionSpec kSpecs[kLispFunctionCount] = {
     /*  0 */ {L"kv_hvac-disconnect",                   Guard::Lock,     kv_hvac_disconnect},
-    /*  1 */ {L"kv_hvac-solidUnion",                   Guard::Lock,     NotBuilt<1>},
-    /*  2 */ {L"kv_hvac-solidSlice",                   Guard::Lock,     NotBuilt<2>},
-    /*  3 */ {L"kv_hvac-drawTripleFitting",            Guard::Connect,  NotBuilt<3>},
-    /*  4 */ {L"kv_hvac-drawTripleCenter",             Guard::Connect,  NotBuilt<4>},
-    /*  5 */ {L"kv_hvac-drawTripleDiffuser",           Guard::Connect,  NotBuilt<5>},
-    /*  6 */ {L"kv_hvac-ExplodeSolid",                 Guard::Lock,     NotBuilt<6>},
+    /*  1 */ {L"kv_hvac-solidUnion",                   Guard::Lock,     kv_hvac_solidUnion},
+    /*  2 */ {L"kv_hvac-solidSlice",                   Guard::Lock,     kv_hvac_solidSlice},
+    /*  3 */ {L"kv_hvac-drawTripleFitting",            Guard::Connect,  kv_hvac_drawTripleFitting},
+    /*  4 */ {L"kv_hvac-drawTripleCenter",             Guard::Connect,  kv_hvac_drawTripleCenter},
+    /*  5 */ {L"kv_hvac-drawTripleDiffuser",           Guard::Connect,  kv_hvac_drawTripleDiffuser},
+    /*  6 */ {L"kv_hvac-ExplodeSolid",                 Guard::Lock,     kv_hvac_ExplodeSolid},
     /*  7 */ {L"kv_hvac-getPlinePoints",               Guard::Lock,     kv_hvac_getPlinePoints},
     /*  8 */ {L"kv_hvac-setDuctInfo",                  Guard::Lock,     kv_hvac_setDuctInfo},
     /*  9 */ {L"kv_hvac-getOldDuctInfo",               Guard::Lock,     kv_hvac_getOldDuctInfo},

@@ -9,6 +9,7 @@ import sys
 # Rank of each folder: a folder may include a folder of lower rank. The grid stands alone.
 RANKS = {"bridge": 1, "filing": 1, "database": 2, "loads": 2, "ductwork": 3, "rooms": 3, "dialogs": 3, "module": 4,
          "grid": 1}
+RANKS["solids"] = 3.5  # stands on ductwork, below the module
 PUBLIC = {
     "bridge": {"bridge.h"},
     "filing": {"filing.h"},
@@ -19,6 +20,7 @@ PUBLIC = {
     "dialogs": {"dialogs.h"},
     "module": {"module.h"},
     "grid": {"gridctrl.h"},
+    "solids": {"solids.h"},
 }
 INCLUDE = re.compile(r'^\s*#\s*include\s+"([^"]+)"', re.M)
 
