@@ -34,3 +34,7 @@ LispStatus kv_hvac_options();
 LispStatus kv_hvac_ProjectExplorer();
 // LISP kv_hvac-dwgDiff: [project file]; edits the diffuser block kinds, answers nothing.
 LispStatus kv_hvac_dwgDiff();
+// LISP kv_hvac-loadDetail: title, loadId, showSystem, ventilation method, area, people, the ten
+// integers of the two cooling times, flows and temperatures, the two not-calculated flags, then
+// the psychrometric rows; answers 1 when the user asks for a fresh calculation, else 0.
+LispStatus kv_hvac_loadDetail();

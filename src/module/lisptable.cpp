@@ -74,7 +74,7 @@ constexpr LispFunctionSpec kSpecs[kLispFunctionCount] = {
     /* 35 */ {L"kv_hvac-getLayer",                     Guard::Connect,  kv_hvac_getLayer},
     /* 36 */ {L"kv_hvac-options",                      Guard::None,     kv_hvac_options},
     /* 37 */ {L"kv_hvac-dwgDiff",                      Guard::Lock,     kv_hvac_dwgDiff},
-    /* 38 */ {L"kv_hvac-loadDetail",                   Guard::Connect,  NotBuilt<38>},
+    /* 38 */ {L"kv_hvac-loadDetail",                   Guard::Connect,  kv_hvac_loadDetail},
     /* 39 */ {L"c:checkkv",                            Guard::Connect,  c_checkkv},
     /* 40 */ {L"kv_hvac-room-setLeaderLocation",       Guard::Lock,     kv_hvac_room_setLeaderLocation},
     /* 41 */ {L"kv_hvac-duct-fillet",                  Guard::Connect,  NotBuilt<41>},

@@ -62,7 +62,7 @@ TEST(LispFunctionTable, NotBuiltRows) {
       L"kv_hvac-addDuctToDwg", L"kv_hvac-zoneTree",
       L"kv_hvac-floorTree", L"kvDuct", L"kvbreak", L"kvductforce",
       L"kv_hvac-insertDuct-likePlumbing", L"kv_hvac-getDuctCoord",
-      L"kv_hvac-loadDetail", L"kv_hvac-duct-fillet",
+      L"kv_hvac-duct-fillet",
   };
   EXPECT_EQ(NotBuiltLispFunctions(), expected);
 }
