@@ -59,8 +59,8 @@ TEST(LispFunctionTable, NotBuiltRows) {
   std::vector<std::wstring> expected = {
       L"kv_hvac-solidUnion", L"kv_hvac-solidSlice", L"kv_hvac-drawTripleFitting",
       L"kv_hvac-drawTripleCenter", L"kv_hvac-drawTripleDiffuser", L"kv_hvac-ExplodeSolid",
-      L"kv_hvac-addDuctToDwg", L"kv_hvac-zoneTree",
-      L"kv_hvac-floorTree", L"kvDuct", L"kvbreak", L"kvductforce",
+      L"kv_hvac-addDuctToDwg",
+      L"kvDuct", L"kvbreak", L"kvductforce",
       L"kv_hvac-insertDuct-likePlumbing", L"kv_hvac-getDuctCoord",
       L"kv_hvac-duct-fillet",
   };
