@@ -15,6 +15,7 @@
 #include "database/database.h"
 #include "dialogs/CDialogProjectExplorerHVAC.h"
 #include "dialogs/CLoadDetail.h"
+#include "dialogs/CTreeDialogs.h"
 #include "dialogs/COptions.h"
 #include "inputqueue.h"
 #include "lisp.h"
@@ -185,6 +186,64 @@ void BM_LoadDetail(benchmark::State& state) {
   state.SetLabel("open to first paint");
 }
 BENCHMARK(BM_LoadDetail)->Unit(benchmark::kMillisecond)->Iterations(5);
+
+// A floor tree list of 20 floors of 100 rooms each, as the layer hands it over.
+resbuf* FloorPlan() {
+  resbuf* head = acutBuildList(RTLB, 0);
+  resbuf* tail = head;
+  auto add = [&tail](resbuf* cells) {
+    tail->rbnext = cells;
+    while (tail->rbnext) tail = tail->rbnext;
+  };
+  for (int floor = 1; floor <= 20; ++floor) {
+    add(acutBuildList(RTLB, RTSTR, (L"Floor " + std::to_wstring(floor)).c_str(), RTLONG, floor, RTDOTE, RTLB, 0));
+    for (int room = 1; room <= 100; ++room) {
+      const int ix = (floor - 1) * 100 + room;
+      add(acutBuildList(RTLB, RTSTR, (L"Room " + std::to_wstring(ix)).c_str(), RTLONG, -ix, RTDOTE, 0));
+    }
+    add(acutBuildList(RTLE, 0));
+  }
+  add(acutBuildList(RTLE, 0));
+  return head;
+}
+
+// Open to first paint; with a hook, one drop of two rooms on the last floor, timed alone.
+class TimedFloorTree : public CFloorTree {
+ public:
+  bool drop = false;
+  double dropSeconds = 0;
+
+ protected:
+  BOOL OnInitDialog() override {
+    const BOOL r = CFloorTree::OnInitDialog();
+    if (!drop) return r;
+    HTREEITEM first = tree.GetChildItem(tree.GetRootItem());
+    HTREEITEM last = tree.GetRootItem();
+    while (HTREEITEM next = tree.GetNextSiblingItem(last)) last = next;
+    tree.ClearSelection();
+    tree.AddToSelection(first);
+    tree.AddToSelection(tree.GetNextSiblingItem(first));
+    const auto start = std::chrono::steady_clock::now();
+    onDrop(CPoint(0, 0), last);
+    dropSeconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    return r;
+  }
+};
+
+void BM_FloorTree(benchmark::State& state) {
+  ResbufPtr plan(FloorPlan());
+  const bool drop = state.range(0) != 0;
+  for (auto _ : state) {
+    TimedFloorTree dialog;
+    dialog.drop = drop;
+    dialog.SetList(plan.get(), false);
+    dialog.DoModal();
+    if (drop) state.SetIterationTime(dialog.dropSeconds);
+  }
+  state.SetLabel(drop ? "one drag and drop of two rooms" : "2,000 rooms on 20 floors, open to first paint");
+}
+BENCHMARK(BM_FloorTree)->Arg(0)->Unit(benchmark::kMillisecond)->Iterations(3);
+BENCHMARK(BM_FloorTree)->Arg(1)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(3);
 
 }  // namespace
 
