@@ -112,6 +112,18 @@ TEST_F(Trees, RefusedDropsLeaveTheTreeAsItWas) {
             "((\"Floor 1\" . 1) ((\"Room 102\" . -2) (\"Room 103\" . -3)) (\"Floor 2\" . 2) ((\"Room 201\" . -4) (\"Room 101\" . -1)))");
 }
 
+TEST_F(Trees, ShiftClickTakesTheRangeBetweenSiblingsInTreeOrder) {
+  // Picked bottom first, the range still runs top down, and so do the moved rooms.
+  Probe<CFloorTree> d;
+  EXPECT_EQ(Run(d, [](Probe<CFloorTree>& t) {
+              return "click " + t.At(L"Room 103") + "\nclick shift+" + t.At(L"Room 101") + "\ndrag " + t.At(L"Room 102") +
+                     " to " + t.At(L"Floor 2") + "\nclick #1";
+            }),
+            IDOK);
+  EXPECT_EQ(Lisp("saved"),
+            "((\"Floor 1\" . 1) (\"Floor 2\" . 2) ((\"Room 201\" . -4) (\"Room 101\" . -1) (\"Room 102\" . -2) (\"Room 103\" . -3)))");
+}
+
 TEST_F(Trees, ButtonsPassTheCaretItemAndTheAnswerRebuildsTheTree) {
   Probe<CZoneTree> d;
   d.picture = "zone-tree-dialog.png";
