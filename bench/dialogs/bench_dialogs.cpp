@@ -14,6 +14,8 @@
 #include "ProjectDatabase.h"
 #include "database/database.h"
 #include "dialogs/CDialogProjectExplorerHVAC.h"
+#include "dialogs/CLoadDetail.h"
+#include "dialogs/CTreeDialogs.h"
 #include "dialogs/COptions.h"
 #include "inputqueue.h"
 #include "lisp.h"
@@ -57,6 +59,8 @@ class Project {
     std::filesystem::remove_all(folder_);
   }
   const ProjectDatabasePtr& db() const { return db_; }
+
+ void Run(const std::wstring& sql) { Exec(sql); }
 
  private:
   void Exec(const std::wstring& sql) {
@@ -159,6 +163,87 @@ void BM_Options(benchmark::State& state) {
   state.SetLabel(ok ? "open, OK writing every key" : "open to first paint");
 }
 BENCHMARK(BM_Options)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond)->Iterations(5);
+
+// One room's report: 24 hours of three months calculated for 200 rooms, so the two lookups of
+// the cooling sections go through an index of 14,400 rows.
+void BM_LoadDetail(benchmark::State& state) {
+  Project project(1000);
+  project.Run(L"update tblMonth set bDoCalculation = -1 where iMonth in (5, 6, 7)");
+  project.Run(L"insert into tblLoadRoomCooling (ixRoomL, iMonth, iHour, dRoomTotal, dRoomTotalSensible) "
+              L"with recursive c(x) as (select 0 union all select x + 1 from c where x < 14399) "
+              L"select 1 + x / 72, 5 + (x / 24) % 3, x % 24, 1000 + x, 800 + x from c");
+  project.Run(L"insert into tblLoadRoomHeating (ixRoomL, dRoomTotal) values (7, 5000)");
+  tblLoadRoomCooling cooling(project.db().Get());
+  tblLoadRoomHeating heating(project.db().Get());
+  for (auto _ : state) {
+    CLoadDetail dialog(project.db().Get(), &cooling, &heating);
+    dialog.title = L"Room 7";
+    dialog.loadId = -7;
+    dialog.coolingMonth = dialog.loadMonth = 6;
+    dialog.coolingHour = dialog.loadHour = 14;
+    dialog.DoModal();
+  }
+  state.SetLabel("open to first paint");
+}
+BENCHMARK(BM_LoadDetail)->Unit(benchmark::kMillisecond)->Iterations(5);
+
+// A floor tree list of 20 floors of 100 rooms each, as the layer hands it over.
+resbuf* FloorPlan() {
+  resbuf* head = acutBuildList(RTLB, 0);
+  resbuf* tail = head;
+  auto add = [&tail](resbuf* cells) {
+    tail->rbnext = cells;
+    while (tail->rbnext) tail = tail->rbnext;
+  };
+  for (int floor = 1; floor <= 20; ++floor) {
+    add(acutBuildList(RTLB, RTSTR, (L"Floor " + std::to_wstring(floor)).c_str(), RTLONG, floor, RTDOTE, RTLB, 0));
+    for (int room = 1; room <= 100; ++room) {
+      const int ix = (floor - 1) * 100 + room;
+      add(acutBuildList(RTLB, RTSTR, (L"Room " + std::to_wstring(ix)).c_str(), RTLONG, -ix, RTDOTE, 0));
+    }
+    add(acutBuildList(RTLE, 0));
+  }
+  add(acutBuildList(RTLE, 0));
+  return head;
+}
+
+// Open to first paint; with a hook, one drop of two rooms on the last floor, timed alone.
+class TimedFloorTree : public CFloorTree {
+ public:
+  bool drop = false;
+  double dropSeconds = 0;
+
+ protected:
+  BOOL OnInitDialog() override {
+    const BOOL r = CFloorTree::OnInitDialog();
+    if (!drop) return r;
+    HTREEITEM first = tree.GetChildItem(tree.GetRootItem());
+    HTREEITEM last = tree.GetRootItem();
+    while (HTREEITEM next = tree.GetNextSiblingItem(last)) last = next;
+    tree.ClearSelection();
+    tree.AddToSelection(first);
+    tree.AddToSelection(tree.GetNextSiblingItem(first));
+    const auto start = std::chrono::steady_clock::now();
+    onDrop(CPoint(0, 0), last);
+    dropSeconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    return r;
+  }
+};
+
+void BM_FloorTree(benchmark::State& state) {
+  ResbufPtr plan(FloorPlan());
+  const bool drop = state.range(0) != 0;
+  for (auto _ : state) {
+    TimedFloorTree dialog;
+    dialog.drop = drop;
+    dialog.SetList(plan.get(), false);
+    dialog.DoModal();
+    if (drop) state.SetIterationTime(dialog.dropSeconds);
+  }
+  state.SetLabel(drop ? "one drag and drop of two rooms" : "2,000 rooms on 20 floors, open to first paint");
+}
+BENCHMARK(BM_FloorTree)->Arg(0)->Unit(benchmark::kMillisecond)->Iterations(3);
+BENCHMARK(BM_FloorTree)->Arg(1)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(3);
 
 }  // namespace
 

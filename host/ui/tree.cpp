@@ -20,6 +20,12 @@ struct Node {
   int children = 0;  // cChildren as given; 1 shows a button before children exist
   Node* parent = nullptr;
   std::vector<Node*> kids;
+  // The last measured label width and what it was measured with: every layout pass asks for the
+  // width of every visible item, and measuring is far dearer than comparing.
+  mutable int width = -1;
+  mutable std::wstring widthText;
+  mutable HFONT widthFont = nullptr;
+  mutable bool widthBold = false;
 };
 
 HTREEITEM handleOf(Node* n) { return reinterpret_cast<HTREEITEM>(n); }
@@ -349,6 +355,15 @@ class Tree : public Control {
     return indent_ * (level(n) + (atRoot ? 1 : 0)) + 3 - hscroll_;
   }
   int textWidth(HWND h, const Node* n) const {
+    const bool boldNow = n->state & TVIS_BOLD;
+    if (n->width >= 0 && n->widthFont == h->font && n->widthBold == boldNow && n->widthText == n->text) return n->width;
+    n->width = measureText(h, n);
+    n->widthText = n->text;
+    n->widthFont = h->font;
+    n->widthBold = boldNow;
+    return n->width;
+  }
+  int measureText(HWND h, const Node* n) const {
     HDC dc = CreateCompatibleDC(nullptr);
     HFONT bold = nullptr;
     if (h->font) SelectObject(dc, h->font);

@@ -256,3 +256,26 @@ bool ReportDatabaseError(ProjectDatabasePtr connection) {
   return true;
 }
 
+
+std::vector<_variant_t> QueryColumn(ProjectDatabase* connection, const std::wstring& sql) {
+  std::vector<_variant_t> out;
+  if (!connection) return out;
+  SAFEARRAY* raw = nullptr;
+  VARIANT_BOOL found = VARIANT_FALSE;
+  _bstr_t text(sql);
+  if (FAILED(connection->QueryRow(text, &raw, &found))) return out;
+  SafeArrayPtr values(raw);
+  if (found != VARIANT_TRUE || !values) return out;
+  LONG lo = 0, hi = -1;
+  SafeArrayGetLBound(values.get(), 1, &lo);
+  SafeArrayGetUBound(values.get(), 1, &hi);
+  for (LONG i = lo; i <= hi; ++i) {
+    VARIANT v;
+    VariantInit(&v);
+    SafeArrayGetElement(values.get(), &i, &v);
+    _variant_t owned;
+    owned.Attach(v);
+    out.push_back(std::move(owned));
+  }
+  return out;
+}

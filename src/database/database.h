@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 #include <tuple>
+#include <vector>
 
 #include "ProjectDatabase.h"
 #include "bridge/bridge.h"
@@ -67,6 +68,10 @@ kvProjectDatabase& DatabaseOf(kvPerProjectData& project);
 
 // True when connection is set and the component says it is open.
 bool IsConnectionOpen(ProjectDatabase* connection);
+
+// The first column of every row of a SELECT, in order; empty when no row came back, the
+// statement failed or there is no connection.
+std::vector<_variant_t> QueryColumn(ProjectDatabase* connection, const std::wstring& sql);
 
 // What a guarded call that needs the database works on, resolved once by the guard after it has
 // connected the current document: the project, its database side and the drawing. Record objects

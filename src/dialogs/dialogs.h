@@ -34,3 +34,11 @@ LispStatus kv_hvac_options();
 LispStatus kv_hvac_ProjectExplorer();
 // LISP kv_hvac-dwgDiff: [project file]; edits the diffuser block kinds, answers nothing.
 LispStatus kv_hvac_dwgDiff();
+// LISP kv_hvac-loadDetail: title, loadId, showSystem, ventilation method, area, people, the ten
+// integers of the two cooling times, flows and temperatures, the two not-calculated flags, then
+// the psychrometric rows; answers 1 when the user asks for a fresh calculation, else 0.
+LispStatus kv_hvac_loadDetail();
+// LISP kv_hvac-floorTree and kv_hvac-zoneTree: the tree list to show; every change goes back
+// through the application layer's callbacks. Answer T.
+LispStatus kv_hvac_floorTree();
+LispStatus kv_hvac_zoneTree();

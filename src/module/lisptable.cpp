@@ -1,9 +1,7 @@
 // The module's 54 LISP functions: names, function codes, guard kinds and bodies.
 //
-// Wiring a body: a folder that builds the function of a row declares its body, `LispStatus f()`,
-// in its own public header, includes that header below, and replaces `NotBuilt<N>` in the row
-// with the body's name; it removes the name from the list of not-built rows in the table's test.
-// Nothing else changes: the entry function, the guard and the function code follow from the row.
+// Every row names its body, `LispStatus f()`, declared in the public header of the folder that
+// owns it; the entry function, the guard and the function code follow from the row.
 #include <array>
 #include <utility>
 
@@ -30,10 +28,6 @@ struct LispFunctionSpec {
   Guard guard;
   LispBody body;
 };
-
-// The body of a row whose part of the module is not built yet: it says so and fails.
-template <int Row>
-LispStatus NotBuilt();
 
 // Position is the function code; the order is fixed by the LISP layer that calls these names.
 constexpr LispFunctionSpec kSpecs[kLispFunctionCount] = {
@@ -65,8 +59,8 @@ constexpr LispFunctionSpec kSpecs[kLispFunctionCount] = {
     /* 25 */ {L"kv_hvac-getWallCLTDDxf",               Guard::Lock,     lispGetWallCltdDxf},
     /* 26 */ {L"kv_hvac-getGlassCLTDDxf",              Guard::Lock,     lispGetGlassCltdDxf},
     /* 27 */ {L"kv_hvac-getRoofCLTDDxf",               Guard::Lock,     lispGetRoofCltdDxf},
-    /* 28 */ {L"kv_hvac-zoneTree",                     Guard::Lock,     NotBuilt<28>},
-    /* 29 */ {L"kv_hvac-floorTree",                    Guard::Lock,     NotBuilt<29>},
+    /* 28 */ {L"kv_hvac-zoneTree",                     Guard::Lock,     kv_hvac_zoneTree},
+    /* 29 */ {L"kv_hvac-floorTree",                    Guard::Lock,     kv_hvac_floorTree},
     /* 30 */ {L"kvDuct",                               Guard::Connect,  kvDuct},
     /* 31 */ {L"kvbreak",                              Guard::Connect,  kvbreak},
     /* 32 */ {L"kvductforce",                          Guard::Connect,  kvductforce},
@@ -75,7 +69,7 @@ constexpr LispFunctionSpec kSpecs[kLispFunctionCount] = {
     /* 35 */ {L"kv_hvac-getLayer",                     Guard::Connect,  kv_hvac_getLayer},
     /* 36 */ {L"kv_hvac-options",                      Guard::None,     kv_hvac_options},
     /* 37 */ {L"kv_hvac-dwgDiff",                      Guard::Lock,     kv_hvac_dwgDiff},
-    /* 38 */ {L"kv_hvac-loadDetail",                   Guard::Connect,  NotBuilt<38>},
+    /* 38 */ {L"kv_hvac-loadDetail",                   Guard::Connect,  kv_hvac_loadDetail},
     /* 39 */ {L"c:checkkv",                            Guard::Connect,  c_checkkv},
     /* 40 */ {L"kv_hvac-room-setLeaderLocation",       Guard::Lock,     kv_hvac_room_setLeaderLocation},
     /* 41 */ {L"kv_hvac-duct-fillet",                  Guard::Connect,  kv_hvac_duct_fillet},
@@ -94,13 +88,6 @@ constexpr LispFunctionSpec kSpecs[kLispFunctionCount] = {
 };
 
 template <int Row>
-LispStatus NotBuilt() {
-  LispArgs args;
-  acutPrintf(L"\n%s is not built yet.\n", kSpecs[Row].name);
-  return LispStatus::SilentFailure;
-}
-
-template <int Row>
 int Entry() {
   constexpr const LispFunctionSpec& row = kSpecs[Row];
   if constexpr (row.guard == Guard::None) return MapLispStatus(row.body());
@@ -112,13 +99,7 @@ constexpr std::array<LispFunctionRow, sizeof...(Rows)> MakeTable(std::index_sequ
   return {LispFunctionRow{kSpecs[Rows].name, &Entry<Rows>}...};
 }
 
-template <std::size_t... Rows>
-constexpr std::array<LispBody, sizeof...(Rows)> MakeNotBuilt(std::index_sequence<Rows...>) {
-  return {&NotBuilt<Rows>...};
-}
-
 constexpr auto kTable = MakeTable(std::make_index_sequence<kLispFunctionCount>());
-constexpr auto kNotBuilt = MakeNotBuilt(std::make_index_sequence<kLispFunctionCount>());
 
 }  // namespace
 
@@ -129,11 +110,4 @@ void RegisterLispFunctions(const LispFunctionRow* table, int count, int base) {
     acedDefun(table[i].name, base + i);
     acedRegFunc(table[i].entry, base + i);
   }
-}
-
-std::vector<std::wstring> NotBuiltLispFunctions() {
-  std::vector<std::wstring> names;
-  for (int i = 0; i < kLispFunctionCount; ++i)
-    if (kSpecs[i].body == kNotBuilt[i]) names.emplace_back(kSpecs[i].name);
-  return names;
 }

@@ -5,7 +5,6 @@
 
 #include <functional>
 #include <string>
-#include <vector>
 
 #include "bridge/bridge.h"
 #include "rx.h"
@@ -30,8 +29,6 @@ inline constexpr int kLispFunctionCount = 54;
 const LispFunctionRow* LispFunctionTable();
 // Defines count rows in the current document's LISP environment, codes from base.
 void RegisterLispFunctions(const LispFunctionRow* table, int count, int base);
-// Names of the rows whose function belongs to a part of the module that is not built yet.
-std::vector<std::wstring> NotBuiltLispFunctions();
 
 // Runs one step of the entry point (start, drawing load, stop): what escapes it is reported and
 // refuses the message.

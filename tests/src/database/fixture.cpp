@@ -1,6 +1,8 @@
 // Fixtures for the record tests: temporary project files and a call-counting connection.
 #include "fixture.h"
 
+#include "database/database.h"
+
 #include <atomic>
 #include <cstdlib>
 #include <unistd.h>
@@ -188,27 +190,7 @@ void ProjectFixture::Exec(const std::wstring& sql) {
   ASSERT_EQ(ok, VARIANT_TRUE) << WideToUtf8(sql);
 }
 
-std::vector<_variant_t> ProjectFixture::Query(const std::wstring& sql) {
-  SAFEARRAY* raw = nullptr;
-  VARIANT_BOOL found = VARIANT_FALSE;
-  _bstr_t text(sql);
-  std::vector<_variant_t> out;
-  if (FAILED(real_->QueryRow(text, &raw, &found))) return out;
-  SafeArrayPtr values(raw);
-  if (found != VARIANT_TRUE || !values) return out;
-  LONG lo = 0, hi = -1;
-  SafeArrayGetLBound(values.get(), 1, &lo);
-  SafeArrayGetUBound(values.get(), 1, &hi);
-  for (LONG i = lo; i <= hi; ++i) {
-    VARIANT v;
-    VariantInit(&v);
-    SafeArrayGetElement(values.get(), &i, &v);
-    _variant_t owned;
-    owned.Attach(v);
-    out.push_back(std::move(owned));
-  }
-  return out;
-}
+std::vector<_variant_t> ProjectFixture::Query(const std::wstring& sql) { return QueryColumn(real_.Get(), sql); }
 
 double ProjectFixture::Number(const std::wstring& sql) {
   auto values = Query(sql);

@@ -54,22 +54,4 @@ TEST(LispFunctionTable, RegistrationDefinesEveryNameWithItsCodeAgainAndAgain) {
   EXPECT_EQ(session.defunCalls, 108);
 }
 
-// The rows whose parts of the module are still to be built. Wiring a row removes it here.
-TEST(LispFunctionTable, NotBuiltRows) {
-  std::vector<std::wstring> expected = {
-      L"kv_hvac-zoneTree", L"kv_hvac-floorTree", L"kv_hvac-loadDetail",
-  };
-  EXPECT_EQ(NotBuiltLispFunctions(), expected);
-}
-
-TEST(LispFunctionTable, NotBuiltRowSaysSoAndFailsWithoutTouchingItsArguments) {
-  ConsoleCapture console;
-  EntryCall call = CallEntry(EntryOf(L"kv_hvac-zoneTree"), acutBuildList(RTSTR, L"x", 0));
-  EXPECT_EQ(call.code, RSERR);
-  EXPECT_EQ(console.take(), "\nkv_hvac-zoneTree is not built yet.\n");
-  call = CallEntry(EntryOf(L"kv_hvac-loadDetail"), nullptr);
-  EXPECT_EQ(call.code, RSERR);
-  EXPECT_EQ(console.take(), "\nkv_hvac-loadDetail is not built yet.\n");
-}
-
 }  // namespace
