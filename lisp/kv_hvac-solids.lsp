@@ -19,11 +19,41 @@
   (solids-indices (strcat "SELECT ixDuct FROM tblDuct WHERE (bDeleted = 0 OR bDeleted IS NULL) AND "
                           condition " ORDER BY ixDuct")))
 
+;; The duct commands draw ducts end to start but leave rows and graph to whoever needs them:
+;; the model reads each duct's ends from its row, so every row is first brought in step with
+;; its entity. Then a duct whose end lies on the start of another leads into it, unless the
+;; graph already says what follows the one or leads into the other; of several that start
+;; there, the one that runs on most nearly straight comes first, as a tee's run does. The
+;; number of links made.
+(defun solids-connectDrawn (/ ducts made ix p q run outs)
+  (setq ducts (mapcar '(lambda (e / d) (ducts-rowFromEntity e) (setq d (entget e))
+                         (list (cdr (assoc 90 d)) (cdr (assoc 10 d)) (cdr (assoc 11 d))))
+                      (ssgetx-duct))
+        made 0)
+  (foreach a ducts
+    (setq ix (car a) p (cadr a) q (caddr a) run (mapcar '- q p))
+    (if (null (ductgraph-get "next" ix))
+      (progn
+        (setq outs (vl-remove-if-not
+                     '(lambda (b) (and (/= (car b) ix) (equal (cadr b) q 1e-6) (null (ductgraph-get "prev" (car b)))))
+                     ducts))
+        (foreach b (vl-sort outs '(lambda (m n) (> (solids-along run m) (solids-along run n))))
+          (if (ductgraph-connect ix (car b)) (setq made (1+ made)))))))
+  made)
+
+;; How nearly duct B (ix start end) runs on along RUN: the cosine between them.
+(defun solids-along (run b / v l1 l2)
+  (setq v (mapcar '- (caddr b) (cadr b))
+        l1 (sqrt (apply '+ (mapcar '* run run)))
+        l2 (sqrt (apply '+ (mapcar '* v v))))
+  (if (or (zerop l1) (zerop l2)) -2.0 (/ (apply '+ (mapcar '* run v)) (* l1 l2))))
+
 ;; Builds the solids of DUCTS (a list of ixDuct, nil for every duct of the project) and of the
 ;; project's diffusers that have no duct. OPTION is passed on untouched, CONVERT says whether
 ;; rows go through the alignment points. The entity names of everything built.
 (defun kv_hvac-solids-build (ducts option convert / flexible rigid built)
   (if (null ducts) (setq ducts (solids-ductsWhere "1 = 1")))
+  (solids-connectDrawn)
   (setq flexible (vl-remove-if-not '(lambda (ix) (member ix ducts)) (solids-ductsWhere "MATERIAL = 'FX'"))
         rigid (vl-remove-if '(lambda (ix) (member ix flexible)) ducts))
   (foreach ix ducts

@@ -211,11 +211,24 @@ bool SolidBodies::addRadiusElbow(AcGePoint3d& start, double inWidth, double inDe
     const Bend b = layBend(start, inFrame, rect, inWidth, inDepth, end, outFrame, rect, outWidth, outDepth);
     if (b.angle > kPi * 179.0 / 180.0) throw Refusal("a bend turns less than 179 degrees");
     requireMatchingSections(b, "a radius elbow");
-    if (b.inPlaneIn - 2.0 * (lining + exteriorLining) <= 0.0) throw Refusal("the lining fills the whole section");
+    if (std::min(b.inPlaneIn, b.acrossIn) - 2.0 * (lining + exteriorLining) <= 0.0)
+      throw Refusal("the lining fills the whole section");
     const double radius = ratio * b.inPlaneIn, tangent = radius * std::tan(b.angle / 2.0);
     s = b.corner.Translated(-gp_Vec(b.in.run) * tangent);
     e = b.corner.Translated(gp_Vec(b.out.run) * tangent);
-    made.push_back(revolveBend(sectionFace(s, b.in, rect, inWidth, inDepth), b, s, radius));
+    const TopoDS_Shape outside = revolveBend(sectionFace(s, b.in, rect, inWidth, inDepth), b, s, radius);
+    const double layer = lining + exteriorLining;
+    if (layer <= 0.0) {
+      made.push_back(outside);
+      return;
+    }
+    // The sizes given are those of the insulated outside; the air runs in the bore that both
+    // linings leave clear, so a lined bend is the layer around that bore and shows where it ends.
+    const TopoDS_Shape bore =
+        revolveBend(sectionFace(s, b.in, rect, inWidth - 2.0 * layer, inDepth - 2.0 * layer), b, s, radius);
+    const std::vector<TopoDS_Shape> solids = solidsOf(BRepAlgoAPI_Cut(outside, bore).Shape());
+    if (solids.size() != 1) throw Refusal("the lined bend does not come out as one body");
+    made.push_back(solids.front());
   });
   if (ok) {
     start = toPoint(s);

@@ -81,7 +81,10 @@ TEST(SolidRadiusElbow, BendRadiusFromTheSizeInTheBendPlane) {
   AcGePoint3d s2(-50, 0, 0), e2(0, 0, 50);
   ASSERT_TRUE(up.addRadiusElbow(s2, 12, 8, 1, 0.5, e2, 12, 8, alongX(), rising, true, 1.5)) << up.lastError();
   expectPoint(s2, {-12, 0, 0}, 1e-9);
-  expectRelNear(up.volume(), 96 * 12 * kPi / 2, 1e-6);
+  // Lined 1 + 0.5 on every side: the 12 by 8 outside around a 9 by 5 bore.
+  expectRelNear(up.volume(), (96 - 45) * 12 * kPi / 2, 1e-6);
+  EXPECT_TRUE(up.isValid());
+  expectBox(up, {-12, -6, -4}, {4, 6, 12}, 1e-4);
 
   // Forty-five degrees, round: tangent R tan(22.5 degrees).
   SolidBodies round;
@@ -91,6 +94,40 @@ TEST(SolidRadiusElbow, BendRadiusFromTheSizeInTheBendPlane) {
   ASSERT_TRUE(round.addRadiusElbow(s3, 10, 10, 0, 0, e3, 10, 10, alongX(), diag, false, 2.0)) << round.lastError();
   expectPoint(s3, {-20 * std::tan(kPi / 8), 0, 0}, 1e-9);
   expectRelNear(round.volume(), kPi * 25 * 20 * kPi / 4, 1e-6);
+}
+
+TEST(SolidRadiusElbow, LiningLeavesTheBoreClear) {
+  // The outside keeps its place and size; only the bore is taken out, so lined and unlined
+  // bends meet the same ducts.
+  SolidBodies plain, lined;
+  AcGePoint3d s1(-50, 0, 0), e1(0, 50, 0), s2 = s1, e2 = e1;
+  ASSERT_TRUE(plain.addRadiusElbow(s1, 12, 8, 0, 0, e1, 12, 8, alongX(), alongY(), true, 1.5));
+  ASSERT_TRUE(lined.addRadiusElbow(s2, 12, 8, 1, 0, e2, 12, 8, alongX(), alongY(), true, 1.5)) << lined.lastError();
+  expectPoint(s2, {-18, 0, 0}, 1e-9);
+  expectPoint(e2, {0, 18, 0}, 1e-9);
+  EXPECT_EQ(lined.bodyCount(), 1);
+  EXPECT_TRUE(lined.isValid());
+  // 12 by 8 around 10 by 6, on a centre line of radius 18 over a quarter turn.
+  expectRelNear(lined.volume(), (96 - 60) * 18 * kPi / 2, 1e-6);
+  expectBox(lined, {-18, -6, -4}, {6, 18, 4}, 1e-4);
+  EXPECT_LT(lined.volume(), plain.volume());
+
+  // Round, exterior lining alone: a ring of 10 around 8, at forty-five degrees on R = 20.
+  SolidBodies round;
+  const double c = std::sqrt(0.5);
+  AcGePoint3d s3(-50, 0, 0), e3(30 * c, 30 * c, 0);
+  const Frame diag({c, c, 0}, {-c, c, 0}, {0, 0, 1});
+  ASSERT_TRUE(round.addRadiusElbow(s3, 10, 10, 0, 1, e3, 10, 10, alongX(), diag, false, 2.0)) << round.lastError();
+  expectRelNear(round.volume(), kPi / 4 * (100 - 64) * 20 * kPi / 4, 1e-6);
+  EXPECT_TRUE(round.isValid());
+
+  // The lining fills the smaller side even when the side in the bend plane has room left.
+  SolidBodies full;
+  AcGePoint3d a(-50, 0, 0), b(0, 50, 0);
+  EXPECT_FALSE(full.addRadiusElbow(a, 12, 8, 3, 1, b, 12, 8, alongX(), alongY(), true, 1.5));
+  EXPECT_EQ(full.bodyCount(), 0);
+  EXPECT_TRUE(full.addRadiusElbow(a, 12, 8, 3, 0.9, b, 12, 8, alongX(), alongY(), true, 1.5)) << full.lastError();
+  expectRelNear(full.volume(), (96 - 4.2 * 0.2) * 18 * kPi / 2, 1e-6);
 }
 
 TEST(SolidRadiusElbow, Refusals) {

@@ -104,7 +104,8 @@ int main(int argc, char** argv) {
   expected *= scale * scale * scale;
   Draw(Edges(shape), argv[3]);
   std::cout << "solids " << solids << " (written " << written << "), invalid " << invalid << ", volume " << total
-            << " (drawing " << expected << ")\n";
+            << " (drawing " << expected << ", differs by " << 100.0 * std::fabs(total - expected) / expected
+            << " %)\n";
   const bool ok = solids == written && invalid == 0 && std::fabs(total - expected) <= 1e-3 * expected;
   std::cout << (ok ? "PASS" : "FAIL") << "\n";
   return ok ? 0 : 1;
