@@ -37,6 +37,16 @@ class GraphSession : public kvads::LispSession {
   std::vector<std::int32_t> alignments;  // the alignment numbers the conversions were given
 };
 
+// Runs a LISP body with the given arguments as the host would, and hands back its result.
+inline ResbufPtr CallBody(LispBody body, resbuf* args, LispStatus* status = nullptr) {
+  kvads::CallFrame frame(args);
+  const LispStatus s = body();
+  if (status) *status = s;
+  return ResbufPtr(frame.takeResult());
+}
+
+inline bool IsNil(const ResbufPtr& result) { return !result || result->restype == RTNIL; }
+
 class DuctRowsTest : public ::testing::Test {
  protected:
   void SetUp() override;

@@ -127,16 +127,6 @@ TEST_F(DuctWriters, NewRowsTemplatesAndSmallWrites) {
   EXPECT_FALSE(Ducts().First()) << "no row was recreated";
 }
 
-// Runs a LISP body with the given arguments as the host would, and hands back its result.
-ResbufPtr CallBody(LispBody body, resbuf* args, LispStatus* status = nullptr) {
-  kvads::CallFrame frame(args);
-  const LispStatus s = body();
-  if (status) *status = s;
-  return ResbufPtr(frame.takeResult());
-}
-
-bool IsNil(const ResbufPtr& result) { return !result || result->restype == RTNIL; }
-
 class DuctLispFunctions : public DuctRowsTest {
  protected:
   void SetUp() override {

@@ -15,15 +15,6 @@ constexpr double kPi = 3.14159265358979;
 
 AcGePoint3d At(double x, double y, double z = 100) { return AcGePoint3d(x, y, z); }
 
-ResbufPtr CallBody(LispBody body, resbuf* args, LispStatus* status = nullptr) {
-  kvads::CallFrame frame(args);
-  const LispStatus s = body();
-  if (status) *status = s;
-  return ResbufPtr(frame.takeResult());
-}
-
-bool IsNil(const ResbufPtr& result) { return !result || result->restype == RTNIL; }
-
 class Solids : public DuctRowsTest {
  protected:
   void SetUp() override {
