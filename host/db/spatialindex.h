@@ -2,6 +2,7 @@
 // window covers, not what the drawing holds.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <unordered_map>
 #include <vector>
@@ -14,9 +15,11 @@ struct Box2 {
 };
 
 // Each item sits in the level whose cell size is the first power of two not below the item's
-// larger side, in the cell of its lower-left corner; a query visits the cells of each level that
-// the window (grown by one cell to the lower left) covers, or scans a level that has fewer items
-// than such cells.
+// larger side, in every cell of that level it reaches (at most two by two), so a point costs one
+// cell per level. A window query reports an item only from the first of its cells that the
+// window covers, or scans a level that has fewer items than the window has cells. Items whose
+// cells cannot be numbered (beyond the number range, or larger than the coarsest cell) are kept
+// apart and tested by every query.
 class SpatialIndex {
  public:
   void insert(const void* key, const Box2& box);
@@ -33,19 +36,37 @@ class SpatialIndex {
     const void* key;
     Box2 box;
   };
+  // Cells live in one open-addressed table per level: a probe reads one slot instead of chasing a
+  // bucket list, which is what a scattered search through a large drawing pays for.
+  struct Slot {
+    std::int64_t ix = 0, iy = 0;
+    bool full = false;
+    std::vector<Entry> entries;
+  };
   struct Level {
-    std::unordered_map<std::uint64_t, std::vector<Entry>> cells;
-    std::size_t count = 0;
+    std::vector<Slot> slots;  // size zero or a power of two
+    std::size_t cells = 0;
+    std::size_t count = 0;    // items, not entries
+    const Slot* find(std::int64_t ix, std::int64_t iy) const;
+    Slot& obtain(std::int64_t ix, std::int64_t iy);
+    void erase(std::int64_t ix, std::int64_t iy);
+    void grow();
+  };
+  struct Cells {
+    bool far = false;
+    std::int64_t ix0 = 0, iy0 = 0, ix1 = 0, iy1 = 0;
   };
   struct Place {
     int level;
-    std::uint64_t cell;
+    Box2 box;
   };
   static constexpr int kMinLevel = -4;  // cells of 1/16 drawing unit at the finest
   static constexpr int kMaxLevel = 40;
   static int levelFor(const Box2& box);
-  static std::uint64_t cellKey(std::int64_t ix, std::int64_t iy);
-  std::unordered_map<int, Level> levels_;
+  static Cells cellsFor(const Box2& box, int level);
+  static std::size_t slotOf(std::int64_t ix, std::int64_t iy, std::size_t mask);
+  std::array<Level, kMaxLevel - kMinLevel + 1> levels_;
+  std::vector<Entry> far_;
   std::unordered_map<const void*, Place> where_;
 };
 
