@@ -259,7 +259,7 @@ void ProjectDatabaseImpl::Rollback() {
 
 // ---- Open and close -----------------------------------------------------------------------------------
 
-ProjectDatabaseImpl::OpenOutcome ProjectDatabaseImpl::OpenFile(const std::string& path, bool readOnly) {
+ProjectDatabaseImpl::OpenOutcome ProjectDatabaseImpl::OpenFile(const std::string& path, bool readOnly, bool viewOnly) {
   CloseFile();
   if (!fileExists(path)) {
     SetError(ProjectDbError::FileNotFound, "Could not find file '" + path + "'.");
@@ -295,7 +295,7 @@ ProjectDatabaseImpl::OpenOutcome ProjectDatabaseImpl::OpenFile(const std::string
   path_ = path;
   readOnly_ = readOnly;
   if (!QuickCheckPasses()) return OpenOutcome::NeedsRepair;
-  if (!AddMissingIndices()) {
+  if (!viewOnly && !AddMissingIndices()) {
     CloseFile();
     return OpenOutcome::Failed;
   }
@@ -336,7 +336,7 @@ HRESULT ProjectDatabaseImpl::OpenView(BSTR path, VARIANT_BOOL* readOnly, VARIANT
   struct stat info {};
   bool writable = stat(file.c_str(), &info) == 0 && (info.st_mode & 0222) != 0 &&
                   access(file.c_str(), W_OK) == 0 && access(folder.c_str(), W_OK) == 0;
-  OpenOutcome outcome = OpenFile(file, !writable);
+  OpenOutcome outcome = OpenFile(file, !writable, true);
   if (outcome == OpenOutcome::NeedsRepair) {
     CloseFile();
     SetError(ProjectDbError::CannotOpen, "The database '" + file + "' is damaged and needs repair.");
@@ -543,7 +543,7 @@ bool ProjectDatabaseImpl::QuickCheckPasses() {
 
 // A file made before an index joined the schema gets it the first time it is opened for writing:
 // only the index is built, the rows stay as they are. A table or column the file lacks keeps its
-// indices out; a file opened for reading only is read as it stands.
+// indices out; a file that can only be read is read as it stands.
 bool ProjectDatabaseImpl::AddMissingIndices() {
   if (readOnly_ || sqlite3_db_readonly(db_.get(), "main") == 1) return true;
   std::vector<std::string> missing;

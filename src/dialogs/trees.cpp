@@ -153,8 +153,7 @@ void CDragDropTreeCtrl::OnLButtonDown(UINT flags, CPoint point) {
 std::unique_ptr<CImageList> CDragDropTreeCtrl::BuildDragImage() {
   CImageList* icons = GetImageList(TVSIL_NORMAL);
   int iconWidth = 0, iconHeight = 0;
-  if (!icons || !ImageList_GetIconSize(icons->GetSafeHandle(), &iconWidth, &iconHeight)) icons = nullptr;
-  if (!icons) iconWidth = 0;
+  if (icons && !ImageList_GetIconSize(icons->GetSafeHandle(), &iconWidth, &iconHeight)) icons = nullptr;
   CClientDC screen(this);
   CDC dc;
   dc.CreateCompatibleDC(&screen);
