@@ -11,7 +11,7 @@
 (defun hvac-projectExplorer_sqlQuery (sql column sortColumn / file values)
   (if (setq file (projectdb-currentFile))
     (progn
-      (setq values (kvdb-query file (projectdb-narrowSelect sql column sortColumn) column sortColumn T))
+      (setq values (kvdb-query file (projectdb-explorerSql sql column sortColumn) column sortColumn T))
       (cons (length values) values))))
 
 ;; "Select * from ..." asks for every column of every row, when only COLUMN and SORTCOLUMN are
@@ -20,6 +20,61 @@
   (if (= (strcase (substr sql 1 14)) "SELECT * FROM ")
     (strcat "Select distinct " column ", " sortColumn " " (substr sql 10))
     sql))
+
+;; The statement that answers the explorer's question SQL with the least reading that the
+;; schema's indices allow; the answer stays that of SQL, but for the test of an empty table.
+;; - "Select * from tblX where bDeleted = 0" asking for the key ixX by itself is how the explorer
+;;   tests whether tblX holds any live row: it reads only whether the answer is empty, so one row
+;;   answers.
+;; - The distinct drawings or air systems of a table's rows are few over many rows: they are
+;;   found by stepping from one value to the next through an index, not by reading every row.
+;; - Otherwise only distinct rows come back, and a join of diffusers with their schedule rows
+;;   starts from the schedule rows (see projectdb-joinOrder).
+(defun projectdb-explorerSql (sql column sortColumn / parts)
+  (setq parts (projectdb-splitSelect sql))
+  (cond
+    ((null parts) (projectdb-narrowSelect sql column sortColumn))
+    ((and (= column sortColumn) (= (car parts) "*") (= (strcase (caddr parts)) "BDELETED = 0")
+          (= (strcase column) (strcase (strcat "ix" (substr (cadr parts) 4)))))
+     (strcat "Select " column " from " (cadr parts) " where bDeleted = 0 limit 1"))
+    ((and (= column sortColumn) (member (strcase column) '("DRAWING" "AIRFLOW"))
+          (not (vl-string-search "," (cadr parts))))
+     (projectdb-stepDistinct column (cadr parts) (caddr parts)))
+    (T
+     (strcat "Select distinct " (if (= (car parts) "*") (strcat column ", " sortColumn) (car parts))
+             " from " (projectdb-joinOrder (cadr parts)) " where " (caddr parts)))))
+
+;; The explorer joins diffusers with their schedule rows to reach a group's: the schedule rows of
+;; a group are few, and each leads to its diffusers through an index, while SQLite left to itself
+;; reads every diffuser first. A cross join keeps the order as written.
+(defun projectdb-joinOrder (tables)
+  (if (= (strcase tables) "TBLDIFFL, TBLDIFFS")
+    "tblDiffS cross join tblDiffL"
+    tables))
+
+;; "Select COLUMNS from TABLES where CONDITION" as (COLUMNS TABLES CONDITION), or nil for any
+;; other form (no condition, or an ordering or grouping of its own).
+(defun projectdb-splitSelect (sql / upper from where)
+  (setq upper (strcase sql))
+  (if (and (= (substr upper 1 7) "SELECT ")
+           (setq from (vl-string-search " FROM " upper))
+           (setq where (vl-string-search " WHERE " upper from))
+           (not (vl-string-search " ORDER BY " upper))
+           (not (vl-string-search " GROUP BY " upper)))
+    (list (vl-string-trim " " (substr sql 8 (- from 7)))
+          (vl-string-trim " " (substr sql (+ from 7) (- where from 6)))
+          (vl-string-trim " " (substr sql (+ where 8))))))
+
+;; The distinct values of COLUMN in the rows of TABLE that meet CONDITION: each step seeks the
+;; next value above the last one, so an index on the condition's columns and COLUMN answers in
+;; one seek per value. A null value is one more row, as a plain distinct select would give it.
+(defun projectdb-stepDistinct (column table condition / rows)
+  (setq rows (strcat " from " table " where (" condition ") and " column))
+  (strcat "with recursive kvStep(kvLast) as (select (select " column rows " is not null order by " column " limit 1)"
+          " union all select (select " column rows " > kvStep.kvLast order by " column " limit 1)"
+          " from kvStep where kvLast is not null)"
+          " select kvLast as " column " from kvStep where kvLast is not null"
+          " union all select null where exists (select 1" rows " is null)"))
 
 ;; Repairs and compacts the damaged database file PATH by rebuilding it from what can be read;
 ;; the damaged file stays beside it as PATH.damaged. T when repaired, nil when not.

@@ -3,6 +3,7 @@
 // "Open" is one modal run with no input: build, first paint, and the end that no input gives.
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
@@ -47,11 +48,26 @@ class Project {
     Exec(L"insert into tblDiffS (ixDiffS, ixDiffSGroup, CALLOUT) " + count + L"50) select x, 1 + x % 5, 'S-' || x from c");
     Exec(L"insert into tblDiffL (ixDiffL, ixDiffS, DRAWING) " + count + m + L") select x, 1 + x % 50, 'd' || (x % " +
          std::to_wstring(kDrawings) + L") || '.dwg' from c");
+    // A drawing of the same 25 supply ducts at every size: a node whose own rows do not grow.
+    Exec(L"insert into tblDuct (DRAWING, AIRFLOW) " + count + L"25) select 'z.dwg', 'sa' from c");
     env_.load(KV_SOURCE_DIR "/lisp/projectdb.lsp");
     env_.load(KV_SOURCE_DIR "/lisp/kv_hvac-dialogs.lsp");
     env_.evalString("(defun getvar (name) \"" + folder_.string() + "/\")");
     kvads::setCurrentSession(&env_);
+    // The layer's own connection to the file is opened once per session (and checks the whole
+    // file then, as every open does); the dialog's figures are those of a session that has it.
+    env_.evalString("(hvac-projectExplorer_sqlQuery \"Select * from tblDiffSGroup\" \"ixDiffSGroup\" \"sName\")");
   }
+  // The explorer's sort order as the user left it: callout first, or drawing first.
+  void SetCalloutFirst(bool calloutFirst) {
+    HKEY key = nullptr;
+    RegCreateKeyEx(HKEY_CURRENT_USER, L"Software\\Kelvane Software\\HVAC", 0, nullptr, REG_OPTION_NON_VOLATILE, KEY_WRITE,
+                   nullptr, &key, nullptr);
+    const wchar_t* text = calloutFirst ? L"1" : L"0";
+    RegSetValueEx(key, L"bCalloutFirst", 0, REG_SZ, reinterpret_cast<const BYTE*>(text), 2 * sizeof(wchar_t));
+    RegCloseKey(key);
+  }
+  std::wstring File() const { return (folder_ / "bench_kv_hvac.kv").wstring(); }
   ~Project() {
     kvads::setCurrentSession(nullptr);
     VARIANT_BOOL done;
@@ -105,14 +121,32 @@ std::string Box(CGridCtrl& grid, int row) {
          std::to_string(r.top + 8) + "\n";
 }
 
-int RowOf(const CGridCtrl& grid, const wchar_t* value) {
-  for (int row = 1; row < grid.GetRowCount(); ++row)
+int RowOf(const CGridCtrl& grid, const wchar_t* value, int from = 1) {
+  for (int row = std::max(from, 1); row < grid.GetRowCount(); ++row)
     if (grid.GetItemText(row, L"sValue") == CString(value)) return row;
   return -1;
 }
 
+// Opening the project file: the connection checks every page of it once (a damaged file asks
+// for repair), so this grows with the file; every dialog after it works on the open connection.
+void BM_ProjectFileOpen(benchmark::State& state) {
+  Project project(static_cast<int>(state.range(0)));
+  for (auto _ : state) {
+    ProjectDatabasePtr db;
+    CreateProjectDatabase(db);
+    _bstr_t opened;
+    db->Open(_bstr_t(project.File().c_str()), 0, 0, opened.GetAddress());
+    VARIANT_BOOL done;
+    db->Close(&done);
+  }
+  state.counters["ducts"] = static_cast<double>(state.range(0));
+}
+BENCHMARK(BM_ProjectFileOpen)->Arg(1000)->Arg(100000)->Unit(benchmark::kMillisecond)->Iterations(3);
+
+// Second argument: 1 sorts by callout first (the default), 0 by drawing first.
 void BM_ExplorerOpen(benchmark::State& state) {
   Project project(static_cast<int>(state.range(0)));
+  project.SetCalloutFirst(state.range(1) != 0);
   int rows = 0;
   for (auto _ : state) {
     TimedExplorer dialog;
@@ -124,20 +158,23 @@ void BM_ExplorerOpen(benchmark::State& state) {
   state.counters["ducts"] = static_cast<double>(state.range(0));
   state.counters["rows"] = rows;
 }
-BENCHMARK(BM_ExplorerOpen)->Arg(1000)->Arg(100000)->Unit(benchmark::kMillisecond)->Iterations(3);
+BENCHMARK(BM_ExplorerOpen)->ArgsProduct({{1000, 100000}, {1, 0}})->Unit(benchmark::kMillisecond)->Iterations(3);
 
-// Opens Ducts, then Supply, then its first drawing: a quarter of a tenth of the ducts.
-void BM_ExplorerOpenLargestNode(benchmark::State& state) {
+// Opens Ducts, then Supply, then a drawing under it: with the second argument 1 the first drawing
+// (a quarter of a tenth of the ducts, the largest node), with 0 the drawing of 25 ducts.
+void BM_ExplorerOpenNode(benchmark::State& state) {
   Project project(static_cast<int>(state.range(0)));
+  const bool largest = state.range(1) != 0;
   int rows = 0;
   for (auto _ : state) {
     TimedExplorer dialog;
     int step = 0;
     dialog.onInit = [](TimedExplorer& d) { kvinput::InputQueue::instance().loadText(Box(d.grid, RowOf(d.grid, L"Ducts")), "bench"); };
-    dialog.onClick = [&step](TimedExplorer& d) {
+    dialog.onClick = [&step, largest](TimedExplorer& d) {
       ++step;
-      if (step == 1) kvinput::InputQueue::instance().loadText(Box(d.grid, RowOf(d.grid, L"Supply")), "bench");
-      if (step == 2) kvinput::InputQueue::instance().loadText(Box(d.grid, RowOf(d.grid, L"Supply") + 1), "bench");
+      const int supply = RowOf(d.grid, L"Supply");
+      if (step == 1) kvinput::InputQueue::instance().loadText(Box(d.grid, supply), "bench");
+      if (step == 2) kvinput::InputQueue::instance().loadText(Box(d.grid, largest ? supply + 1 : RowOf(d.grid, L"z.dwg", supply)), "bench");
     };
     dialog.SetConnection(project.db());
     dialog.DoModal();
@@ -147,8 +184,9 @@ void BM_ExplorerOpenLargestNode(benchmark::State& state) {
   }
   state.counters["ducts"] = static_cast<double>(state.range(0));
   state.counters["rows after"] = rows;
+  state.SetLabel(largest ? "largest node" : "node of 25 ducts");
 }
-BENCHMARK(BM_ExplorerOpenLargestNode)->Arg(1000)->Arg(100000)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(3);
+BENCHMARK(BM_ExplorerOpenNode)->ArgsProduct({{1000, 100000}, {1, 0}})->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(3);
 
 void BM_Options(benchmark::State& state) {
   Project project(1000);
@@ -207,15 +245,52 @@ resbuf* FloorPlan() {
   return head;
 }
 
-// Open to first paint; with a hook, one drop of two rooms on the last floor, timed alone.
+// The middle of an item's label as a queued-input target in the tree.
+std::string TreePoint(CTreeCtrl& tree, HTREEITEM item) {
+  CRect r;
+  tree.GetItemRect(item, &r, TRUE);
+  return "#" + std::to_string(CFloorTree::kTree) + "@" + std::to_string((r.left + r.right) / 2) + "," +
+         std::to_string((r.top + r.bottom) / 2);
+}
+
+// Open to first paint; with a hook, one drop of two rooms on the last floor, timed alone; or the
+// whole gesture from queued input: Floor 3's first two rooms picked and dragged onto Floor 2 (the
+// other floors closed so that both ends are in sight), then Cancel.
 class TimedFloorTree : public CFloorTree {
+ private:
+  int presses_ = 0;
+  std::chrono::steady_clock::time_point pressed_;
+
  public:
-  bool drop = false;
-  double dropSeconds = 0;
+  bool drop = false, queuedDrag = false;
+  double dropSeconds = 0, gestureSeconds = 0;
+  int secondFloorRooms = 0;  // after a drop: Floor 2 holds two more rooms when the drag landed
+
+  // The third press on the tree is the drag's (after two picks); its drop ends the gesture.
+  BOOL PreTranslateMessage(MSG* msg) override {
+    if (msg->message == WM_LBUTTONDOWN && msg->hwnd == tree.m_hWnd && ++presses_ == 3) pressed_ = std::chrono::steady_clock::now();
+    return CFloorTree::PreTranslateMessage(msg);
+  }
+  void onDrop(CPoint point, HTREEITEM target) override {
+    CFloorTree::onDrop(point, target);
+    gestureSeconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - pressed_).count();
+    secondFloorRooms = 0;
+    HTREEITEM floor2 = tree.GetNextSiblingItem(tree.GetRootItem());
+    for (HTREEITEM i = tree.GetChildItem(floor2); i; i = tree.GetNextSiblingItem(i)) ++secondFloorRooms;
+  }
 
  protected:
   BOOL OnInitDialog() override {
     const BOOL r = CFloorTree::OnInitDialog();
+    if (queuedDrag) {
+      HTREEITEM floor2 = tree.GetNextSiblingItem(tree.GetRootItem()), floor3 = tree.GetNextSiblingItem(floor2);
+      for (HTREEITEM f = tree.GetRootItem(); f; f = tree.GetNextSiblingItem(f)) tree.Expand(f, f == floor3 ? TVE_EXPAND : TVE_COLLAPSE);
+      HTREEITEM first = tree.GetChildItem(floor3), second = tree.GetNextSiblingItem(first);
+      std::string script = "click " + TreePoint(tree, first) + "\nclick ctrl+" + TreePoint(tree, second) + "\n";
+      script += "drag " + TreePoint(tree, second) + " to " + TreePoint(tree, floor2) + "\nclick #2\n";
+      kvinput::InputQueue::instance().loadText(script, "bench");
+      return r;
+    }
     if (!drop) return r;
     HTREEITEM first = tree.GetChildItem(tree.GetRootItem());
     HTREEITEM last = tree.GetRootItem();
@@ -244,6 +319,24 @@ void BM_FloorTree(benchmark::State& state) {
 }
 BENCHMARK(BM_FloorTree)->Arg(0)->Unit(benchmark::kMillisecond)->Iterations(3);
 BENCHMARK(BM_FloorTree)->Arg(1)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(3);
+
+// The queued drag as a person makes it: press, four moves with the drag image over the tree and
+// the drop highlight redrawn, drop.
+void BM_FloorTreeQueuedDrag(benchmark::State& state) {
+  ResbufPtr plan(FloorPlan());
+  int rooms = 0;
+  for (auto _ : state) {
+    TimedFloorTree dialog;
+    dialog.queuedDrag = true;
+    dialog.SetList(plan.get(), false);
+    dialog.DoModal();
+    rooms = dialog.secondFloorRooms;
+    state.SetIterationTime(dialog.gestureSeconds);
+  }
+  state.counters["floor 2 rooms after"] = rooms;
+  state.SetLabel("one queued drag and drop of two rooms, drag image included");
+}
+BENCHMARK(BM_FloorTreeQueuedDrag)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(5);
 
 }  // namespace
 

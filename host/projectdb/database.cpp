@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -258,7 +259,7 @@ void ProjectDatabaseImpl::Rollback() {
 
 // ---- Open and close -----------------------------------------------------------------------------------
 
-ProjectDatabaseImpl::OpenOutcome ProjectDatabaseImpl::OpenFile(const std::string& path, bool readOnly) {
+ProjectDatabaseImpl::OpenOutcome ProjectDatabaseImpl::OpenFile(const std::string& path, bool readOnly, bool viewOnly) {
   CloseFile();
   if (!fileExists(path)) {
     SetError(ProjectDbError::FileNotFound, "Could not find file '" + path + "'.");
@@ -293,7 +294,12 @@ ProjectDatabaseImpl::OpenOutcome ProjectDatabaseImpl::OpenFile(const std::string
   }
   path_ = path;
   readOnly_ = readOnly;
-  return QuickCheckPasses() ? OpenOutcome::Open : OpenOutcome::NeedsRepair;
+  if (!QuickCheckPasses()) return OpenOutcome::NeedsRepair;
+  if (!viewOnly && !AddMissingIndices()) {
+    CloseFile();
+    return OpenOutcome::Failed;
+  }
+  return OpenOutcome::Open;
 }
 
 void ProjectDatabaseImpl::CloseFile() {
@@ -330,7 +336,7 @@ HRESULT ProjectDatabaseImpl::OpenView(BSTR path, VARIANT_BOOL* readOnly, VARIANT
   struct stat info {};
   bool writable = stat(file.c_str(), &info) == 0 && (info.st_mode & 0222) != 0 &&
                   access(file.c_str(), W_OK) == 0 && access(folder.c_str(), W_OK) == 0;
-  OpenOutcome outcome = OpenFile(file, !writable);
+  OpenOutcome outcome = OpenFile(file, !writable, true);
   if (outcome == OpenOutcome::NeedsRepair) {
     CloseFile();
     SetError(ProjectDbError::CannotOpen, "The database '" + file + "' is damaged and needs repair.");
@@ -533,6 +539,41 @@ bool ProjectDatabaseImpl::QuickCheckPasses() {
     CloseFile();
   }
   return passes;
+}
+
+// A file made before an index joined the schema gets it the first time it is opened for writing:
+// only the index is built, the rows stay as they are. A table or column the file lacks keeps its
+// indices out; a file that can only be read is read as it stands.
+bool ProjectDatabaseImpl::AddMissingIndices() {
+  if (readOnly_ || sqlite3_db_readonly(db_.get(), "main") == 1) return true;
+  std::vector<std::string> missing;
+  sqlite3_stmt* known = Prepare("SELECT count(*) FROM sqlite_schema WHERE type = 'index' AND name = ?1");
+  sqlite3_stmt* column = Prepare("SELECT count(*) FROM pragma_table_info(?1) WHERE name = ?2 COLLATE NOCASE");
+  if (!known || !column) return false;
+  auto count = [](sqlite3_stmt* s, const std::string& a, const std::string* b) {
+    StmtScope scope(s);
+    sqlite3_bind_text(s, 1, a.c_str(), -1, SQLITE_TRANSIENT);
+    if (b) sqlite3_bind_text(s, 2, b->c_str(), -1, SQLITE_TRANSIENT);
+    return sqlite3_step(s) == SQLITE_ROW ? sqlite3_column_int(s, 0) : 0;
+  };
+  for (const TableDef& table : projectTables())
+    for (const IndexDef& index : table.indices) {
+      if (count(known, storedIndexName(table.name, index.name), nullptr) > 0) continue;
+      const bool columnsThere = std::all_of(index.columns.begin(), index.columns.end(),
+                                            [&](const std::string& c) { return count(column, table.name, &c) > 0; });
+      if (columnsThere) missing.push_back(indexStatement(table, index));
+    }
+  if (missing.empty()) return true;
+  if (!Begin()) return false;
+  for (const std::string& sql : missing) {
+    const int rc = sqlite3_exec(db_.get(), sql.c_str(), nullptr, nullptr, nullptr);
+    if (rc != SQLITE_OK) {
+      Fail(rc, "Cannot add an index to '" + path_ + "' (" + sql + ")");
+      Rollback();
+      return false;
+    }
+  }
+  return Commit();
 }
 
 }  // namespace kvprojectdb

@@ -104,7 +104,9 @@ class ProjectDatabaseImpl final : public ComObject<ProjectDatabase> {
   enum class OpenOutcome { Open, Failed, NeedsRepair };
 
   // Connection and errors (database.cpp).
-  OpenOutcome OpenFile(const std::string& path, bool readOnly);
+  // A view (viewOnly) reads the file as it stands; any other open brings it up to the schema's
+  // indices first.
+  OpenOutcome OpenFile(const std::string& path, bool readOnly, bool viewOnly = false);
   void CloseFile();
   void ClearError();
   void SetError(ProjectDbError code, std::string text);
@@ -125,6 +127,7 @@ class ProjectDatabaseImpl final : public ComObject<ProjectDatabase> {
 
   // Tables and rows (database.cpp).
   bool QuickCheckPasses();  // false closes the file: it needs repair
+  bool AddMissingIndices();  // false: the error is recorded, the file left as it was
   const TableInfo* LoadTable(std::string_view name);
   bool ReadColumns(TableInfo& info);
   bool ReadIndices(TableInfo& info);

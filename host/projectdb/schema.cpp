@@ -31,12 +31,15 @@ const CompactTable kTables[] = {
      "iHangerType:i",
      {{"distance1", {"DISTANCE1"}, false},
       {"distance2", {"DISTANCE2"}, false},
-      {"DRAWING", {"DRAWING"}, false}}},
+      {"DRAWING", {"DRAWING"}, false},
+      {"bDeletedAIRFLOWDRAWING", {"bDeleted", "AIRFLOW", "DRAWING"}, false},
+      {"bDeletedDRAWINGAIRFLOW", {"bDeleted", "DRAWING", "AIRFLOW"}, false}}},
     {"tblDiffL",
      "ixDiffL ixDiffS:i ixDuct:i? ixRoomL:i? ixLayerSystem:i AIRFLOW:s? bDisplayCallout:b "
      "dXCallout:d? dYCallout:d? bFlipCalloutArrow:b CFM:d TILT:d CONTYPE:s X:d Y:d Z:d ROTATION:d "
      "DRAWING:s bDeleted:b iAlignmentPointNumber:i",
-     {{"ixDiffS", {"ixDiffS"}, false}, {"ixDuct", {"ixDuct"}, false}}},
+     {{"ixDiffS", {"ixDiffS"}, false}, {"ixDuct", {"ixDuct"}, false},
+      {"bDeletedixDiffSDRAWING", {"bDeleted", "ixDiffS", "DRAWING"}, false}}},
     {"tblDiffS",
      "ixDiffS ixDiffSGroup:i CALLOUT:s ixDwgDiff:i WIDTH:d LENGTH:d NECK:d NECK2:d NOMINAL:s? "
      "MIN_CFM:d MAX_CFM:d MIN_THROW:d MAX_THROW:d MAX_NOISE:d PDROP:d TILT:d AIRFLOW:s CONTYPE:s "
@@ -281,18 +284,20 @@ std::string storedIndexName(std::string_view table, std::string_view index) {
   return std::string(table) + "__" + std::string(index);
 }
 
+std::string indexStatement(const TableDef& table, const IndexDef& index) {
+  std::string cols;
+  for (const std::string& c : index.columns) cols += (cols.empty() ? "\"" : ", \"") + c + "\"";
+  return std::string("CREATE ") + (index.unique ? "UNIQUE " : "") + "INDEX IF NOT EXISTS \"" +
+         storedIndexName(table.name, index.name) + "\" ON \"" + table.name + "\" (" + cols + ")";
+}
+
 std::vector<std::string> schemaStatements() {
   std::vector<std::string> out;
   for (const TableDef& t : projectTables()) {
     std::string sql = "CREATE TABLE \"" + t.name + "\" (";
     for (std::size_t i = 0; i < t.columns.size(); ++i) sql += (i ? ", " : "") + columnSql(t.columns[i]);
     out.push_back(sql + ")");
-    for (const IndexDef& ix : t.indices) {
-      std::string cols;
-      for (const std::string& c : ix.columns) cols += (cols.empty() ? "\"" : ", \"") + c + "\"";
-      out.push_back(std::string("CREATE ") + (ix.unique ? "UNIQUE " : "") + "INDEX \"" +
-                    storedIndexName(t.name, ix.name) + "\" ON \"" + t.name + "\" (" + cols + ")");
-    }
+    for (const IndexDef& ix : t.indices) out.push_back(indexStatement(t, ix));
   }
   return out;
 }

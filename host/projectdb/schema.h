@@ -35,6 +35,9 @@ const std::vector<TableDef>& projectTables();
 // the file, so the stored name carries the table.
 std::string storedIndexName(std::string_view table, std::string_view index);
 
+// CREATE INDEX for one named index of a table; nothing happens when the file has it already.
+std::string indexStatement(const TableDef& table, const IndexDef& index);
+
 // CREATE TABLE and CREATE INDEX statements for the whole schema, one per element.
 std::vector<std::string> schemaStatements();
 

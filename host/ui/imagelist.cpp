@@ -207,6 +207,12 @@ BOOL ImageList_DragShowNolock(BOOL show) {
   return TRUE;
 }
 
+HIMAGELIST ImageList_GetDragImage(POINT* at, POINT* hotspot) {
+  if (at) *at = drag.at;
+  if (hotspot) *hotspot = drag.hotspot;
+  return drag.list;
+}
+
 namespace kvui::detail {
 
 void drawDragOverlay(cairo_t* cr, HWND, double topScreenX, double topScreenY) {

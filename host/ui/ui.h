@@ -1799,6 +1799,9 @@ BOOL ImageList_DragMove(int x, int y);
 BOOL ImageList_DragLeave(HWND lock);
 void ImageList_EndDrag();
 BOOL ImageList_DragShowNolock(BOOL show);
+// The image being dragged (null when none), where it was last put in screen coordinates, and its
+// hot spot.
+HIMAGELIST ImageList_GetDragImage(POINT* at, POINT* hotspot);
 
 class CImageList : public CObject {
  public:

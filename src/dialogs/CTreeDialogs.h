@@ -2,6 +2,7 @@
 // groups, and the two modal dialogs over it that hand every change to the application layer.
 #pragma once
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -20,8 +21,10 @@ class CDragEventListener {
 // carries TVIS_SELECTED set by hand, in the order the user picked them.
 class CDragDropTreeCtrl : public CTreeCtrl {
  public:
+  ~CDragDropTreeCtrl() override;
   std::vector<CDragEventListener*> listeners;
   std::vector<HTREEITEM> selection;
+  std::unique_ptr<CImageList> dragImage;  // while a drag runs
   bool dragging = false;
   HTREEITEM anchorItem = nullptr;
   HTREEITEM lastDropItem = nullptr;
@@ -42,6 +45,8 @@ class CDragDropTreeCtrl : public CTreeCtrl {
   bool SiblingOfSelection(HTREEITEM item) const;
   void MarkSelection();
   void BeginDrag(CPoint point);
+  std::unique_ptr<CImageList> BuildDragImage();
+  void EndDragImage();
   bool downReachedBase_ = false;
 };
 

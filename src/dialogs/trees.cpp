@@ -148,14 +148,83 @@ void CDragDropTreeCtrl::OnLButtonDown(UINT flags, CPoint point) {
   }
 }
 
-void CDragDropTreeCtrl::BeginDrag(CPoint) {
+// The selected items as a small piece of tree, in selection order: each label framed in a band
+// of its own, joined by the tree's lines, over white, which the image list takes as transparent.
+std::unique_ptr<CImageList> CDragDropTreeCtrl::BuildDragImage() {
+  CImageList* icons = GetImageList(TVSIL_NORMAL);
+  int iconWidth = 0, iconHeight = 0;
+  if (icons && !ImageList_GetIconSize(icons->GetSafeHandle(), &iconWidth, &iconHeight)) icons = nullptr;
+  CClientDC screen(this);
+  CDC dc;
+  dc.CreateCompatibleDC(&screen);
+  // Measured in a fresh device context's font, the system font, which is bolder than the tree's:
+  // the labels, drawn in the tree's font, get room to spare in their frames.
+  CGdiObject* oldFont = dc.SelectStockObject(SYSTEM_FONT);
+  int textWidth = 0, h = 0;
+  for (HTREEITEM item : selection) {
+    CRect r(0, 0, 0, 0);
+    dc.DrawText(GetItemText(item), &r, DT_CALCRECT | DT_SINGLELINE | DT_NOPREFIX);
+    textWidth = std::max(textWidth, static_cast<int>(r.Width()));
+    if (item == selection.front()) h = r.Height();
+  }
+  const int w = textWidth + iconWidth + 3, n = static_cast<int>(selection.size());
+  CBitmap bitmap;
+  if (h <= 0 || !bitmap.CreateCompatibleBitmap(&screen, w + 2, (h + 2) * n)) return nullptr;
+  CBitmap* oldBitmap = dc.SelectObject(&bitmap);
+  CFont* font = GetFont();
+  if (font) dc.SelectObject(font);
+  dc.FillSolidRect(0, 0, w + 2, (h + 2) * n, RGB(255, 255, 255));
+  dc.SetBkMode(TRANSPARENT);
+  dc.SetTextColor(RGB(0, 0, 0));
+  for (int i = 0; i < n; ++i) {
+    const HTREEITEM item = selection[static_cast<std::size_t>(i)];
+    const int x = 1, y = 1 + i * (h + 2), right = w, bottom = h + 1 + i * (h + 2);
+    dc.MoveTo(x, y);
+    dc.LineTo(x, y + (i + 1 == n ? 8 : 18));
+    dc.MoveTo(x, y + 8);
+    dc.LineTo(x + 5, y + 8);
+    int image = 0, selected = 0;
+    if (icons && GetItemImage(item, image, selected)) icons->Draw(&dc, image, CPoint(x + 3, y), ILD_NORMAL);
+    dc.Rectangle(x + 3 + iconWidth, y, right, bottom);
+    CRect text(x + 3 + iconWidth + 3, y, right, bottom);
+    dc.DrawText(GetItemText(item), &text, DT_SINGLELINE | DT_NOPREFIX);
+  }
+  dc.SelectObject(oldBitmap);
+  if (oldFont) dc.SelectObject(oldFont);
+  auto list = std::make_unique<CImageList>();
+  if (!list->Create(w + 2, (h + 2) * n, ILC_MASK, 0, 1) || list->Add(&bitmap, RGB(255, 255, 255)) < 0) return nullptr;
+  return list;
+}
+
+void CDragDropTreeCtrl::BeginDrag(CPoint point) {
   if (selection.empty()) return;
   dragging = true;
+  HTREEITEM under = HitTest(point);
+  dragImage = BuildDragImage();
+  if (!dragImage) return;
+  CRect itemRect;
+  if (!under || !GetItemRect(under, &itemRect, TRUE)) itemRect = CRect(point, point);
+  CPoint corner(itemRect.left + 5, itemRect.top + 5);
   // The selection's marks go while dragging so that the drop highlight can be seen.
   for (HTREEITEM item : selection) SetItemState(item, 0, TVIS_SELECTED);
+  RedrawWindow(nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_UPDATENOW);
   lastDropItem = nullptr;
+  dragImage->BeginDrag(0, CPoint(-5, -5));
+  ClientToScreen(&corner);
+  CImageList::DragEnter(CWnd::FromHandle(GetDesktopWindow()), corner);
   SetCapture();
   for (CDragEventListener* l : listeners) l->onBeginDrag();
+}
+
+// A tree that goes while dragging (its dialog ended under the drag) takes its image along.
+CDragDropTreeCtrl::~CDragDropTreeCtrl() {
+  if (dragging && dragImage) CImageList::EndDrag();
+}
+
+void CDragDropTreeCtrl::EndDragImage() {
+  CImageList::DragLeave(this);
+  CImageList::DragLeave(GetParent());
+  CImageList::EndDrag();
 }
 
 void CDragDropTreeCtrl::OnMouseMove(UINT flags, CPoint point) {
@@ -171,6 +240,9 @@ void CDragDropTreeCtrl::OnMouseMove(UINT flags, CPoint point) {
     SelectDropTarget(item);
     RedrawWindow(nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_UPDATENOW);
   }
+  CPoint screen = point;
+  ClientToScreen(&screen);
+  CImageList::DragMove(screen);
   for (CDragEventListener* l : listeners) l->onDragOver(point);
 }
 
@@ -178,7 +250,9 @@ void CDragDropTreeCtrl::OnLButtonUp(UINT flags, CPoint point) {
   if (dragging) {
     dragging = false;
     ReleaseCapture();
+    EndDragImage();
     SelectDropTarget(nullptr);
+    dragImage.reset();
     HTREEITEM target = HitTest(point);
     for (CDragEventListener* l : listeners) l->onDrop(point, target);
     MarkSelection();

@@ -28,13 +28,62 @@ TEST_F(ProjectLisp, CreateQueryExecuteAndExplorerAnswerShape) {
   // Values of one column, ordered by another, repeats dropped on request.
   EXPECT_EQ(Eval("(kvdb-query " + Lisp(file_) + " \"select * from tblDuct where bDeleted = 0\" \"DRAWING\" \"DRAWING\" T)"),
             "(\"a.dwg\" \"b.dwg\")");
-  EXPECT_EQ(Eval("(kvdb-query " + Lisp(file_) + " \"select ixDuct, AIRFLOW from tblDuct\" \"ixDuct\" \"AIRFLOW\")"),
+  // Rows that tie on the sort column keep the statement's own order.
+  EXPECT_EQ(Eval("(kvdb-query " + Lisp(file_) + " \"select ixDuct, AIRFLOW from tblDuct order by ixDuct\" \"ixDuct\" \"AIRFLOW\")"),
             "(4 3 1 2)");
   EXPECT_EQ(Eval("(hvac-projectExplorer_sqlQuery \"Select * from tblDuct where AIRFLOW= \\\"sa\\\" and bDeleted = 0\" "
                  "\"DRAWING\" \"DRAWING\")"),
             "(2 \"a.dwg\" \"b.dwg\")");
   EXPECT_EQ(Eval("(hvac-projectExplorer_sqlQuery \"Select * from tblDuct where AIRFLOW = \\\"oa\\\"\" \"ixDuct\" \"ixDuct\")"),
             "(0)");
+}
+
+// The explorer's questions, answered through the indices, give what the plain statements give;
+// the test for an empty table answers with one live row or none. No answer reads a whole table.
+TEST_F(ProjectLisp, ExplorerQueriesAnswerAsPlainSelectsWithoutReadingWholeTables) {
+  Eval("(kvdb-create " + Lisp(file_) + ")");
+  Eval("(setq f " + Lisp(file_) + ")");
+  for (const char* sql :
+       {"insert into tblDuct (DRAWING, AIRFLOW, bDeleted) values ('b.dwg', 'sa', 0), ('a.dwg', 'sa', 0), ('a.dwg', 'sa', 0), "
+        "('c.dwg', 'sa', -1), (null, 'sa', 0), ('c.dwg', 'ra', 0), ('b.dwg', 'xx', 0)",
+        "delete from tblDiffSGroup", "delete from tblDiffS",
+        "insert into tblDiffSGroup (ixDiffSGroup, sName) values (1, 'Ceiling'), (2, 'Wall')",
+        "insert into tblDiffS (ixDiffS, ixDiffSGroup, CALLOUT) values (1, 1, 'A'), (2, 1, 'B'), (3, 2, 'C')",
+        "insert into tblDiffL (ixDiffS, DRAWING, bDeleted) values (1, 'b.dwg', 0), (1, 'a.dwg', 0), (2, 'c.dwg', 0), "
+        "(2, 'd.dwg', -1), (3, 'a.dwg', 0)"})
+    Eval("(kvdb-execute f \"" + std::string(sql) + "\")");
+  Eval("(defun plain (sql column sort / v) (setq v (kvdb-query f (projectdb-narrowSelect sql column sort) column sort T))"
+       " (cons (length v) v))");
+  Eval("(defun scans (sql column sort) (vl-remove-if-not '(lambda (d) (wcmatch d \"SCAN tbl*\"))"
+       " (kvdb-query f (strcat \"explain query plan \" (projectdb-explorerSql sql column sort)) \"detail\")))");
+  const char* const questions[][3] = {
+      {"Select * from tblDuct where AIRFLOW= \\\"sa\\\" and bDeleted = 0", "DRAWING", "DRAWING"},
+      {"Select * from tblDuct where bDeleted = 0", "DRAWING", "DRAWING"},
+      {"Select AIRFLOW, ixDuct from tblDuct where DRAWING = \\\"b.dwg\\\" and bDeleted = 0", "AIRFLOW", "AIRFLOW"},
+      {"Select * from tblDuct where AIRFLOW = \\\"sa\\\" and DRAWING = \\\"a.dwg\\\" and bDeleted = 0", "ixDuct", "ixDuct"},
+      {"Select * from tblDiffL where ixDiffS = 1 and bDeleted = 0", "DRAWING", "DRAWING"},
+      {"Select * from tblDiffL, tblDiffS  where tblDiffL.ixDiffS = tblDiffS.ixDiffS and tblDiffS.ixDiffSGroup = 1 and "
+       "tblDiffL.bDeleted = 0", "DRAWING", "DRAWING"},
+      {"Select tblDiffL.ixDiffS, tblDiffS.CALLOUT from tblDiffL, tblDiffS  where tblDiffL.ixDiffS = tblDiffS.ixDiffS and "
+       "tblDiffS.ixDiffSGroup = 1 and tblDiffL.DRAWING = \\\"b.dwg\\\" and tblDiffL.bDeleted = 0", "ixDiffS", "CALLOUT"},
+      {"Select * from tblDiffS  where ixDiffSGroup = 1", "ixDiffS", "CALLOUT"},
+  };
+  for (const auto& q : questions) {
+    const std::string args = "\"" + std::string(q[0]) + "\" \"" + q[1] + "\" \"" + q[2] + "\"";
+    EXPECT_EQ(Eval("(hvac-projectExplorer_sqlQuery " + args + ")"), Eval("(plain " + args + ")")) << q[0];
+    EXPECT_EQ(Eval("(scans " + args + ")"), "nil") << q[0];
+  }
+  EXPECT_EQ(Eval("(hvac-projectExplorer_sqlQuery \"Select * from tblDuct where AIRFLOW= \\\"sa\\\" and bDeleted = 0\" "
+                 "\"DRAWING\" \"DRAWING\")"),
+            "(3 nil \"a.dwg\" \"b.dwg\")")
+      << "a duct without a drawing is one value, a deleted one none";
+  // The test for an empty table: one live key, or none once every row is deleted.
+  const std::string emptyTest = "(hvac-projectExplorer_sqlQuery \"Select * from tblDiffL where bDeleted = 0\" \"ixDiffL\" \"ixDiffL\")";
+  EXPECT_EQ(Eval("(car " + emptyTest + ")"), "1");
+  EXPECT_EQ(Eval("(kvdb-query f (strcat \"select bDeleted from tblDiffL where ixDiffL = \" (itoa (cadr " + emptyTest + "))))"),
+            "(0)");
+  Eval("(kvdb-execute f \"update tblDiffL set bDeleted = -1\")");
+  EXPECT_EQ(Eval(emptyTest), "(0)");
 }
 
 TEST_F(ProjectLisp, FailuresAreLispErrorsWithTheDatabaseText) {

@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 
 #include <fstream>
+#include <iterator>
 #include <set>
 
 #include "fixture.h"
@@ -127,6 +128,53 @@ TEST_F(ProjectFile, OpenViewTellsReadOnlyFiles) {
   EXPECT_EQ(readOnly, VARIANT_TRUE);
   EXPECT_EQ(Query(L"select sKey from tblGlobal where sKey = \"TOP CON\"").size(), 1u);
   ::chmod(file_.c_str(), 0644);
+}
+
+std::string fileBytes(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in), {});
+}
+
+// A file made before the explorer's indices existed: a view leaves it untouched (even one that
+// could write), the first open for writing adds what the file can hold, and no row is lost.
+TEST_F(ProjectFile, AnOlderFileGetsTheMissingIndicesWhenOpenedForWriting) {
+  CreateProject();
+  ASSERT_TRUE(Execute(L"INSERT INTO tblDuct (DRAWING, AIRFLOW) VALUES (\"a.dwg\", \"sa\"), (\"b.dwg\", \"ra\")"));
+  ASSERT_TRUE(Execute(L"DROP INDEX tblDuct__bDeletedAIRFLOWDRAWING"));
+  ASSERT_TRUE(Execute(L"DROP INDEX tblDuct__bDeletedDRAWINGAIRFLOW"));
+  // An older tblDiffL without DRAWING: its index has nothing to stand on and stays out.
+  ASSERT_TRUE(Execute(L"DROP INDEX tblDiffL__bDeletedixDiffSDRAWING"));
+  ASSERT_TRUE(Execute(L"ALTER TABLE tblDiffL DROP COLUMN DRAWING"));
+  VARIANT_BOOL done;
+  db_->Close(&done);
+  const auto indexCount = [this] {
+    return Query(L"select name from sqlite_schema where type = 'index' and name like 'tbl%__bDeleted%'").size();
+  };
+
+  const std::string before = fileBytes(file_);
+  for (mode_t mode : {0644, 0444}) {
+    ::chmod(file_.c_str(), mode);
+    VARIANT_BOOL readOnly = VARIANT_FALSE, ok = VARIANT_FALSE;
+    ASSERT_EQ(db_->OpenView(_bstr_t(Utf8ToWide(file_)), &readOnly, &ok), S_OK);
+    ASSERT_EQ(ok, VARIANT_TRUE);
+    EXPECT_EQ(indexCount(), 0u);
+    db_->Close(&done);
+    EXPECT_EQ(fileBytes(file_), before);
+  }
+  ::chmod(file_.c_str(), 0644);
+
+  ASSERT_NE(Open(), L"");
+  EXPECT_EQ(indexCount(), 2u);
+  EXPECT_TRUE(SetTable(L"tblDuct", L"bDeletedAIRFLOWDRAWING"));
+  EXPECT_FALSE(SetTable(L"tblDiffL", L"bDeletedixDiffSDRAWING"));
+  EXPECT_EQ(Query(L"select DRAWING from tblDuct where AIRFLOW = \"ra\" and bDeleted = 0").size(), 1u);
+  EXPECT_EQ(Query(L"select ixDuct from tblDuct").size(), 2u);
+  db_->Close(&done);
+  // Opened again, nothing is left to add and the file stays as it is.
+  const std::string after = fileBytes(file_);
+  ASSERT_NE(Open(), L"");
+  db_->Close(&done);
+  EXPECT_EQ(fileBytes(file_), after);
 }
 
 // Overwrites a stretch of pages in the middle of the file, where the bulk of tblDuct lies.

@@ -14,7 +14,12 @@ template <class Base>
 class Probe : public Base {
  public:
   std::function<std::string(Probe&)> script;
+  std::function<void(Probe&, CPoint)> duringDrag;
   std::string picture;
+  void onDragOver(CPoint point) override {
+    Base::onDragOver(point);
+    if (duringDrag) duringDrag(*this, point);
+  }
   // "#id@x,y" at the middle of the item's label.
   std::string At(const std::wstring& label) {
     for (HTREEITEM i = this->tree.GetRootItem(); i; i = this->tree.GetNextVisibleItem(i))
@@ -89,6 +94,71 @@ TEST_F(Trees, TwoRoomsDraggedToAnotherFloorAndTheStoredTreeIsTheOneShown) {
   EXPECT_EQ(Lisp("saved"),
             "((\"Floor 1\" . 1) ((\"Room 103\" . -3)) (\"Floor 2\" . 2) ((\"Room 201\" . -4) (\"Room 101\" . -1) (\"Room 102\" . -2)))")
       << "dropped on a room, the rooms go beside it, in the order they were picked";
+}
+
+// What one step of a drag shows: the drag image and where it stands, the highlighted target.
+struct DragStep {
+  HIMAGELIST image = nullptr;
+  POINT at{}, hotspot{}, cursor{};
+  int width = 0, height = 0;
+  std::wstring highlighted;
+  bool draggedMarked = false;
+};
+
+template <class Dialog>
+DragStep Observe(Probe<Dialog>& d, const std::wstring& dragged) {
+  DragStep step;
+  step.image = ImageList_GetDragImage(&step.at, &step.hotspot);
+  ImageList_GetIconSize(step.image, &step.width, &step.height);
+  GetCursorPos(&step.cursor);
+  if (HTREEITEM hot = d.tree.GetDropHilightItem()) step.highlighted = d.tree.GetItemText(hot).str();
+  for (HTREEITEM i = d.tree.GetRootItem(); i; i = d.tree.GetNextVisibleItem(i))
+    if (d.tree.GetItemText(i).str() == dragged) step.draggedMarked = d.tree.GetItemState(i, TVIS_SELECTED) != 0;
+  return step;
+}
+
+TEST_F(Trees, ADragShowsTheDraggedItemsAtThePointerOverTheHighlightedTarget) {
+  std::vector<DragStep> steps;
+  Probe<CFloorTree> d;
+  d.duringDrag = [&steps](Probe<CFloorTree>& t, CPoint) {
+    steps.push_back(Observe(t, L"Room 102"));
+    // The first move of the four starts the drag; the last stands over the drop target.
+    if (steps.size() == 3) DialogPicture(t, "floor-tree-drag.png");
+  };
+  EXPECT_EQ(Run(d, [](Probe<CFloorTree>& t) {
+              return "click " + t.At(L"Room 101") + "\nclick ctrl+" + t.At(L"Room 102") + "\ndrag " + t.At(L"Room 102") +
+                     " to " + t.At(L"Room 201") + "\nclick #1";
+            }),
+            IDOK);
+  ASSERT_EQ(steps.size(), 3u);
+  int oneItemHeight = 0;
+  for (const DragStep& step : steps) {
+    ASSERT_NE(step.image, nullptr);
+    EXPECT_EQ(step.at.x, step.cursor.x) << "the image follows the pointer";
+    EXPECT_EQ(step.at.y, step.cursor.y);
+    EXPECT_EQ(step.hotspot.x, -5);
+    EXPECT_EQ(step.hotspot.y, -5);
+    EXPECT_FALSE(step.draggedMarked) << "the selection's marks give way to the drop highlight";
+    EXPECT_EQ(step.height % 2, 0) << "two bands of one height";
+    oneItemHeight = step.height / 2;
+  }
+  EXPECT_EQ(steps.back().highlighted, L"Room 201");
+  EXPECT_EQ(ImageList_GetDragImage(nullptr, nullptr), nullptr) << "the drop ends the drag image";
+
+  // One item gives one band; a refused target (a floor dragged onto a floor) loses its highlight
+  // while the image still follows.
+  steps.clear();
+  Probe<CFloorTree> refused;
+  refused.duringDrag = [&steps](Probe<CFloorTree>& t, CPoint) { steps.push_back(Observe(t, L"Floor 2")); };
+  EXPECT_EQ(Run(refused, [](Probe<CFloorTree>& t) {
+              return "click " + t.At(L"Floor 2") + "\ndrag " + t.At(L"Floor 2") + " to " + t.At(L"Floor 1") + "\nclick #1";
+            }),
+            IDOK);
+  ASSERT_EQ(steps.size(), 3u);
+  EXPECT_NE(steps.back().image, nullptr);
+  EXPECT_EQ(steps.back().height, oneItemHeight);
+  EXPECT_EQ(steps.back().highlighted, L"");
+  EXPECT_EQ(Lisp("saved"), kPlan);
 }
 
 TEST_F(Trees, RefusedDropsLeaveTheTreeAsItWas) {
