@@ -6,12 +6,8 @@
 ;; The trees of the session, for a drawing without a project.
 (setq tree-hvac-floor nil tree-hvac-zone nil)
 
-;; The project's store of trees, made sure of; nil without a project.
-(defun tree-hvac-table (/ file)
-  (if (setq file (projectdb-currentFile))
-    (progn
-      (kvdb-execute file "CREATE TABLE IF NOT EXISTS tblKvTree (sName TEXT PRIMARY KEY, sTree TEXT)")
-      file)))
+;; The project file, whose schema holds the store of trees (tblKvTree); nil without a project.
+(defun tree-hvac-table () (projectdb-currentFile))
 
 ;; The stored tree called NAME ("floor" or "zone"), or nil.
 (defun tree-hvac-load (name / file text)

@@ -125,6 +125,7 @@ class ProjectDatabaseImpl final : public ComObject<ProjectDatabase> {
 
   // Tables and rows (database.cpp).
   bool QuickCheckPasses();  // false closes the file: it needs repair
+  void AddMissingTables();
   const TableInfo* LoadTable(std::string_view name);
   bool ReadColumns(TableInfo& info);
   bool ReadIndices(TableInfo& info);
