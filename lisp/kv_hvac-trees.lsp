@@ -85,11 +85,11 @@
 (defun kv_hvac-zoneTree-rename (item) (tree-hvac-notBuilt "Renaming"))
 (defun kv_hvac-zoneTree-editRooms (item) (tree-hvac-notBuilt "Editing rooms"))
 
-;; Load Detail for the room of ITEM; a zone's own load is not kept by this layer yet.
+;; Load Detail for the room or zone of ITEM.
 (defun kv_hvac-zoneTree-view (item)
   (if (< item 0)
     (loads-hvac-showRoom (- item))
-    (tree-hvac-notBuilt "Load Detail of a zone")))
+    (loads-hvac-showZone item)))
 
 ;; Commands KV-FLOORTREE and KV-ZONETREE: the stored trees in their dialogs.
 (defun c:kv-floorTree () (kv_hvac-floorTree (tree-hvac-get "floor")) (princ))

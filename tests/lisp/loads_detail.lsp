@@ -35,8 +35,21 @@
 (kvdb-execute file "INSERT INTO tblLoadRoomCooling (ixRoomL, iMonth, iHour, dRoomTotal) VALUES (1, 7, 15, 12000)")
 (ld-check "peak time" (equal (loads-hvac-peakTime 1) '(7 15)))
 (ld-check "no peak for another room" (null (loads-hvac-peakTime 2)))
-(kvhost-input "click #1006")
-(ld-check "the room's report asks for a calculation" (= 1 (loads-hvac-showRoom 1)))
+;; "Calculate This Load" on a room without construction says so and shows the report again.
+(kvhost-input "click #1006" "click #1")
+(ld-check "no construction: shown again, then OK" (= 0 (loads-hvac-showRoom 1)))
+(ld-check "the stored rows stay" (equal (loads-hvac-peakTime 1) '(7 15)))
+;; With construction it replaces the stored figures by the calculated ones (the three summer
+;; months) before the report comes back; from the zone tree it does so for the zone and its room.
+(roomdata-setRoom 1 '(("dArea" . 100.0) ("dPeople" . 1.0)) '(("WALL" "S" 1 100.0 0.1)))
+(tree-hvac-store "zone" '(("North" . 4) (("Office" . -1))))
+(kvhost-input "click #1006" "click #1")
+(ld-check "recalculated, then OK" (= 0 (kv_hvac-zoneTree-view 4)))
+(ld-check "the hand-made rows are gone" (null (loads-hvac-value "SELECT iHour FROM tblLoadRoomCooling WHERE dRoomTotal = 12000" "iHour")))
+(ld-check "room hours" (= 72 (length (kvdb-query file "SELECT iHour FROM tblLoadRoomCooling WHERE ixRoomL = 1" "iHour"))))
+(ld-check "zone hours" (= 72 (length (kvdb-query file "SELECT iHour FROM tblLoadRoomCooling WHERE ixZone = 4" "iHour"))))
+(ld-check "zone title" (= "North" (loads-hvac-title 4)))
+(ld-check "zone peak is the room's" (equal (loads-hvac-peakTimeOf 4) (loads-hvac-peakTime 1)))
 ;; The command: a pick inside the room opens the report (OK), a pick outside says so; the queue
 ;; must be empty afterwards, or the dialog never read its click.
 (kvhost-input "point 20,20" "click #1" "point 100,100")
