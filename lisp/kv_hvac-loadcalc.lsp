@@ -205,8 +205,8 @@
       (kvdb-execute (projectdb-currentFile) (apply 'strcat (reverse sql)))
       (if peak peak (list 0.0 0 0)))))
 
-;; The zones of the zone tree as ((zone name (room ...)) ...): every room anywhere below a zone
-;; item counts for that zone.
+;; The zones of the zone tree as ((zone name (room ...)) ...), rooms in ascending order: every room
+;; anywhere below a zone item counts for that zone.
 (defun loadcalc-zones () (loadcalc-zonesOf (tree-hvac-get "zone")))
 
 (defun loadcalc-zonesOf (tree / out x kids)
@@ -214,7 +214,7 @@
     (setq x (car tree) tree (cdr tree))
     (cond ((and (tree-hvac-item-p x) (> (cdr x) 0))
            (setq kids (if (and (car tree) (listp (car tree)) (not (tree-hvac-item-p (car tree)))) (car tree)))
-           (setq out (cons (list (cdr x) (car x) (mapcar '- (vl-remove-if-not 'minusp (tree-hvac-allData kids)))) out)))
+           (setq out (cons (list (cdr x) (car x) (vl-sort (mapcar '- (vl-remove-if-not 'minusp (tree-hvac-allData kids))) '<)) out)))
           ((and x (listp x) (not (tree-hvac-item-p x)))
            (setq out (append (reverse (loadcalc-zonesOf x)) out)))))
   (reverse out))
