@@ -180,8 +180,8 @@
 
 ;; ---- Rooms and zones -------------------------------------------------------------------------
 
-;; Calculates room IX for MONTHS under conditions C and replaces its stored results. Answers the
-;; peak cooling (total month hour), or nil when the room has no data.
+;; Calculates room IX for MONTHS under conditions C; its stored results are replaced at the next
+;; loadcalc-flush. Answers the peak cooling (total month hour), or nil when the room has no data.
 (defun loadcalc-room (ix months c / data use surfaces sql r peak where)
   (kv_hvac-loads-resetRoomData)
   (kv_hvac-loads-resetWallData)
@@ -202,8 +202,16 @@
       (setq sql (cons (loadcalc-insert "tblLoadRoomHeating" (list (cons "ixRoomL" ix)) loadcalc-heatingColumns
                                        (loadcalc-heating use surfaces c))
                       sql))
-      (kvdb-execute (projectdb-currentFile) (apply 'strcat (reverse sql)))
+      (setq loadcalc-pending (cons (apply 'strcat (reverse sql)) loadcalc-pending))
       (if peak peak (list 0.0 0 0)))))
+
+;; Writes the results of the rooms calculated since the last write, in one transaction: every
+;; transaction waits for the disk, so a long calculation writes rooms in batches.
+(setq loadcalc-pending nil)
+(defun loadcalc-flush ()
+  (if loadcalc-pending
+    (kvdb-execute (projectdb-currentFile) (apply 'strcat (reverse loadcalc-pending))))
+  (setq loadcalc-pending nil))
 
 ;; The zones of the zone tree as ((zone name (room ...)) ...), rooms in ascending order: every room
 ;; anywhere below a zone item counts for that zone.
@@ -252,30 +260,38 @@
 ;; Calculates room IX (its loads for every calculated month and hour, and heating) and the zones
 ;; that hold it. Answers the peak cooling (Btu/h month hour), or nil when the room has no data.
 (defun loads-hvac-calcRoom (ix / peak)
-  (if (setq peak (loadcalc-room ix (loadcalc-months) (loadcalc-conditions (roomdata-design))))
+  (setq loadcalc-pending nil
+        peak (loadcalc-room ix (loadcalc-months) (loadcalc-conditions (roomdata-design))))
+  (loadcalc-flush)
+  (if peak
     (foreach zone (loadcalc-zones)
       (if (member ix (caddr zone)) (loadcalc-zone (car zone) (caddr zone)))))
   peak)
 
 ;; Calculates zone Z: its rooms, then its sums.
 (defun loads-hvac-calcZone (z / zone c months)
-  (setq c (loadcalc-conditions (roomdata-design)) months (loadcalc-months))
+  (setq loadcalc-pending nil
+        c (loadcalc-conditions (roomdata-design)) months (loadcalc-months))
   (if (setq zone (assoc z (loadcalc-zones)))
     (progn
       (foreach ix (caddr zone) (loadcalc-room ix months c))
+      (loadcalc-flush)
       (loadcalc-zone z (caddr zone)))))
 
 ;; Calculates every room of the project and then every zone, printing progress when there are
 ;; many rooms. Answers the number of rooms calculated.
 (defun loads-hvac-calcAll (/ file rooms c months done skipped n)
-  (setq c (loadcalc-conditions (roomdata-design)) months (loadcalc-months) done 0 skipped 0 n 0)
+  (setq loadcalc-pending nil
+        c (loadcalc-conditions (roomdata-design)) months (loadcalc-months) done 0 skipped 0 n 0)
   (if (setq file (projectdb-currentFile))
     (setq rooms (kvdb-query file "SELECT ixRoomL FROM tblRoomL ORDER BY ixRoomL" "ixRoomL")))
   (foreach ix rooms
     (if (loadcalc-room ix months c) (setq done (1+ done)) (setq skipped (1+ skipped)))
     (setq n (1+ n))
+    (if (zerop (rem n 25)) (loadcalc-flush))
     (if (and (> (length rooms) 20) (zerop (rem n 50)))
       (princ (strcat "\n  " (itoa n) " of " (itoa (length rooms)) " rooms calculated..."))))
+  (loadcalc-flush)
   (foreach zone (loadcalc-zones) (loadcalc-zone (car zone) (caddr zone)))
   (princ (strcat "\nLoads calculated for " (itoa done) " rooms and " (itoa (length (loadcalc-zones))) " zones"
                  (if (> skipped 0) (strcat "; " (itoa skipped) " rooms without construction skipped (KV-ROOMDATA)") "")

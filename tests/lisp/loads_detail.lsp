@@ -43,8 +43,10 @@
 ;; months) before the report comes back; from the zone tree it does so for the zone and its room.
 (roomdata-setRoom 1 '(("dArea" . 100.0) ("dPeople" . 1.0)) '(("WALL" "S" 1 100.0 0.1)))
 (tree-hvac-store "zone" '(("North" . 4) (("Office" . -1))))
-(kvhost-input "click #1006" "click #1")
+(vl-file-delete (strcat root "zone.png"))
+(kvhost-input "click #1006" (strcat "png " root "zone.png") "click #1")
 (ld-check "recalculated, then OK" (= 0 (kv_hvac-zoneTree-view 4)))
+(ld-check "the fresh report's picture" (findfile (strcat root "zone.png")))
 (ld-check "the hand-made rows are gone" (null (loads-hvac-value "SELECT iHour FROM tblLoadRoomCooling WHERE dRoomTotal = 12000" "iHour")))
 (ld-check "room hours" (= 72 (length (kvdb-query file "SELECT iHour FROM tblLoadRoomCooling WHERE ixRoomL = 1" "iHour"))))
 (ld-check "zone hours" (= 72 (length (kvdb-query file "SELECT iHour FROM tblLoadRoomCooling WHERE ixZone = 4" "iHour"))))
