@@ -81,21 +81,29 @@
     (apply 'strcat (cons (car strings) (apply 'append (mapcar '(lambda (s) (list separator s)) (cdr strings)))))
     ""))
 
-;; A surface list filled up to all its columns, its kind and orientation in capitals.
+;; A surface list filled up to all its columns, its texts in capitals.
 (defun roomdata-fullSurface (surface / out i)
   (setq i 0)
   (foreach d roomdata-surfaceDefaults
     (setq out (cons (if (< i (length surface)) (nth i surface) d) out)
           i (1+ i)))
-  (setq out (reverse out))
-  (cons (strcase (car out)) (cons (if (cadr out) (strcase (cadr out))) (cddr out))))
+  (setq out (mapcar '(lambda (x) (if (eq (type x) 'STR) (strcase x) x)) (reverse out))))
 
 ;; Why SURFACE cannot be stored, or nil when it can.
 (defun roomdata-surfaceProblem (surface)
   (cond ((not (member (car surface) roomdata-kinds))
          (strcat "unknown surface kind " (vl-prin1-to-string (car surface))))
         ((or (not (numberp (nth 3 surface))) (minusp (nth 3 surface))) "an area must be a number of 0 or more")
-        ((or (not (numberp (nth 4 surface))) (minusp (nth 4 surface))) "a U-factor must be a number of 0 or more")))
+        ((or (not (numberp (nth 4 surface))) (minusp (nth 4 surface))) "a U-factor must be a number of 0 or more")
+        ((and (member (car surface) '("WALL" "DOOR" "GLASS")) (not (member (cadr surface) roomdata-facings)))
+         "a wall, door or glass needs a facing such as \"S\" or \"WNW\"")
+        ((and (member (car surface) '("WALL" "DOOR")) (not (member (caddr surface) '(1 2 3 4 5 6 7 9 10 11 12 13 14 15 16))))
+         "wall numbers are 1 to 16 without 8")
+        ((and (= (car surface) "GLASS") (not (member (nth 6 surface) '("A" "B" "C" "D"))))
+         "glass needs a zone type from A to D")))
+
+;; The facings the curves know: the sixteen compass points.
+(setq roomdata-facings '("N" "NNE" "NE" "ENE" "E" "ESE" "SE" "SSE" "S" "SSW" "SW" "WSW" "W" "WNW" "NW" "NNW"))
 
 ;; Stores room IX's use (an association list over the names of roomdata-useDefaults; the rest
 ;; take the defaults) and its SURFACES (lists: kind orientation number area U [SC zoneType

@@ -58,6 +58,11 @@
 ;; The function form refuses a bad surface and then leaves the stored data alone.
 (rd-check "unknown kind refused" (null (roomdata-setRoom 1 nil '(("CHIMNEY" "N" 1 10.0 0.1)))))
 (rd-check "negative area refused" (null (roomdata-setRoom 1 nil '(("WALL" "N" 1 -10.0 0.1)))))
+(rd-check "facing needed" (null (roomdata-setRoom 1 nil '(("GLASS" "UP" 0 10.0 0.5 0.6 "A")))))
+(rd-check "wall 8 refused" (null (roomdata-setRoom 1 nil '(("DOOR" "E" 8 10.0 0.5)))))
+(rd-check "zone type needed" (null (roomdata-setRoom 1 nil '(("GLASS" "S" 0 10.0 0.5 0.6 nil)))))
+(rd-check "lower case taken" (roomdata-setRoom 4 nil '(("glass" "wnw" 0 10.0 0.5 0.6 "d"))))
+(rd-check "stored in capitals" (equal (cadr (roomdata-room 4)) '(("GLASS" "WNW" 0 10.0 0.5 0.6 "D" 0.0 0.0))))
 (rd-check "data still whole" (equal (roomdata-room 1) data))
 (rd-check "no data for another room" (null (roomdata-room 2)))
 
