@@ -292,8 +292,8 @@
     (if (and (> (length rooms) 20) (zerop (rem n 50)))
       (princ (strcat "\n  " (itoa n) " of " (itoa (length rooms)) " rooms calculated..."))))
   (loadcalc-flush)
-  (foreach zone (loadcalc-zones) (loadcalc-zone (car zone) (caddr zone)))
-  (princ (strcat "\nLoads calculated for " (itoa done) " rooms and " (itoa (length (loadcalc-zones))) " zones"
+  (if file (foreach zone (loadcalc-zones) (loadcalc-zone (car zone) (caddr zone))))
+  (princ (strcat "\nLoads calculated for " (itoa done) " rooms and " (itoa (if file (length (loadcalc-zones)) 0)) " zones"
                  (if (> skipped 0) (strcat "; " (itoa skipped) " rooms without construction skipped (KV-ROOMDATA)") "")
                  "."))
   done)

@@ -21,6 +21,54 @@ ROOMS, ZONES = 500, 10
 ORIENT = ["N", "NE", "E", "SE", "S", "SW", "W", "NW"]
 
 
+def room_surfaces(ix):
+    """The kinds, facings and numbers of room IX's surfaces, as setup() gives them."""
+    o1, o2 = ORIENT[ix % 8], ORIENT[(ix + 2) % 8]
+    out = [("WALL", o1, 1 + ix % 7), ("GLASS", o1, "ABCD"[ix % 4]), ("PARTITION", None, 0)]
+    if ix % 3 == 0:
+        out += [("WALL", o2, 9 + ix % 7), ("GLASS", o2, "B")]
+    if ix % 2 == 0:
+        out.append(("ROOF", None, [1, 2, 3, 4, 5, 8, 10, 13, 14][ix % 9]))
+    return out
+
+
+def replay():
+    """The module calls of the calculation alone, with arguments of the same shape and number and
+    nothing of the layer's arithmetic or SQL: what the module's functions and their argument and
+    result conversion cost."""
+    out = ["(setq months '(0 1 2 3 4 5 6 7 8 9 10 11) hours '(0 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16 17 18 19 20 21 22 23))",
+           "(setq gains (apply 'append (mapcar '(lambda (n) (list n 1.5)) '(" + " ".join(
+               f'"{n}"' for n in ["dWall", "dWallPlenum", "dDoor", "dGlass", "dWallPartition", "dWallPlenumPartition",
+                                  "dDoorPartition", "dGlassPartition", "dPeopleSensible", "dPeopleLatent", "dLights", "dEquipmentSensible", "dEquipmentLatent",
+                                  "dInfiltrationSensible", "dInfiltrationLatent", "dVentilationSensible", "dVentilationLatent",
+                                  "dVentilation62Sensible", "dVentilation62Latent", "dVentilationIMCSensible",
+                                  "dVentilationIMCLatent", "iOSACFM", "iOSA62CFM", "iOSAIMCCFM", "dRoomTemperature",
+                                  "dRoomHumidity", "dArea", "dPeople", "dPeopleRatio"]) + "))))",
+           "(setq totals (apply 'append (mapcar '(lambda (n) (list n 2.5)) '(" + " ".join(
+               f'"{n}"' for n in ["dRoomTotalSensible", "dRoomTotalLatent", "dRoomTotal", "iCoolingCFM",
+                                  "dSystemTotalSensible", "dSystemTotalLatent", "dSystemTotal", "dSystem62TotalSensible",
+                                  "dSystem62TotalLatent", "dSystem62Total", "dSystemIMCTotalSensible",
+                                  "dSystemIMCTotalLatent", "dSystemIMCTotal"]) + "))))"]
+    for ix in range(1, ROOMS + 1):
+        calls = []
+        for kind, facing, number in room_surfaces(ix):
+            if kind == "WALL":
+                calls.append(f'(kv_hvac-getWallCLTDDxf 40 {number} "{facing}" m)')
+            elif kind == "GLASS":
+                calls.append(f'(kv_hvac-getGlassCLTDDxf 40 "{number}" "{facing}" m)')
+            elif kind == "ROOF":
+                calls.append(f"(kv_hvac-getRoofCLTDDxf 40 {number} m)")
+            store = "RoomData" if kind == "ROOF" else "WallData"
+            calls.append(f'(foreach h hours (kv_hvac-loads-store{store} {ix} m h "dWall" 1.5))')
+        out.append(f"(kv_hvac-loads-resetRoomData) (kv_hvac-loads-resetWallData) (foreach m months {' '.join(calls)} "
+                   f"(foreach h hours (setq w (kv_hvac-loads-getWallData {ix} m h)) "
+                   f"(apply 'kv_hvac-loads-storeRoomData (append (list {ix} m h) gains)) "
+                   f"(kv_hvac-loads-getRoomData {ix} m h) "
+                   f"(apply 'kv_hvac-loads-storeRoomData (append (list {ix} m h) totals)) "
+                   f"(kv_hvac-loads-getRoomData {ix} m h)))")
+    return "\n".join(out) + "\n"
+
+
 def setup():
     """Rooms of 120 to 400 sf with one or two outside walls and their glass, a roof on every other
     room, a partition, people, lights, equipment, infiltration and outdoor air."""
@@ -73,6 +121,10 @@ calculated = re.findall(r"rooms (\d+)", out)
 print(f"rooms calculated: {calculated[0] if calculated else '?'}; cooling rows written: {rows or '?'}")
 print(f"calculation: {wall - baseline_wall:.1f} s wall, {cpu - baseline_cpu:.1f} s CPU "
       f"(kvhost start-up, {baseline_wall:.2f} s, taken off)")
+
+replay_wall, replay_cpu, _ = run(replay())
+print(f"the module's calls alone, replayed: {replay_cpu - baseline_cpu:.1f} s CPU, "
+      f"{100 * (replay_cpu - baseline_cpu) / (cpu - baseline_cpu):.0f} % of the calculation's")
 
 if shutil.which("perf"):
     data = os.path.join(work, "perf.data")

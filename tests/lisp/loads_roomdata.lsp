@@ -11,6 +11,11 @@
 (setq root "/tmp/kv_lisp_roomdata/")
 (foreach f (list "rooms.dwg" "kv_lisp_roomdata_kv_hvac.kv") (vl-file-delete (strcat root f)))
 (kvhost-new)
+;; An unsaved drawing has no project: nothing is stored or calculated, zones of the session's tree
+;; included, and nothing fails.
+(tree-hvac-store "zone" '(("Z" . 1) (("R" . -1))))
+(rd-check "no project, no room data" (null (roomdata-setRoom 1 nil nil)))
+(rd-check "no project, nothing calculated" (and (= 0 (loads-hvac-calcAll)) (null (loads-hvac-calcRoom 1))))
 (rd-check "save" (kvhost-save-as (strcat root "rooms.dwg")))
 (kvhost-close (strcat root "rooms.dwg"))
 (projectdb-createProject root)
