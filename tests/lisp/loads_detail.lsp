@@ -9,8 +9,9 @@
   (setq r (vl-catch-all-apply 'eval (list expr)))
   (if (vl-catch-all-error-p r) (vl-catch-all-error-message r)))
 
-(setq root "/tmp/kv_lisp_loaddetail/")
-(foreach f (list "loads.dwg" "kv_lisp_loaddetail_kv_hvac.kv") (vl-file-delete (strcat root f)))
+;; A folder of this checkout's own: several checkouts may run their tests at the same time.
+(setq root (strcat "/tmp/kv_lisp_loaddetail" (vl-string-translate "/" "_" (getenv "PWD")) "/"))
+(foreach f (list "loads.dwg" (strcat (vl-filename-base (vl-string-right-trim "/" root)) "_kv_hvac.kv")) (vl-file-delete (strcat root f)))
 (kvhost-new)
 (ld-check "save" (kvhost-save-as (strcat root "loads.dwg")))
 (kvhost-close (strcat root "loads.dwg"))

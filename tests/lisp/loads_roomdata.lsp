@@ -8,8 +8,9 @@
   (if (not ok) (progn (princ (strcat "\nFAIL " name)) (setq rd-failures (1+ rd-failures))))
   ok)
 
-(setq root "/tmp/kv_lisp_roomdata/")
-(foreach f (list "rooms.dwg" "kv_lisp_roomdata_kv_hvac.kv") (vl-file-delete (strcat root f)))
+;; A folder of this checkout's own: several checkouts may run their tests at the same time.
+(setq root (strcat "/tmp/kv_lisp_roomdata" (vl-string-translate "/" "_" (getenv "PWD")) "/"))
+(foreach f (list "rooms.dwg" (strcat (vl-filename-base (vl-string-right-trim "/" root)) "_kv_hvac.kv")) (vl-file-delete (strcat root f)))
 (kvhost-new)
 ;; An unsaved drawing has no project: nothing is stored or calculated, zones of the session's tree
 ;; included, and nothing fails.
