@@ -2,6 +2,10 @@
 ;;; results, and a picked room whose stored loads open the report. Exit 1 when a result is wrong.
 
 (setq ld-failures 0)
+(defun ld-method-cases ()
+  (foreach case '(("ASHRAE2010" . "YES") ("ASHRAE2007" . "YES") ("YES" . "YES") ("IMC2009" . "IMC") ("IMC" . "IMC") ("NO" . "NO"))
+    (kvdb-execute file (strcat "UPDATE tblGlobal SET sText = '" (car case) "' WHERE sKey = 'bldg-ASHRAE62'"))
+    (ld-check (strcat "method " (car case)) (= (cdr case) (loads-hvac-method)))))
 (defun ld-check (name ok)
   (if (not ok) (progn (princ (strcat "\nFAIL " name)) (setq ld-failures (1+ ld-failures))))
   ok)
@@ -53,6 +57,16 @@
 (ld-check "zone hours" (= 72 (length (kvdb-query file "SELECT iHour FROM tblLoadRoomCooling WHERE ixZone = 4" "iHour"))))
 (ld-check "zone title" (= "North" (loads-hvac-title 4)))
 (ld-check "zone peak is the room's" (equal (loads-hvac-peakTimeOf 4) (loads-hvac-peakTime 1)))
+;; The report's ventilation method follows the project's option by family; its current supply air
+;; is what the diffusers of the room (or of the zone's rooms) deliver, deleted ones left out.
+(ld-method-cases)
+(kvdb-execute file "INSERT INTO tblDiffL (ixDiffS, ixRoomL, CFM, bDeleted) VALUES (1, 1, 150.4, 0)")
+(kvdb-execute file "INSERT INTO tblDiffL (ixDiffS, ixRoomL, CFM, bDeleted) VALUES (1, 1, 90.0, -1)")
+(kvdb-execute file "INSERT INTO tblDiffL (ixDiffS, ixRoomL, CFM, bDeleted) VALUES (1, 2, 70.0, 0)")
+(ld-check "room's diffusers" (= 150 (loads-hvac-currentAir -1)))
+(ld-check "zone's diffusers" (= 150 (loads-hvac-currentAir 4)))
+(ld-check "another room's diffuser" (= 70 (loads-hvac-currentAir -2)))
+(ld-check "no diffusers" (= 0 (loads-hvac-currentAir -3)))
 ;; The command: a pick inside the room opens the report (OK), a pick outside says so; the queue
 ;; must be empty afterwards, or the dialog never read its click.
 (kvhost-input "point 20,20" "click #1" "point 100,100")
