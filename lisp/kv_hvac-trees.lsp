@@ -6,12 +6,8 @@
 ;; The trees of the session, for a drawing without a project.
 (setq tree-hvac-floor nil tree-hvac-zone nil)
 
-;; The project's store of trees, made sure of; nil without a project.
-(defun tree-hvac-table (/ file)
-  (if (setq file (projectdb-currentFile))
-    (progn
-      (kvdb-execute file "CREATE TABLE IF NOT EXISTS tblKvTree (sName TEXT PRIMARY KEY, sTree TEXT)")
-      file)))
+;; The project file, whose schema holds the store of trees (tblKvTree); nil without a project.
+(defun tree-hvac-table () (projectdb-currentFile))
 
 ;; The stored tree called NAME ("floor" or "zone"), or nil.
 (defun tree-hvac-load (name / file text)
@@ -89,11 +85,11 @@
 (defun kv_hvac-zoneTree-rename (item) (tree-hvac-notBuilt "Renaming"))
 (defun kv_hvac-zoneTree-editRooms (item) (tree-hvac-notBuilt "Editing rooms"))
 
-;; Load Detail for the room of ITEM; a zone's own load is not kept by this layer yet.
+;; Load Detail for the room or zone of ITEM.
 (defun kv_hvac-zoneTree-view (item)
   (if (< item 0)
     (loads-hvac-showRoom (- item))
-    (tree-hvac-notBuilt "Load Detail of a zone")))
+    (loads-hvac-showZone item)))
 
 ;; Commands KV-FLOORTREE and KV-ZONETREE: the stored trees in their dialogs.
 (defun c:kv-floorTree () (kv_hvac-floorTree (tree-hvac-get "floor")) (princ))

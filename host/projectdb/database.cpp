@@ -295,11 +295,37 @@ ProjectDatabaseImpl::OpenOutcome ProjectDatabaseImpl::OpenFile(const std::string
   path_ = path;
   readOnly_ = readOnly;
   if (!QuickCheckPasses()) return OpenOutcome::NeedsRepair;
-  if (!viewOnly && !AddMissingIndices()) {
-    CloseFile();
-    return OpenOutcome::Failed;
+  // A view leaves the file exactly as it stands; only a full open brings it up to the schema.
+  if (!viewOnly) {
+    if (!readOnly) AddMissingTables();
+    if (!AddMissingIndices()) {
+      CloseFile();
+      return OpenOutcome::Failed;
+    }
   }
   return OpenOutcome::Open;
+}
+
+// A file made before the schema gained a table gets it, empty, the first time it is opened for
+// writing, so that every project answers the same SQL. If that cannot be written now (the file is
+// locked past the wait), the file stays as it was and the next writable open tries again.
+void ProjectDatabaseImpl::AddMissingTables() {
+  std::vector<std::string> present;
+  sqlite3_stmt* raw = nullptr;
+  if (sqlite3_prepare_v2(db_.get(), "SELECT name FROM sqlite_master WHERE type = 'table'", -1, &raw, nullptr) != SQLITE_OK)
+    return;
+  {
+    StmtHandle names(raw);
+    while (sqlite3_step(raw) == SQLITE_ROW) present.emplace_back(reinterpret_cast<const char*>(sqlite3_column_text(raw, 0)));
+  }
+  std::vector<std::string> statements = missingTableStatements(present);
+  if (statements.empty() || !Begin()) return;
+  for (const std::string& sql : statements)
+    if (sqlite3_exec(db_.get(), sql.c_str(), nullptr, nullptr, nullptr) != SQLITE_OK) {
+      Rollback();
+      return;
+    }
+  Commit();
 }
 
 void ProjectDatabaseImpl::CloseFile() {

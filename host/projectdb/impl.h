@@ -128,6 +128,7 @@ class ProjectDatabaseImpl final : public ComObject<ProjectDatabase> {
   // Tables and rows (database.cpp).
   bool QuickCheckPasses();  // false closes the file: it needs repair
   bool AddMissingIndices();  // false: the error is recorded, the file left as it was
+  void AddMissingTables();
   const TableInfo* LoadTable(std::string_view name);
   bool ReadColumns(TableInfo& info);
   bool ReadIndices(TableInfo& info);

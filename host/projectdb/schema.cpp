@@ -3,6 +3,7 @@
 #include "schema.h"
 
 #include <algorithm>
+#include <cctype>
 #include <sstream>
 
 namespace kvprojectdb {
@@ -94,6 +95,24 @@ const CompactTable kTables[] = {
      "ixTextStyle sKey:s sStyleName:s? dHeight:d? dScaleFactor:d? ixMasterDatabase:i? "
      "iMasterDatabaseIndex:i?",
      {{"sKey", {"sKey"}, false}}},
+    // The application layer's own data: its rooms, their construction and use, the project's
+    // design conditions and the floor and zone trees. The module never reads these.
+    {"tblRoomL", "ixRoomL sName:s?", {}},
+    {"tblRoomUse",
+     "ixRoomUse ixRoomL:i dArea:d dPeople:d dPeopleSensible:d dPeopleLatent:d dLights:d "
+     "dLightsFactor:d dEquipment:d dEquipmentLatent:d dCLF:d iOccupiedFrom:i iOccupiedTo:i "
+     "dInfiltration:d dOutdoorAir:d",
+     {{"ixRoomL", {"ixRoomL"}, true}}},
+    {"tblRoomSurface",
+     "ixRoomSurface ixRoomL:i sKind:s sOrientation:s? iNumber:i dArea:d dU:d dSC:d sZoneType:s? "
+     "dCoolingDifference:d dHeatingDifference:d",
+     {{"ixRoomL", {"ixRoomL"}, false}}},
+    {"tblDesign",
+     "ixDesign iLatitude:i dOutdoorCooling:d dDailyRange:d dIndoorCooling:d dIndoorHumidity:d "
+     "dOutdoorGrains:d dIndoorGrains:d dOutdoorHeating:d dIndoorHeating:d dSupplyCooling:d "
+     "dSupplyHeating:d",
+     {}},
+    {"tblKvTree", "ixKvTree sName:s sTree:s?", {{"sName", {"sName"}, true}}},
 };
 
 ColumnDef parseColumn(const std::string& word, bool first) {
@@ -269,6 +288,12 @@ void addLayers(std::vector<std::string>& out, bool layers, bool keys) {
   }
 }
 
+// SQLite's table names are case-blind.
+bool sameName(std::string_view a, std::string_view b) {
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                    [](char x, char y) { return std::tolower(static_cast<unsigned char>(x)) == std::tolower(static_cast<unsigned char>(y)); });
+}
+
 bool skipped(const std::vector<std::string>& skip, std::string_view table) {
   return std::find(skip.begin(), skip.end(), table) != skip.end();
 }
@@ -291,14 +316,24 @@ std::string indexStatement(const TableDef& table, const IndexDef& index) {
          storedIndexName(table.name, index.name) + "\" ON \"" + table.name + "\" (" + cols + ")";
 }
 
+void addTableStatements(const TableDef& t, std::vector<std::string>& out) {
+  std::string sql = "CREATE TABLE \"" + t.name + "\" (";
+  for (std::size_t i = 0; i < t.columns.size(); ++i) sql += (i ? ", " : "") + columnSql(t.columns[i]);
+  out.push_back(sql + ")");
+  for (const IndexDef& ix : t.indices) out.push_back(indexStatement(t, ix));
+}
+
 std::vector<std::string> schemaStatements() {
   std::vector<std::string> out;
-  for (const TableDef& t : projectTables()) {
-    std::string sql = "CREATE TABLE \"" + t.name + "\" (";
-    for (std::size_t i = 0; i < t.columns.size(); ++i) sql += (i ? ", " : "") + columnSql(t.columns[i]);
-    out.push_back(sql + ")");
-    for (const IndexDef& ix : t.indices) out.push_back(indexStatement(t, ix));
-  }
+  for (const TableDef& t : projectTables()) addTableStatements(t, out);
+  return out;
+}
+
+std::vector<std::string> missingTableStatements(const std::vector<std::string>& present) {
+  std::vector<std::string> out;
+  for (const TableDef& t : projectTables())
+    if (std::none_of(present.begin(), present.end(), [&](const std::string& p) { return sameName(p, t.name); }))
+      addTableStatements(t, out);
   return out;
 }
 

@@ -41,6 +41,10 @@ std::string indexStatement(const TableDef& table, const IndexDef& index);
 // CREATE TABLE and CREATE INDEX statements for the whole schema, one per element.
 std::vector<std::string> schemaStatements();
 
+// CREATE statements for the tables of the schema that a file made by an older version lacks,
+// given the names of the tables it has.
+std::vector<std::string> missingTableStatements(const std::vector<std::string>& present);
+
 // INSERT statements for the rows a new project starts with. A table listed in skipTables (already
 // holding rows, as after a repair) is left alone.
 std::vector<std::string> startingRowStatements(const std::vector<std::string>& skipTables = {});

@@ -358,6 +358,13 @@ void deliverEvent(const kvinput::Event& e) {
       advanceTime(static_cast<std::uint64_t>(std::max(e.amount, 0)));
       kvui::PumpMessages();
       break;
+    case K::Picture:
+      try {
+        kvui::RenderWindowToPng(GetActiveWindow(), e.text);
+      } catch (const std::runtime_error& error) {
+        inputWarning(e.source, error.what());
+      }
+      break;
     case K::MessageBox: inputWarning(e.source, "an answer for a message box, but none is open"); break;
     case K::FileDialog: inputWarning(e.source, "an answer for a file dialog, but none is open"); break;
     case K::PrintDialog: inputWarning(e.source, "an answer for a print dialog, but none is open"); break;

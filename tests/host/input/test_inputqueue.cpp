@@ -90,6 +90,10 @@ TEST(InputGrammar, DialogAnswersAndTime) {
   Event w = parse("wait 250");
   EXPECT_EQ(w.kind, EventKind::Wait);
   EXPECT_EQ(w.amount, 250);
+  Event png = parse("png /tmp/a dialog.png");
+  EXPECT_EQ(png.kind, EventKind::Picture);
+  EXPECT_EQ(png.text, "/tmp/a dialog.png");
+  EXPECT_EQ(fault("png"), "t:1: png needs a path");
 }
 
 TEST(InputGrammar, FaultsNameTheLine) {

@@ -80,6 +80,27 @@ TEST_F(ProjectFile, NewProjectHoldsSchemaIndicesAndStartingRows) {
   EXPECT_TRUE(Seek(_variant_t(L"AUTOFIT-RD4")));
 }
 
+// A project file from before the application's tables existed gets them, empty, when it is next
+// opened for writing; its own rows stay, and a table it already has (an older tblKvTree with the
+// tree name as its key) is left as it was.
+TEST_F(ProjectFile, OlderFileGainsMissingTablesOnOpenAndKeepsItsRows) {
+  CreateProject();
+  ASSERT_TRUE(Execute(L"DROP TABLE tblRoomUse; DROP TABLE tblRoomSurface; DROP TABLE tblDesign; DROP TABLE tblKvTree"));
+  ASSERT_TRUE(Execute(L"CREATE TABLE tblKvTree (sName TEXT PRIMARY KEY, sTree TEXT)"));
+  ASSERT_TRUE(Execute(L"INSERT INTO tblKvTree (sName, sTree) VALUES ('zone', '((\"Zone 1\" . 1))')"));
+  ASSERT_TRUE(Execute(L"INSERT INTO tblRoomL (ixRoomL, sName) VALUES (7, 'Lobby')"));
+  VARIANT_BOOL closed = VARIANT_FALSE;
+  db_->Close(&closed);
+  EXPECT_EQ(Open(), Utf8ToWide(file_));
+  for (const wchar_t* table : {L"tblRoomUse", L"tblRoomSurface", L"tblDesign"})
+    EXPECT_TRUE(Query((std::wstring(L"select count(*) from ") + table).c_str()).size() == 1u) << WideToUtf8(table);
+  EXPECT_TRUE(SetTable(L"tblRoomUse", L"ixRoomL"));
+  EXPECT_EQ(Query(L"select sName from tblRoomL where ixRoomL = 7").size(), 1u);
+  EXPECT_EQ(Query(L"select sTree from tblKvTree where sName = 'zone'").size(), 1u);
+  EXPECT_TRUE(Execute(L"INSERT OR REPLACE INTO tblKvTree (sName, sTree) VALUES ('zone', '()')"));
+  EXPECT_EQ(Query(L"select sTree from tblKvTree").size(), 1u);
+}
+
 TEST_F(ProjectFile, CreateRefusesExistingFileAndMissingFolder) {
   CreateProject();
   ProjectDatabasePtr second;
