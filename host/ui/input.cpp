@@ -362,6 +362,10 @@ void deliverEvent(const kvinput::Event& e) {
     case K::FileDialog: inputWarning(e.source, "an answer for a file dialog, but none is open"); break;
     case K::PrintDialog: inputWarning(e.source, "an answer for a print dialog, but none is open"); break;
     case K::Point: inputWarning(e.source, "a picked point, but a dialog is open"); break;
+    case K::Picture:
+      if (HWND active = activeWindow()) kvui::RenderWindowToPng(active, e.text);
+      else inputWarning(e.source, "a picture, but no window is open");
+      break;
   }
 }
 
