@@ -35,7 +35,7 @@ demo: build
 	@rm -rf $(BUILD)/demo-project
 	@$(BUILD)/kvhost --project $(BUILD)/demo-project --open $(BUILD)/demo-project/office.dwg examples/demo.lsp \
 	  examples/demo-ducts.lsp
-	@$(BUILD)/tests/src/solids/stepcheck $(BUILD)/demo-project/office.step $(BUILD)/demo-project/office-volumes.txt \
+	@$(BUILD)/stepcheck $(BUILD)/demo-project/office.step $(BUILD)/demo-project/office-volumes.txt \
 	  $(BUILD)/demo-project/office-model.png 25.4
 	@echo "demo files: $(BUILD)/demo-project"
 

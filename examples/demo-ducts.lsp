@@ -28,9 +28,13 @@
   (foreach d diffusers (demo-run (list (list (car d) mainY) d))))
 
 (duct-setSettings '(("SHAPE" "RC") ("WIDTH" 16.0) ("DEPTH" 10.0) ("Z1" 108.0) ("AIRFLOW" "sa")))
-;; Ground floor: the main along the open office's north side, from the shaft at its west end.
+;; Ground floor: the main along the open office's north side, from the shaft at its west end,
+;; feeds the open office; a second main leaves it at the west wall and runs above the offices'
+;; wall to feed the three rooms on the south side.
 (demo-run '((20 390) (580 390)))
-(demo-branches 390 (demo-diffusers 0 700))
+(demo-run '((40 390) (40 175) (560 175)))
+(demo-branches 175 (vl-remove-if-not '(lambda (d) (< (cadr d) 150)) (demo-diffusers 0 700)))
+(demo-branches 390 (vl-remove-if '(lambda (d) (< (cadr d) 150)) (demo-diffusers 0 700)))
 ;; Upper floor: the main along the corridor wall; the break room's east run hangs lower, under a
 ;; beam, and is filleted to the main, which gives it a riser.
 (demo-run '((820 200) (1300 200)))
@@ -56,7 +60,7 @@
 
 ;; What the model's picture is drawn from, with the volumes the drawing holds to check it by.
 (setq demo-volumes (kv_solid-volumes) demo-out (open "office-volumes.txt" "w"))
-(write-line (itoa (length demo-volumes)) demo-out)
+(write-line (itoa *export-hvac-bodies*) demo-out)
 (foreach v demo-volumes (write-line (rtos v 2 6) demo-out))
 (close demo-out)
 

@@ -348,6 +348,9 @@
   (if (projectdb-currentFile) (kv_hvac-dwgDiff) (princ "\nNo project: run KV-PROJECT first."))
   (princ))
 
+;; The bodies the last STEP export wrote, for a check of the file against the drawing.
+(setq *export-hvac-bodies* 0)
+
 ;; Writes the current drawing as FORMAT ("PNG", "SVG", "DXF", "STEP" or "PDF") to PATH; T when
 ;; written. PDF is the plot in one page, through the print path of the plot.
 (defun export-hvac-write (format path)
@@ -355,8 +358,8 @@
     ((member format '("PNG" "SVG")) (kvhost-plot path (if (= format "PNG") 1600)))
     ((= format "DXF") (kvhost-export-dxf path))
     ((= format "STEP")
-     (if (> (kv_hvac-solids-exportStep path *kv_hvac-solids-metric*) 0)
-       T
+     (if (> (setq *export-hvac-bodies* (kv_hvac-solids-exportStep path *kv_hvac-solids-metric*)) 0)
+       (progn (princ (strcat "\n" (itoa *export-hvac-bodies*) " bodies.")) T)
        (progn
          (vl-file-delete path)
          (princ "\nNo solids to write: build the model first (KV-MODEL).")
