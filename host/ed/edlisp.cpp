@@ -285,31 +285,41 @@ Value tblobjname(Environment&, Args args) {
   return !id.isNull() && acdbGetAdsName(n, id) == Acad::eOk ? nameValue(n) : Value();
 }
 
-// The cells of one application's extended data, ("APP" (1000 . "x") ...), after its 1001 cell.
-bool xdataCells(const Value& perApp, std::vector<resbuf*>& out) {
+// Appends to the chain the cells of one application's extended data, ("APP" (1000 . "x") ...):
+// its 1001 cell, then one cell per pair. Each cell joins the chain as soon as it is made, so a
+// bad value part way leaves nothing unowned. False for a value that does not fit its code.
+bool xdataCells(const Value& perApp, CellChain& chain, resbuf**& tail) {
   if (!perApp.isCons() || !perApp.car().isString()) return false;
-  resbuf* head = acutNewRb(AcDb::kDxfRegAppName);
-  head->resval.rstring = kvads::dupString(wide(perApp.car().asString()).c_str());
-  out.push_back(head);
+  auto add = [&](int code) {
+    resbuf* rb = acutNewRb(static_cast<short>(code));
+    if (chain == nullptr) chain.reset(rb);
+    else *tail = rb;
+    tail = &rb->rbnext;
+    return rb;
+  };
+  add(AcDb::kDxfRegAppName)->resval.rstring = kvads::dupString(wide(perApp.car().asString()).c_str());
   for (Value it = perApp.cdr(); it.isCons(); it = it.cdr()) {
     const Value& pair = it.car();
     if (!pair.isCons() || !pair.car().isInt()) return false;
     int code = pair.car().asInt();
     const Value& v = pair.cdr();
-    resbuf* rb = acutNewRb(static_cast<short>(code));
-    out.push_back(rb);
-    switch (kvads::dxfValueKind(code)) {
-      case kvads::DxfKind::String: if (!v.isString()) return false; rb->resval.rstring = kvads::dupString(wide(v.asString()).c_str()); break;
-      case kvads::DxfKind::Real: if (!v.isNumber()) return false; rb->resval.rreal = v.asNumber(); break;
-      case kvads::DxfKind::Short: if (!v.isInt()) return false; rb->resval.rint = static_cast<short>(v.asInt()); break;
-      case kvads::DxfKind::Long: if (!v.isInt()) return false; rb->resval.rlong = v.asInt(); break;
-      case kvads::DxfKind::Point: {
-        const std::array<Value, 1> one{v};
-        auto p = kvlisp::argPoint(one, 0);
-        for (int k = 0; k < 3; ++k) rb->resval.rpoint[k] = p[static_cast<std::size_t>(k)];
-        break;
+    const kvads::DxfKind kind = kvads::dxfValueKind(code);
+    bool fits = (kind == kvads::DxfKind::String && v.isString()) || (kind == kvads::DxfKind::Real && v.isNumber()) ||
+                ((kind == kvads::DxfKind::Short || kind == kvads::DxfKind::Long) && v.isInt()) ||
+                (kind == kvads::DxfKind::Point && v.isCons() && v.car().isNumber() && v.cdr().isCons() &&
+                 v.cdr().car().isNumber());
+    if (!fits) return false;
+    resbuf* rb = add(code);
+    switch (kind) {
+      case kvads::DxfKind::String: rb->resval.rstring = kvads::dupString(wide(v.asString()).c_str()); break;
+      case kvads::DxfKind::Real: rb->resval.rreal = v.asNumber(); break;
+      case kvads::DxfKind::Short: rb->resval.rint = static_cast<short>(v.asInt()); break;
+      case kvads::DxfKind::Long: rb->resval.rlong = v.asInt(); break;
+      default: {
+        Value rest = v;
+        for (int k = 0; k < 3; ++k, rest = rest.isCons() ? rest.cdr() : rest)
+          rb->resval.rpoint[k] = rest.isCons() && rest.car().isNumber() ? rest.car().asNumber() : 0.0;
       }
-      default: return false;
     }
   }
   return true;
@@ -330,11 +340,10 @@ Value entmod(Environment&, Args args) {
   if (name.type() != kvlisp::Type::Ename) return Value();
   ads_name n;
   toName(name.asName(), n);
-  std::vector<resbuf*> cells;
+  CellChain chain(nullptr, &acutRelRb);
+  resbuf** tail = nullptr;
   bool good = true;
-  for (Value it = xdata; good && it.isCons(); it = it.cdr()) good = xdataCells(it.car(), cells);
-  for (std::size_t i = 0; i + 1 < cells.size(); ++i) cells[i]->rbnext = cells[i + 1];
-  CellChain chain(cells.empty() ? nullptr : cells.front(), &acutRelRb);
+  for (Value it = xdata; good && it.isCons(); it = it.cdr()) good = xdataCells(it.car(), chain, tail);
   AcDbObjectId id;
   AcDbObject* obj = nullptr;
   if (!good || chain == nullptr || acdbGetObjectId(id, n) != Acad::eOk ||

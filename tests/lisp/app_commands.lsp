@@ -29,6 +29,11 @@
 (c:kv-project)
 (check "project created" (projectdb-currentFile))
 (check "marker written, other keys kept" (equal (marker-hvac-pairs) '(("KV_ELEC" . "NO") ("KV_HVAC" . "YES"))))
+;; entmod writes extended data only when every value fits its code and the application is known.
+(setq ms (tblobjname "BLOCK_RECORD" "*Model_Space"))
+(check "a number is no text" (null (entmod (list (cons -1 ms) '(-3 ("KELVANE" (1000 . 5)))))))
+(check "an unregistered application" (null (entmod (list (cons -1 ms) '(-3 ("NOBODY" (1000 . "x")))))))
+(check "marker untouched by refusals" (equal (marker-hvac-pairs) '(("KV_ELEC" . "NO") ("KV_HVAC" . "YES"))))
 (check "the other drawing of the folder is left its joining"
        (equal (todo-hvac-pending (strcat root "b.dwg")) '("join" "rooms")))
 (kvhost-activate (strcat root "b.dwg"))
