@@ -35,6 +35,13 @@
 (c:kv-break)
 (check "nothing to break" (= 2 (length (ssgetx-duct))))
 
+;; What the Explorer's Query prints of a duct and of a diffuser and its schedule row; the test
+;; reads the lines from the output.
+(projectExplorer-query-HVAC 1 1)
+(projectExplorer-query-HVAC 1 2)
+(projectExplorer-querySchedule-HVAC 1 2)
+(projectExplorer-query-HVAC 999 1)
+
 ;; Exports, the model, the Explorer with a picture of it.
 (in '("text STEP" "enter"))
 (c:kv-export)
