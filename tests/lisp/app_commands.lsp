@@ -12,7 +12,7 @@
 (defun rows (sql) (kvdb-query (projectdb-currentFile) sql))
 
 (setq root "/tmp/kv_lisp_appcmds/")
-(foreach f '("a.dwg" "b.dwg" "kv_lisp_appcmds_kv_hvac.kv" "a.png" "a.svg" "a.dxf" "a.pdf" "a.step" "explorer.png")
+(foreach f '("a.dwg" "b.dwg" "c.dwg" "kv_lisp_appcmds_kv_hvac.kv" "a.png" "a.svg" "a.dxf" "a.pdf" "a.step" "explorer.png")
   (vl-file-delete (strcat root f)))
 (kvhost-new)
 (kvhost-save-as (strcat root "b.dwg"))
@@ -39,6 +39,18 @@
 (kvhost-activate (strcat root "b.dwg"))
 (kvhost-activate (strcat root "a.dwg"))
 (check "its work ran when it was active" (null (todo-hvac-pending (strcat root "b.dwg"))))
+
+;; A third drawing of the folder joins the existing project only when the designer says so.
+(kvhost-new)
+(kvhost-save-as (strcat root "c.dwg"))
+(in '("text No"))
+(c:kv-project)
+(check "no keeps it out" (not (marker-hvac-joined-p)))
+(in '("text y"))
+(c:kv-project)
+(check "yes joins" (marker-hvac-joined-p))
+(kvhost-close (strcat root "c.dwg"))
+(kvhost-activate (strcat root "a.dwg"))
 
 ;; Work left for this drawing: a room the project does not list yet is listed; unknown work goes.
 (setq stray (kv_hvac-room-insert 40 room-arrowBlock room-arrowSize "Stray" nil '(900 900 0)))
@@ -90,6 +102,10 @@
 (check "room renamed in both trees and the project"
        (and (equal (cadr (tree-hvac-get "zone")) '(("Boss" . -1)))
             (equal (rows "SELECT sName FROM tblRoomL WHERE ixRoomL = 1") '("Boss"))))
+(in '("text Level 2"))
+(check "edit of a floor renames it" (equal (last (cadr (kv_hvac-floorTree-edit 2))) '("Level 2" . 2)))
+(in '("text Floor 2"))
+(kv_hvac-floorTree-rename 2)
 (in (list (pt 300 100) (pt 900 900) "enter"))
 (check "room 2 moved to floor 2, floor 2 selected"
        (equal (kv_hvac-floorTree-editRooms 2)
