@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cwctype>
 #include <map>
+#include <stdexcept>
 
 #include "impl.h"
 
@@ -363,8 +364,17 @@ void deliverEvent(const kvinput::Event& e) {
     case K::PrintDialog: inputWarning(e.source, "an answer for a print dialog, but none is open"); break;
     case K::Point: inputWarning(e.source, "a picked point, but a dialog is open"); break;
     case K::Picture:
-      if (HWND active = activeWindow()) kvui::RenderWindowToPng(active, e.text);
-      else inputWarning(e.source, "a picture, but no window is open");
+      // A picture that cannot be written is the session file's fault, not the dialog's: it is
+      // reported like any other input that fits nothing, and the dialog goes on.
+      if (HWND active = activeWindow()) {
+        try {
+          kvui::RenderWindowToPng(active, e.text);
+        } catch (const std::runtime_error& error) {
+          inputWarning(e.source, error.what());
+        }
+      } else {
+        inputWarning(e.source, "a picture, but no window is open");
+      }
       break;
   }
 }

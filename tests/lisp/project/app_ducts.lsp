@@ -57,6 +57,9 @@
 (in (list (strcat "picture " root "explorer.png") "click #1"))
 (c:kv-explorer)
 (check "explorer pictured" (findfile (strcat root "explorer.png")))
+(in (list "picture /nonexistent-kv-folder/explorer.png" "click #1"))
+(c:kv-explorer)
+(check "a picture that cannot be written leaves the dialog going" (= 0 (kvhost-input)))
 
 (if (> failures 0) (exit 1))
 (princ "\napp ducts: all checks passed")
