@@ -208,13 +208,14 @@
       diffuser-hvac-necks '((6 100.0) (8 200.0) (10 300.0) (12 450.0) (14 600.0)))
 
 ;; The air room IX needs, as (cfm . how-found): the load calculation's when it has one, else one
-;; cfm per square foot of floor.
+;; cfm per square foot of floor (the drawing in inches, or in millimetres for a metric project).
 (defun diffuser-hvac-roomAir (ix / cfm e)
   (if (and (member (type loads-hvac-roomAir) '(SUBR USUBR))
            (setq cfm (loads-hvac-roomAir ix)))
     (cons (float cfm) "calculated")
     (if (setq e (room-hvac-entity ix))
-      (cons (/ (kv_hvac-room-getArea e) 144.0) "by floor area at 1 cfm/ft2, no load calculated"))))
+      (cons (/ (kv_hvac-room-getArea e) (if *kv_hvac-solids-metric* 92903.04 144.0))
+            "by floor area at 1 cfm/ft2, no load calculated"))))
 
 ;; The neck for CFM: the smallest that carries it.
 (defun diffuser-hvac-neck (cfm / found)
