@@ -33,7 +33,10 @@ test: build
 # The demo starts from an empty project folder each time, so its output is the same on every run.
 demo: build
 	@rm -rf $(BUILD)/demo-project
-	@$(BUILD)/kvhost --project $(BUILD)/demo-project --open $(BUILD)/demo-project/office.dwg examples/demo.lsp examples/demo-loads.lsp examples/demo-ducts.lsp
+	@$(BUILD)/kvhost --project $(BUILD)/demo-project --open $(BUILD)/demo-project/office.dwg examples/demo.lsp \
+	  examples/demo-loads.lsp examples/demo-ducts.lsp
+	@$(BUILD)/stepcheck $(BUILD)/demo-project/office.step $(BUILD)/demo-project/office-volumes.txt \
+	  $(BUILD)/demo-project/office-model.png 25.4
 	@echo "demo files: $(BUILD)/demo-project"
 
 bench: configure

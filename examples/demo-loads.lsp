@@ -100,7 +100,7 @@
                                                      (car (kvdb-query dl-file (strcat "SELECT max(dRoomTotal) AS t FROM tblLoadRoomCooling WHERE ixRoomL = " (itoa b)) "t")))))))
 (if dl-peak
   (progn
-    (kvhost-input (strcat "png " (getvar "DWGPREFIX") "load-detail.png") "click #1")
+    (kvhost-input (strcat "picture " (getvar "DWGPREFIX") "load-detail.png") "click #1")
     (loads-hvac-showRoom dl-peak)
     (princ (strcat "\n  Load Detail of " (loads-hvac-title (- dl-peak)) ": " (getvar "DWGPREFIX") "load-detail.png"))))
 (princ)

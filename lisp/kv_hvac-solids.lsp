@@ -48,6 +48,12 @@
         l2 (sqrt (apply '+ (mapcar '* v v))))
   (if (or (zerop l1) (zerop l2)) -2.0 (/ (apply '+ (mapcar '* run v)) (* l1 l2))))
 
+;; The model of a whole drawing takes a while: a command sets *SOLIDS-PROGRESS* to hear how far
+;; it is, as the stage begun and the solids built so far.
+(setq *solids-progress* nil)
+(defun solids-progress (stage built)
+  (if *solids-progress* (princ (strcat "\nModel: " stage "... (" (itoa (length built)) " solids so far)"))))
+
 ;; Builds the solids of DUCTS (a list of ixDuct, nil for every duct of the project) and of the
 ;; project's diffusers that have no duct. OPTION is passed on untouched, CONVERT says whether
 ;; rows go through the alignment points. The entity names of everything built.
@@ -56,12 +62,15 @@
   (solids-connectDrawn)
   (setq flexible (vl-remove-if-not '(lambda (ix) (member ix ducts)) (solids-ductsWhere "MATERIAL = 'FX'"))
         rigid (vl-remove-if '(lambda (ix) (member ix flexible)) ducts))
+  (solids-progress (strcat "fittings of " (itoa (length ducts)) " ducts") built)
   (foreach ix ducts
     (setq built (append built (solids-names (kv_hvac-drawTripleFitting ix option convert)))))
+  (solids-progress "straight runs" built)
   ;; A flexible run clears the reach of the duct before it, so that duct's straight piece comes
   ;; after it.
   (foreach ix (append flexible rigid)
     (setq built (append built (solids-names (kv_hvac-drawTripleCenter ix option convert)))))
+  (solids-progress "diffusers" built)
   (foreach ix (solids-indices "SELECT ixDiffL FROM tblDiffL WHERE ixDuct IS NULL AND (bDeleted = 0 OR bDeleted IS NULL)")
     (setq built (append built (solids-names (kv_hvac-drawTripleDiffuser ix option convert)))))
   built)

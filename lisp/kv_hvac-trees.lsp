@@ -67,10 +67,113 @@
     (tree-hvac-store name (tree-hvac-addUnderFirst (tree-hvac-get name) (cons label (- ix))))
     (tree-hvac-get name)))
 
-;; What the layer cannot do yet: renaming and editing need a text prompt the host lacks.
-(defun tree-hvac-notBuilt (what)
-  (princ (strcat "\n" what " is not built yet."))
-  nil)
+;; TREE without the item of data D (and its children), at any depth; a list of children left
+;; empty goes with it.
+(defun tree-hvac-remove (tree d / out skip)
+  (foreach x tree
+    (cond
+      (skip (setq skip nil) (if (tree-hvac-item-p x) (setq out (cons x out))))
+      ((tree-hvac-item-p x)
+       (if (= (cdr x) d) (setq skip T) (setq out (cons x out))))
+      ((setq x (tree-hvac-remove x d)) (setq out (cons x out)))))
+  (reverse out))
+
+;; TREE with ITEM added as the last child of the item of data GROUP, at any depth; unchanged
+;; when GROUP is not there.
+(defun tree-hvac-addUnder (tree group item / out rest x)
+  (setq rest tree)
+  (while rest
+    (setq x (car rest) rest (cdr rest))
+    (cond
+      ((and (tree-hvac-item-p x) (= (cdr x) group))
+       (if (and rest (listp (car rest)) (not (tree-hvac-item-p (car rest))))
+         (setq out (cons (append (car rest) (list item)) (cons x out)) rest (cdr rest))
+         (setq out (cons (list item) (cons x out)))))
+      ((tree-hvac-item-p x) (setq out (cons x out)))
+      (T (setq out (cons (tree-hvac-addUnder x group item) out)))))
+  (reverse out))
+
+;; TREE with the item of data D called LABEL.
+(defun tree-hvac-relabel (tree d label)
+  (mapcar '(lambda (x)
+             (cond ((and (tree-hvac-item-p x) (= (cdr x) d)) (cons label d))
+                   ((tree-hvac-item-p x) x)
+                   (T (tree-hvac-relabel x d label))))
+          tree))
+
+;; The label of the item of data D in TREE, or nil.
+(defun tree-hvac-label (tree d / found)
+  (foreach x tree
+    (cond (found)
+          ((tree-hvac-item-p x) (if (= (cdr x) d) (setq found (car x))))
+          (T (setq found (tree-hvac-label x d)))))
+  found)
+
+;; The data of the floor or zone that holds D in TREE: D itself for a group, nil for a room
+;; filed nowhere.
+(defun tree-hvac-groupOf (tree d / group found)
+  (if (> d 0)
+    d
+    (progn
+      (foreach x tree
+        (cond (found)
+              ((tree-hvac-item-p x) (setq group (cdr x)))
+              ((member d (tree-hvac-allData x)) (setq found group))))
+      found)))
+
+;; Text typed at PROMPT, nil for Enter or a cancel.
+(defun tree-hvac-ask (prompt / typed)
+  (setq typed (vl-catch-all-apply 'getstring (list T prompt)))
+  (if (and (eq (type typed) 'STR) (/= (vl-string-trim " " typed) "")) (vl-string-trim " " typed)))
+
+;; Renames ITEM of tree NAME by a typed name; a room's label and project listing follow. Enter
+;; or Esc keeps the old name. Answers the dialog's (item tree).
+(defun tree-hvac-rename (name item / tree old new e)
+  (setq tree (tree-hvac-get name)
+        old (tree-hvac-label tree item))
+  (cond
+    ((null old) (princ "\nNothing to rename there."))
+    ((null (setq new (tree-hvac-ask (strcat "\nNew name for \"" old "\" <keep>: ")))))
+    (T
+     (if (< item 0)
+       (progn
+         (if (setq e (room-hvac-entity (- item))) (kv_hvac-room-updateLabel e new))
+         (room-hvac-register (- item) new)
+         (tree-hvac-relabelEverywhere item new))
+       (tree-hvac-store name (tree-hvac-relabel tree item new)))))
+  (list item (tree-hvac-get name)))
+
+;; A room has one name in both trees.
+(defun tree-hvac-relabelEverywhere (item label)
+  (foreach name '("floor" "zone")
+    (tree-hvac-store name (tree-hvac-relabel (tree-hvac-get name) item label))))
+
+;; Files rooms picked one after another (Enter or Esc ends) under the floor or zone of ITEM in
+;; tree NAME, taking each out of where it was. Answers (group tree).
+(defun tree-hvac-editRooms (name item / tree group p ix label moved)
+  (setq tree (tree-hvac-get name)
+        group (tree-hvac-groupOf tree item))
+  (if (null group)
+    (princ "\nChoose a floor or zone first.")
+    (while (setq p (duct-nextPick nil (strcat "\nPick a room for \"" (tree-hvac-label tree group) "\" <done>: ")))
+      (if (setq ix (kv_hvac-room-find p))
+        (progn
+          (setq label (cond ((tree-hvac-label tree (- ix)))
+                            ((loads-hvac-value (strcat "SELECT sName FROM tblRoomL WHERE ixRoomL = " (itoa ix)) "sName"))
+                            (T (strcat "Room " (itoa ix))))
+                tree (tree-hvac-addUnder (tree-hvac-remove tree (- ix)) group (cons label (- ix)))
+                moved (1+ (if moved moved 0))))
+        (princ "\nNo room there."))))
+  (if moved (tree-hvac-store name tree))
+  (list (if group group item) (tree-hvac-get name)))
+
+;; Edits ITEM of tree NAME: a room through the room editor, a floor or zone by its name.
+(defun tree-hvac-edit (name item)
+  (if (< item 0)
+    (progn
+      (if (room-hvac-entity (- item)) (room-hvac-editRoom (- item)) (princ "\nThat room is not in this drawing."))
+      (list item (tree-hvac-get name)))
+    (tree-hvac-rename name item)))
 
 (defun kv_hvac-floorTree-saveTree (tree) (tree-hvac-store "floor" tree) nil)
 (defun kv_hvac-zoneTree-saveTree (tree) (tree-hvac-store "zone" tree) nil)
@@ -78,12 +181,12 @@
 (defun kv_hvac-zoneTree-createRoom () (tree-hvac-createRoom "zone"))
 (defun kv_hvac-floorTree-editFloors (item) (tree-hvac-addGroup "floor" "Floor"))
 (defun kv_hvac-zoneTree-editZones (item) (tree-hvac-addGroup "zone" "Zone"))
-(defun kv_hvac-floorTree-edit (item) (tree-hvac-notBuilt "Editing a floor tree item"))
-(defun kv_hvac-floorTree-rename (item) (tree-hvac-notBuilt "Renaming"))
-(defun kv_hvac-floorTree-editRooms (item) (tree-hvac-notBuilt "Editing rooms"))
-(defun kv_hvac-zoneTree-edit (item) (tree-hvac-notBuilt "Editing a zone tree item"))
-(defun kv_hvac-zoneTree-rename (item) (tree-hvac-notBuilt "Renaming"))
-(defun kv_hvac-zoneTree-editRooms (item) (tree-hvac-notBuilt "Editing rooms"))
+(defun kv_hvac-floorTree-edit (item) (tree-hvac-edit "floor" item))
+(defun kv_hvac-floorTree-rename (item) (tree-hvac-rename "floor" item))
+(defun kv_hvac-floorTree-editRooms (item) (tree-hvac-editRooms "floor" item))
+(defun kv_hvac-zoneTree-edit (item) (tree-hvac-edit "zone" item))
+(defun kv_hvac-zoneTree-rename (item) (tree-hvac-rename "zone" item))
+(defun kv_hvac-zoneTree-editRooms (item) (tree-hvac-editRooms "zone" item))
 
 ;; Load Detail for the room or zone of ITEM.
 (defun kv_hvac-zoneTree-view (item)

@@ -76,14 +76,20 @@
           " select kvLast as " column " from kvStep where kvLast is not null"
           " union all select null where exists (select 1" rows " is null)"))
 
-;; Repairs and compacts the damaged database file PATH by rebuilding it from what can be read;
-;; the damaged file stays beside it as PATH.damaged. T when repaired, nil when not.
-(defun compactDatabase (path unused mode / saved)
-  (if (setq saved (kvdb-repair path))
-    (progn
-      (princ (strcat "\nDatabase repaired: " (itoa saved) " rows saved. The damaged file is kept as "
-                     path ".damaged"))
-      T)))
+;; Compacts the database file PATH, or with MODE "Repair" rebuilds a damaged one from what can be
+;; read, keeping the damaged file beside it as PATH.damaged. T only when a file was repaired:
+;; that is all the module asks when it finds a project file it cannot open.
+(defun compactDatabase (path unused mode / saved pages)
+  (cond
+    ((equal mode "Repair")
+     (if (setq saved (kvdb-repair path))
+       (progn
+         (princ (strcat "\nDatabase repaired: " (itoa saved) " rows saved. The damaged file is kept as "
+                        path ".damaged"))
+         T)))
+    ((setq pages (kvdb-compact path))
+     (princ (strcat "\nDatabase compacted: " (itoa (car pages)) " pages to " (itoa (cadr pages)) "."))
+     nil)))
 
 ;; Makes FOLDER a project: creates its database file "<folder name>_kv_hvac.kv" unless the folder
 ;; has one already. Answers the path of the folder's database file.

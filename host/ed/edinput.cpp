@@ -114,7 +114,13 @@ AcEdJig::~AcEdJig() = default;
 AcEdJig::DragStatus AcEdJig::drag() {
   for (;;) {
     DragStatus status = sampler();
-    if (status == kNoChange || status == kOther) {
+    // A queued point is a click as well as a move: one where the cursor already was is still a
+    // pick, which a sampler answers with kNoChange.
+    if (status == kNoChange) {
+      update();
+      return kNormal;
+    }
+    if (status == kOther) {
       if (kvinput::InputQueue::instance().empty()) return kCancel;
       continue;
     }

@@ -130,6 +130,7 @@ AcGiPlotStyle plotStyle(const std::string& name) {
 Value plot(Environment&, Args args) {
   std::string path = kvlisp::argString(args, 0);
   bool svg = path.size() > 4 && (path.ends_with(".svg") || path.ends_with(".SVG"));
+  bool pdf = path.size() > 4 && (path.ends_with(".pdf") || path.ends_with(".PDF"));
   int width = args.size() > 1 && !args[1].isNil() ? kvlisp::argInt(args, 1) : 1200;
   AcGiPlotStyle style = args.size() > 2 && !args[2].isNil() ? plotStyle(kvlisp::argString(args, 2)) : AcGiPlotStyle::Paper;
   if (width > kAcGiPlotMaxWidth) {
@@ -138,12 +139,15 @@ Value plot(Environment&, Args args) {
   }
   ensureFolder(wide(path));
   Acad::ErrorStatus es = acgiPlotModelSpace(current()->database(), wide(path).c_str(),
-                                            svg ? AcGiPlotFormat::Svg : AcGiPlotFormat::Png, width, style);
+                                            svg ? AcGiPlotFormat::Svg : pdf ? AcGiPlotFormat::Pdf : AcGiPlotFormat::Png,
+                                            width, style);
   if (es != Acad::eOk) report("Plot to", wide(path), es);
   return truth(es == Acad::eOk);
 }
 
 // ---- entities ----
+
+using CellChain = std::unique_ptr<resbuf, decltype(&acutRelRb)>;
 
 Value nameValue(const ads_name n) { return Value::ename(n[0], n[1]); }
 
@@ -184,12 +188,24 @@ Value xdataGroup(const ads_name n, const Value& apps) {
   return perApp.empty() ? Value() : Value::cons(Value::integer(-3), Value::list(perApp));
 }
 
+// Whether the name stands for an object of the drawing that can be opened now.
+bool objectExists(const ads_name n) {
+  AcDbObjectId id;
+  AcDbObject* obj = nullptr;
+  if (acdbGetObjectId(id, n) != Acad::eOk || acdbOpenObject(obj, id, AcDb::kForRead) != Acad::eOk) return false;
+  obj->close();
+  return true;
+}
+
+// A symbol table record (a block's, from tblobjname) has no entity list of its own, but its
+// name and extended data are still asked for: the list is then (-1 . name) and the -3 group.
 Value entget(Environment&, Args args) {
   ads_name n;
   toName(kvlisp::argEname(args, 0), n);
   resbuf* chain = acdbEntGet(n);
-  if (chain == nullptr) return Value();
+  if (chain == nullptr && !objectExists(n)) return Value();
   std::vector<Value> items;
+  if (chain == nullptr) items.push_back(Value::cons(Value::integer(-1), nameValue(n)));
   for (const resbuf* rb = chain; rb != nullptr; rb = rb->rbnext) items.push_back(pairOf(rb));
   acutRelRb(chain);
   if (args.size() > 1) {
@@ -248,6 +264,94 @@ Value tblsearch(Environment&, Args args) {
   }
   rec->close();
   return Value::list(items);
+}
+
+// (tblobjname "BLOCK_RECORD" "*Model_Space"): the record's name, for its extended data; also
+// LAYER, STYLE, LTYPE, BLOCK and APPID. Nil when the table has no such name.
+Value tblobjname(Environment&, Args args) {
+  std::string table = kvlisp::argString(args, 0);
+  for (auto& c : table) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+  std::wstring name = wide(kvlisp::argString(args, 1));
+  AcDbDatabase* db = current()->database();
+  AcDbObjectId tableId = table == "LAYER" ? db->layerTableId() : table == "STYLE" ? db->textStyleTableId()
+                         : table == "LTYPE" ? db->linetypeTableId()
+                         : (table == "BLOCK" || table == "BLOCK_RECORD") ? db->blockTableId()
+                         : table == "APPID" ? db->regAppTableId() : AcDbObjectId();
+  AcDbSymbolTable* t = nullptr;
+  if (tableId.isNull() || acdbOpenObject(t, tableId, AcDb::kForRead) != Acad::eOk) return Value();
+  AcDbObjectId id = t->getIdAt(name.c_str());
+  t->close();
+  ads_name n;
+  return !id.isNull() && acdbGetAdsName(n, id) == Acad::eOk ? nameValue(n) : Value();
+}
+
+// Appends to the chain the cells of one application's extended data, ("APP" (1000 . "x") ...):
+// its 1001 cell, then one cell per pair. Each cell joins the chain as soon as it is made, so a
+// bad value part way leaves nothing unowned. False for a value that does not fit its code.
+bool xdataCells(const Value& perApp, CellChain& chain, resbuf**& tail) {
+  if (!perApp.isCons() || !perApp.car().isString()) return false;
+  auto add = [&](int code) {
+    resbuf* rb = acutNewRb(static_cast<short>(code));
+    if (chain == nullptr) chain.reset(rb);
+    else *tail = rb;
+    tail = &rb->rbnext;
+    return rb;
+  };
+  add(AcDb::kDxfRegAppName)->resval.rstring = kvads::dupString(wide(perApp.car().asString()).c_str());
+  for (Value it = perApp.cdr(); it.isCons(); it = it.cdr()) {
+    const Value& pair = it.car();
+    if (!pair.isCons() || !pair.car().isInt()) return false;
+    int code = pair.car().asInt();
+    const Value& v = pair.cdr();
+    const kvads::DxfKind kind = kvads::dxfValueKind(code);
+    bool fits = (kind == kvads::DxfKind::String && v.isString()) || (kind == kvads::DxfKind::Real && v.isNumber()) ||
+                ((kind == kvads::DxfKind::Short || kind == kvads::DxfKind::Long) && v.isInt()) ||
+                (kind == kvads::DxfKind::Point && v.isCons() && v.car().isNumber() && v.cdr().isCons() &&
+                 v.cdr().car().isNumber());
+    if (!fits) return false;
+    resbuf* rb = add(code);
+    switch (kind) {
+      case kvads::DxfKind::String: rb->resval.rstring = kvads::dupString(wide(v.asString()).c_str()); break;
+      case kvads::DxfKind::Real: rb->resval.rreal = v.asNumber(); break;
+      case kvads::DxfKind::Short: rb->resval.rint = static_cast<short>(v.asInt()); break;
+      case kvads::DxfKind::Long: rb->resval.rlong = v.asInt(); break;
+      default: {
+        Value rest = v;
+        for (int k = 0; k < 3; ++k, rest = rest.isCons() ? rest.cdr() : rest)
+          rb->resval.rpoint[k] = rest.isCons() && rest.car().isNumber() ? rest.car().asNumber() : 0.0;
+      }
+    }
+  }
+  return true;
+}
+
+// (entmod list): writes the extended data (the -3 group) of the object named by -1, application
+// by application; an application given with no cells loses its data. kvhost changes no other
+// group through entmod. The list when written, nil when refused.
+Value entmod(Environment&, Args args) {
+  const Value& list = kvlisp::argList(args, 0);
+  Value name, xdata;
+  for (Value it = list; it.isCons(); it = it.cdr()) {
+    const Value& pair = it.car();
+    if (!pair.isCons() || !pair.car().isInt()) continue;
+    if (pair.car().asInt() == -1) name = pair.cdr();
+    if (pair.car().asInt() == -3) xdata = pair.cdr();
+  }
+  if (name.type() != kvlisp::Type::Ename) return Value();
+  ads_name n;
+  toName(name.asName(), n);
+  CellChain chain(nullptr, &acutRelRb);
+  resbuf** tail = nullptr;
+  bool good = true;
+  for (Value it = xdata; good && it.isCons(); it = it.cdr()) good = xdataCells(it.car(), chain, tail);
+  AcDbObjectId id;
+  AcDbObject* obj = nullptr;
+  if (!good || chain == nullptr || acdbGetObjectId(id, n) != Acad::eOk ||
+      acdbOpenObject(obj, id, AcDb::kForWrite) != Acad::eOk)
+    return Value();
+  Acad::ErrorStatus es = obj->setXData(chain.get());
+  obj->close();
+  return es == Acad::eOk ? list : Value();
 }
 
 // (regapp "APP"): registers an application for extended data; nil when it was registered.
@@ -393,8 +497,6 @@ Value makeLayer(Environment&, Args args) {
 }
 
 // ---- selection, variables, commands, prompts ----
-
-using CellChain = std::unique_ptr<resbuf, decltype(&acutRelRb)>;
 
 // The filter's cells: each (code . value) pair as the cell of its group code. A pair whose value
 // is not of its code's kind is the platform's "bad SSGET list value".
@@ -554,11 +656,13 @@ const kvlisp::NativeDef kFunctions[] = {
     {"kvhost-export-dxf", "(kvhost-export-dxf path)", "Writes the current drawing as DXF.", exportDxf},
     {"kvhost-import-dxf", "(kvhost-import-dxf path)", "Adds what a DXF file holds to the current drawing.", importDxf},
     {"kvhost-plot", "(kvhost-plot path [width [style]])",
-     "Plots model space to an SVG or PNG file (by extension), at most 8192 pixels wide; style \"paper\" (light colours darkened, the default), \"screen\" or \"monochrome\".", plot},
+     "Plots model space to an SVG, PDF or PNG file (by extension), at most 8192 pixels wide; style \"paper\" (light colours darkened, the default), \"screen\" or \"monochrome\".", plot},
     {"kvhost-layer", "(kvhost-layer name [colour])", "Makes a layer when it is missing; its name.", makeLayer},
     {"entget", "(entget ename [applist])", "The entity's definition list.", entget},
     {"handent", "(handent handle)", "The entity of a handle (hexadecimal text).", handent},
     {"tblsearch", "(tblsearch table name [next])", "A LAYER, STYLE, LTYPE, BLOCK or APPID record's list.", tblsearch},
+    {"tblobjname", "(tblobjname table name)", "The entity name of a symbol table record (BLOCK_RECORD too).", tblobjname},
+    {"entmod", "(entmod list)", "Writes the extended data (-3) of the object named by -1; no other group.", entmod},
     {"regapp", "(regapp name)", "Registers an application for extended data.", regapp},
     {"trans", "(trans pt from to [disp])", "A point between the world (0) and user (1) systems.", trans},
     {"entnext", "(entnext [ename])", "The entity after this one in model space (the first without one).", entnext},

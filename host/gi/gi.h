@@ -157,7 +157,7 @@ class AcGiCapture {
   std::unique_ptr<Impl> impl_;
 };
 
-enum class AcGiPlotFormat { Svg, Png };
+enum class AcGiPlotFormat { Svg, Png, Pdf };
 
 // How colours meet white paper. Paper: colours by index, the light ones (yellow, cyan, light
 // grey, ...) darkened until they read against white, as a pen plotter's colour table does.

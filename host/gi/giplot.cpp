@@ -1,5 +1,6 @@
 // Plots of model space: every entity drawn through the capture, then rendered by Cairo to an
 // SVG or PNG page that fits the drawing with a margin.
+#include <cairo-pdf.h>
 #include <cairo-svg.h>
 #include <cairo.h>
 
@@ -179,9 +180,9 @@ Acad::ErrorStatus acgiPlotModelSpace(AcDbDatabase* db, const ACHAR* path, AcGiPl
   Page page = fitPage(ext, widthPx);
   std::string file = acrxToUtf8(path);
   cairo_surface_t* surface =
-      format == AcGiPlotFormat::Svg
-          ? cairo_svg_surface_create(file.c_str(), page.width, page.height)
-          : cairo_image_surface_create(CAIRO_FORMAT_RGB24, static_cast<int>(page.width), static_cast<int>(page.height));
+      format == AcGiPlotFormat::Svg   ? cairo_svg_surface_create(file.c_str(), page.width, page.height)
+      : format == AcGiPlotFormat::Pdf ? cairo_pdf_surface_create(file.c_str(), page.width, page.height)
+                                      : cairo_image_surface_create(CAIRO_FORMAT_RGB24, static_cast<int>(page.width), static_cast<int>(page.height));
   if (cairo_surface_status(surface) != CAIRO_STATUS_SUCCESS) {
     cairo_surface_destroy(surface);
     return Acad::eFileAccessErr;

@@ -162,7 +162,7 @@ const std::pair<const char*, EventKind> kKeywords[] = {
     {"click", EventKind::Click},       {"dblclick", EventKind::DoubleClick}, {"rclick", EventKind::RightClick},
     {"drag", EventKind::Drag},         {"move", EventKind::Move},       {"wheel", EventKind::Wheel},
     {"answer", EventKind::MessageBox}, {"file", EventKind::FileDialog}, {"print", EventKind::PrintDialog},
-    {"wait", EventKind::Wait},         {"png", EventKind::Picture},
+    {"wait", EventKind::Wait},         {"picture", EventKind::Picture},
 };
 
 void parseRest(Event& e, const std::string& rest, const std::string& word, const Fault& fail) {
@@ -195,7 +195,7 @@ void parseRest(Event& e, const std::string& rest, const std::string& word, const
       if (!parseInt(rest, e.amount) || e.amount < 0) fail("wait needs milliseconds");
       break;
     case EventKind::Picture:
-      if (rest.empty()) fail("png needs a path");
+      if (rest.empty()) fail("picture needs a PNG path");
       e.text = rest;
       break;
   }

@@ -29,7 +29,7 @@ enum class EventKind {
   FileDialog,   // file PATH | file cancel     text: the path, empty for cancel
   PrintDialog,  // print PATH.pdf | print cancel  text: the path, empty for cancel
   Wait,         // wait MS                 advances the clock by MS milliseconds (timers fire)
-  Picture,      // png PATH                the active window written as a PNG file (a record of a session)
+  Picture,      // picture PATH.png        the active window as it is now, for a user guide
 };
 
 // Where a window event lands. Either a point in the client coordinates of the active window

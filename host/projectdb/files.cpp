@@ -224,6 +224,37 @@ bool CreateProjectFile(const std::string& path, ProjectDbError* code, std::strin
   return true;
 }
 
+namespace {
+
+long pageCount(sqlite3* db) {
+  sqlite3_stmt* raw = nullptr;
+  long pages = -1;
+  if (sqlite3_prepare_v2(db, "PRAGMA page_count", -1, &raw, nullptr) == SQLITE_OK && sqlite3_step(raw) == SQLITE_ROW)
+    pages = static_cast<long>(sqlite3_column_int64(raw, 0));
+  sqlite3_finalize(raw);
+  return pages;
+}
+
+}  // namespace
+
+// VACUUM cannot run inside the transaction every statement of a connection gets, so the file is
+// opened on its own here.
+bool CompactProjectFile(const std::string& path, long* pagesBefore, long* pagesAfter, std::string* error) {
+  if (!exists(path)) {
+    *error = "Could not find file '" + path + "'.";
+    return false;
+  }
+  DbHandle db = openFile(path, SQLITE_OPEN_READWRITE, error);
+  if (!db || ConfigureConnection(db.get(), false) != SQLITE_OK) {
+    if (db) *error = sqlite3_errmsg(db.get());
+    return false;
+  }
+  *pagesBefore = pageCount(db.get());
+  if (!exec(db.get(), "VACUUM", error)) return false;
+  *pagesAfter = pageCount(db.get());
+  return true;
+}
+
 bool RepairProjectFile(const std::string& path, long* rowsSaved, ProjectDbError* code, std::string* error) {
   if (!exists(path)) {
     *code = ProjectDbError::FileNotFound;

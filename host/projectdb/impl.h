@@ -167,6 +167,8 @@ class ProjectDatabaseImpl final : public ComObject<ProjectDatabase> {
 // Project files (files.cpp). Each answers false with *error filled on failure.
 bool CreateProjectFile(const std::string& path, ProjectDbError* code, std::string* error);
 bool RepairProjectFile(const std::string& path, long* rowsSaved, ProjectDbError* code, std::string* error);
+// Rewrites the file without its free pages (VACUUM); the page counts before and after.
+bool CompactProjectFile(const std::string& path, long* pagesBefore, long* pagesAfter, std::string* error);
 // Applies the settings every connection runs with (WAL, full sync, busy timeout).
 int ConfigureConnection(sqlite3* db, bool readOnly);
 std::string LowerAscii(std::string_view text);

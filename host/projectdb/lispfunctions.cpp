@@ -120,6 +120,19 @@ Value repair(Environment&, Args args) {
   return Value::integer(static_cast<std::int32_t>(saved));
 }
 
+// (kvdb-compact path): (pages-before pages-after), or nil with the reason printed.
+Value compact(Environment&, Args args) {
+  const std::string& path = kvlisp::argString(args, 0);
+  connections().erase(path);
+  long before = 0, after = 0;
+  std::string error;
+  if (!CompactProjectFile(path, &before, &after, &error)) {
+    acutPrintf(L"\n%s", Utf8ToWide(error).c_str());
+    return Value();
+  }
+  return Value::list({Value::integer(static_cast<std::int32_t>(before)), Value::integer(static_cast<std::int32_t>(after))});
+}
+
 bool countsAsCandidate(const std::string& upperName) {
   return upperName.rfind("52-KV", 0) != 0 && upperName.find("_MASTER") == std::string::npos &&
          upperName.find("_STANDARDS") == std::string::npos;
@@ -194,6 +207,7 @@ const kvlisp::NativeDef kFunctions[] = {
     {"kvdb-create", "(kvdb-create path)", "Creates a new project file with its schema and starting rows; T.", create},
     {"kvdb-repair", "(kvdb-repair path)",
      "Rebuilds a damaged project file, keeping it as PATH.damaged; the rows saved, or nil.", repair},
+    {"kvdb-compact", "(kvdb-compact path)", "Rewrites a project file without its free pages; (pages-before pages-after), or nil.", compact},
 };
 
 const kvlisp::NativeRegistrar registrar(kFunctions);

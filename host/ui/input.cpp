@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cwctype>
 #include <map>
+#include <stdexcept>
 
 #include "impl.h"
 
@@ -358,17 +359,23 @@ void deliverEvent(const kvinput::Event& e) {
       advanceTime(static_cast<std::uint64_t>(std::max(e.amount, 0)));
       kvui::PumpMessages();
       break;
-    case K::Picture:
-      try {
-        kvui::RenderWindowToPng(GetActiveWindow(), e.text);
-      } catch (const std::runtime_error& error) {
-        inputWarning(e.source, error.what());
-      }
-      break;
     case K::MessageBox: inputWarning(e.source, "an answer for a message box, but none is open"); break;
     case K::FileDialog: inputWarning(e.source, "an answer for a file dialog, but none is open"); break;
     case K::PrintDialog: inputWarning(e.source, "an answer for a print dialog, but none is open"); break;
     case K::Point: inputWarning(e.source, "a picked point, but a dialog is open"); break;
+    case K::Picture:
+      // A picture that cannot be written is the session file's fault, not the dialog's: it is
+      // reported like any other input that fits nothing, and the dialog goes on.
+      if (HWND active = activeWindow()) {
+        try {
+          kvui::RenderWindowToPng(active, e.text);
+        } catch (const std::runtime_error& error) {
+          inputWarning(e.source, error.what());
+        }
+      } else {
+        inputWarning(e.source, "a picture, but no window is open");
+      }
+      break;
   }
 }
 

@@ -49,7 +49,7 @@
 (roomdata-setRoom 1 '(("dArea" . 100.0) ("dPeople" . 1.0)) '(("WALL" "S" 1 100.0 0.1)))
 (tree-hvac-store "zone" '(("North" . 4) (("Office" . -1))))
 (vl-file-delete (strcat root "zone.png"))
-(kvhost-input "click #1006" (strcat "png " root "zone.png") "click #1")
+(kvhost-input "click #1006" (strcat "picture " root "zone.png") "click #1")
 (ld-check "recalculated, then OK" (= 0 (kv_hvac-zoneTree-view 4)))
 (ld-check "the fresh report's picture" (findfile (strcat root "zone.png")))
 (ld-check "the hand-made rows are gone" (null (loads-hvac-value "SELECT iHour FROM tblLoadRoomCooling WHERE dRoomTotal = 12000" "iHour")))

@@ -90,10 +90,10 @@ TEST(InputGrammar, DialogAnswersAndTime) {
   Event w = parse("wait 250");
   EXPECT_EQ(w.kind, EventKind::Wait);
   EXPECT_EQ(w.amount, 250);
-  Event png = parse("png /tmp/a dialog.png");
-  EXPECT_EQ(png.kind, EventKind::Picture);
-  EXPECT_EQ(png.text, "/tmp/a dialog.png");
-  EXPECT_EQ(fault("png"), "t:1: png needs a path");
+  Event shot = parse("picture /tmp/a dialog.png");
+  EXPECT_EQ(shot.kind, EventKind::Picture);
+  EXPECT_EQ(shot.text, "/tmp/a dialog.png");
+  EXPECT_EQ(fault("picture"), "t:1: picture needs a PNG path");
 }
 
 TEST(InputGrammar, FaultsNameTheLine) {
@@ -112,6 +112,7 @@ TEST(InputGrammar, FaultsNameTheLine) {
   EXPECT_EQ(fault("file"), "t:1: file needs a path or 'cancel'");
   EXPECT_EQ(fault("wait -5"), "t:1: wait needs milliseconds");
   EXPECT_EQ(fault("wheel x"), "t:1: wheel needs a number of notches");
+  EXPECT_EQ(fault("picture"), "t:1: picture needs a PNG path");
 }
 
 TEST(InputQueue, OrderAtomicLoadsAndClock) {
