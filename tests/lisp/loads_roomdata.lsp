@@ -32,7 +32,7 @@
                               (= 0.0 (cdr (assoc "dOutdoorHeating" design))) (= 95.0 (cdr (assoc "dOutdoorCooling" design)))))
 (rd-check "one design row" (= 1 (length (kvdb-query file "SELECT ixDesign FROM tblDesign" "ixDesign"))))
 
-;; A room drawn by picks (the host takes the first pick as the jig's start): 150 sf.
+;; A room drawn by four picks: 240 by 180 inches, 300 sf.
 (kvhost-input "point 0,0" "point 240,0" "point 240,180" "point 0,180" "enter" "point 120,90")
 (rd-check "room" (room-hvac-draw "Lab"))
 
@@ -47,7 +47,7 @@
 (c:kv-roomData)
 (rd-check "every answer used" (= 0 (kvhost-input)))
 (setq data (roomdata-room 1) use (car data))
-(rd-check "area from the drawing" (equal 150.0 (cdr (assoc "dArea" use)) 0.01))
+(rd-check "area from the drawing" (equal 300.0 (cdr (assoc "dArea" use)) 0.01))
 (rd-check "typed values" (and (= 4.0 (cdr (assoc "dPeople" use))) (= 600.0 (cdr (assoc "dLights" use)))
                               (= 10.0 (cdr (assoc "dInfiltration" use))) (= 40.0 (cdr (assoc "dOutdoorAir" use)))))
 (rd-check "kept defaults" (and (= 0.0 (cdr (assoc "dEquipment" use))) (= 250.0 (cdr (assoc "dPeopleSensible" use)))))
