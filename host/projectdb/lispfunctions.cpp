@@ -19,8 +19,8 @@ using kvlisp::Value;
 
 // One connection per file for the life of the process, so repeated queries do not check the file
 // again each time. Creating or repairing a file drops its connection.
-std::map<std::string, ComPtr<ProjectDatabaseImpl>>& connections() {
-  static std::map<std::string, ComPtr<ProjectDatabaseImpl>> open;
+std::map<std::string, ComPtr<Backend>>& connections() {
+  static std::map<std::string, ComPtr<Backend>> open;
   return open;
 }
 
@@ -28,12 +28,11 @@ std::map<std::string, ComPtr<ProjectDatabaseImpl>>& connections() {
   throw kvlisp::Error(std::string(function) + ": " + text);
 }
 
-ProjectDatabaseImpl& connect(std::string_view function, const std::string& path) {
+Backend& connect(std::string_view function, const std::string& path) {
   auto found = connections().find(path);
   VARIANT_BOOL open = VARIANT_FALSE;
   if (found != connections().end() && SUCCEEDED(found->second->IsOpen(&open)) && open) return *found->second;
-  ComPtr<ProjectDatabaseImpl> db;
-  db.Attach(new ProjectDatabaseImpl());
+  ComPtr<Backend> db = MakeRoutingBackend();
   _bstr_t result;
   db->Open(_bstr_t(Utf8ToWide(path)), 0, 0, result.GetAddress());
   if (result.str() == L"*REPAIR*") fail(function, "the database '" + path + "' is damaged and needs repair");
@@ -75,7 +74,7 @@ Value query(Environment&, Args args) {
   if (args.size() > 2 && !args[2].isNil()) columns.push_back(kvlisp::argString(args, 2));
   if (args.size() > 3 && !args[3].isNil()) columns.push_back(kvlisp::argString(args, 3));
   bool distinct = kvlisp::argBool(args, 4);
-  ProjectDatabaseImpl& db = connect("kvdb-query", path);
+  Backend& db = connect("kvdb-query", path);
   std::vector<CellRow> rows;
   if (!db.QueryColumns(sql, columns, rows)) fail("kvdb-query", db.LastErrorUtf8().second);
   if (columns.size() == 2)
@@ -89,7 +88,7 @@ Value query(Environment&, Args args) {
 
 // (kvdb-execute path sql)
 Value execute(Environment&, Args args) {
-  ProjectDatabaseImpl& db = connect("kvdb-execute", kvlisp::argString(args, 0));
+  Backend& db = connect("kvdb-execute", kvlisp::argString(args, 0));
   VARIANT_BOOL ok = VARIANT_FALSE;
   db.Execute(_bstr_t(Utf8ToWide(kvlisp::argString(args, 1))), &ok);
   if (!ok) fail("kvdb-execute", db.LastErrorUtf8().second);
@@ -102,7 +101,8 @@ Value create(Environment&, Args args) {
   connections().erase(path);
   ProjectDbError code = ProjectDbError::None;
   std::string error;
-  if (!CreateProjectFile(path, &code, &error)) fail("kvdb-create", error);
+  bool made = IsLinkPath(path) ? CreateServerProject(path, &code, &error) : CreateProjectFile(path, &code, &error);
+  if (!made) fail("kvdb-create", error);
   return Value::t();
 }
 
@@ -113,7 +113,8 @@ Value repair(Environment&, Args args) {
   ProjectDbError code = ProjectDbError::None;
   std::string error;
   long saved = 0;
-  if (!RepairProjectFile(path, &saved, &code, &error)) {
+  if (IsLinkPath(path)) error = "'" + path + "' links to a project on a database server: there is no file to repair.";
+  if (IsLinkPath(path) || !RepairProjectFile(path, &saved, &code, &error)) {
     acutPrintf(L"\n%s", Utf8ToWide(error).c_str());
     return Value();
   }
@@ -147,9 +148,12 @@ std::vector<std::string> candidates(const std::string& folder, const std::string
   return found;
 }
 
-// The one file of folder named *key*.extension that counts; "" for none or for two.
+// The one file of folder named *key*.extension that counts; "" for none or for two. A link file
+// stands for a project file: a folder holding one of each has two candidates.
 std::string findWithExtension(const std::string& folder, const std::string& key, const std::string& extension) {
   std::vector<std::string> found = candidates(folder, key, extension);
+  if (extension == "kv")
+    for (std::string& link : candidates(folder, key, "kvlink")) found.push_back(std::move(link));
   return found.size() == 1 ? found.front() : "";
 }
 
@@ -165,7 +169,7 @@ Value listCandidates(Environment&, Args args) {
   std::string folder = folderArgument(args);
   std::vector<Value> paths;
   if (folder.empty()) return Value();
-  for (const char* extension : {"kv", "mdb"})
+  for (const char* extension : {"kv", "kvlink", "mdb"})
     for (std::string& path : candidates(folder, kvlisp::argString(args, 1), extension))
       paths.push_back(Value::string(std::move(path)));
   return Value::list(paths);
@@ -183,9 +187,9 @@ Value find(Environment&, Args args) {
 
 const kvlisp::NativeDef kFunctions[] = {
     {"kvdb-find", "(kvdb-find folder key)",
-     "The one project file of FOLDER whose name holds KEY (.kv, else .mdb); nil for none or several.", find},
+     "The one project file of FOLDER whose name holds KEY (.kv or .kvlink, else .mdb); nil for none or several.", find},
     {"kvdb-candidates", "(kvdb-candidates folder key)",
-     "Every file of FOLDER whose name holds KEY that the finder weighs (.kv, then .mdb).", listCandidates},
+     "Every file of FOLDER whose name holds KEY that the finder weighs (.kv, .kvlink, then .mdb).", listCandidates},
     {"kvdb-query", "(kvdb-query path sql [column [sortColumn [distinct]]])",
      "The values of COLUMN (else the first) of every row of SQL, ordered by SORTCOLUMN, repeats dropped with "
      "DISTINCT.",

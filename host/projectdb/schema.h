@@ -35,8 +35,15 @@ const std::vector<TableDef>& projectTables();
 // the file, so the stored name carries the table.
 std::string storedIndexName(std::string_view table, std::string_view index);
 
+// The engines a project can live in. Names on the server are folded to lower case, as unquoted
+// names are there, so that SQL written without quotes finds them.
+enum class Dialect { Sqlite, Server };
+
+// The declared type of a column kind on an engine: the one place where kinds become types.
+std::string columnType(ColumnKind kind, Dialect dialect);
+
 // CREATE TABLE and CREATE INDEX statements for the whole schema, one per element.
-std::vector<std::string> schemaStatements();
+std::vector<std::string> schemaStatements(Dialect dialect = Dialect::Sqlite);
 
 // INSERT statements for the rows a new project starts with. A table listed in skipTables (already
 // holding rows, as after a repair) is left alone.

@@ -54,6 +54,7 @@ TEST_F(ProjectLisp, FailuresAreLispErrorsWithTheDatabaseText) {
 }
 
 TEST_F(ProjectLisp, CompactDatabaseRepairsAndKeepsTheOldFile) {
+  KV_FILE_BACK_END_ONLY();
   Eval("(kvdb-create " + Lisp(file_) + ")");
   Eval("(kvdb-execute " + Lisp(file_) + " \"insert into tblDuct (WIDTH) values (14)\")");
   EXPECT_EQ(Eval("(compactDatabase " + Lisp(file_) + " nil \"Repair\")"), "T");
