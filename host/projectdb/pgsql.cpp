@@ -96,6 +96,26 @@ const char* const kResyncKeys =
 
 }  // namespace
 
+namespace {
+
+// A column whose name the server reserves (OFFSET) is quoted where it stands as a name: not where
+// the keyword's number follows it.
+bool reservedColumnAt(std::string_view upper, std::string_view sql, std::size_t after) {
+  static const char* const kReserved[] = {"OFFSET", "ORDER", "USER", "LIMIT", "DEFAULT", "END", "DESC", "CHECK"};
+  bool reserved = false;
+  for (const char* word : kReserved) reserved = reserved || upper == word;
+  if (!reserved) return false;
+  bool column = false;
+  for (const TableDef& t : projectTables())
+    for (const ColumnDef& c : t.columns) column = column || EqualsNoCase(c.name, upper);
+  while (after < sql.size() && std::isspace(static_cast<unsigned char>(sql[after]))) ++after;
+  bool valueFollows = after < sql.size() && (std::isdigit(static_cast<unsigned char>(sql[after])) || sql[after] == '$' ||
+                                             sql[after] == '?' || sql[after] == '(');
+  return column && !valueFollows;
+}
+
+}  // namespace
+
 // SQLite's dialect, as the component's callers write it, into the server's: quoted names fold to
 // lower case as the schema's did, LIKE ignores case as SQLite's does, IFNULL is COALESCE, and a
 // CREATE TABLE gets the server's types for SQLite's.
@@ -128,7 +148,8 @@ std::string ServerSql(std::string_view sql) {
       for (char& ch : up) ch = static_cast<char>(std::toupper(static_cast<unsigned char>(ch)));
       if (up == "TABLE" && previous == "CREATE") creating = true;
       i = end;
-      if (up == "LIKE") word = "ILIKE";
+      if (reservedColumnAt(up, sql, i)) word = "\"" + LowerAscii(word) + "\"";
+      else if (up == "LIKE") word = "ILIKE";
       else if (up == "IFNULL") word = "COALESCE";
       else if (creating && up == "INTEGER") {
         // "INTEGER PRIMARY KEY" is SQLite's rowid: a key the database hands out.
