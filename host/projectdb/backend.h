@@ -31,9 +31,15 @@ ComPtr<Backend> MakeServerBackend();
 // A connection that follows the path it is given; what CoCreateInstance answers.
 ComPtr<Backend> MakeRoutingBackend();
 
-// A new server project behind a new link file at path, on the server named by the environment
-// variable KV_PROJECTDB_SERVER (a connection string); false with *code and *error filled.
-bool CreateServerProject(const std::string& path, ProjectDbError* code, std::string* error);
+// A new server project behind a new link file at path, on server (a connection string), else on
+// the one the environment variable KV_PROJECTDB_SERVER names; false with *code and *error filled.
+bool CreateServerProject(const std::string& path, ProjectDbError* code, std::string* error,
+                         const std::string& server = "");
+
+// The LISP functions' connection to the project at path, opened on first use (a LISP error when it
+// cannot be), and the end of it.
+Backend& ConnectProject(std::string_view function, const std::string& path);
+void ForgetProjectConnection(const std::string& path);
 // Sets the key generators of an open server project past its largest keys, after rows were copied
 // in with their keys.
 bool ResyncServerKeys(ProjectDatabase& server);

@@ -28,7 +28,11 @@ std::map<std::string, ComPtr<Backend>>& connections() {
   throw kvlisp::Error(std::string(function) + ": " + text);
 }
 
-Backend& connect(std::string_view function, const std::string& path) {
+}  // namespace
+
+void ForgetProjectConnection(const std::string& path) { connections().erase(path); }
+
+Backend& ConnectProject(std::string_view function, const std::string& path) {
   auto found = connections().find(path);
   VARIANT_BOOL open = VARIANT_FALSE;
   if (found != connections().end() && SUCCEEDED(found->second->IsOpen(&open)) && open) return *found->second;
@@ -39,6 +43,10 @@ Backend& connect(std::string_view function, const std::string& path) {
   if (result.length() == 0) fail(function, db->LastErrorUtf8().second);
   return *(connections()[path] = db);
 }
+
+namespace {
+
+Backend& connect(std::string_view function, const std::string& path) { return ConnectProject(function, path); }
 
 Value toValue(const Cell& c) {
   switch (c.type) {
@@ -95,13 +103,14 @@ Value execute(Environment&, Args args) {
   return Value::t();
 }
 
-// (kvdb-create path)
+// (kvdb-create path [server])
 Value create(Environment&, Args args) {
   const std::string& path = kvlisp::argString(args, 0);
   connections().erase(path);
   ProjectDbError code = ProjectDbError::None;
   std::string error;
-  bool made = IsLinkPath(path) ? CreateServerProject(path, &code, &error) : CreateProjectFile(path, &code, &error);
+  std::string server = args.size() > 1 && !args[1].isNil() ? kvlisp::argString(args, 1) : "";
+  bool made = IsLinkPath(path) ? CreateServerProject(path, &code, &error, server) : CreateProjectFile(path, &code, &error);
   if (!made) fail("kvdb-create", error);
   return Value::t();
 }
@@ -195,7 +204,10 @@ const kvlisp::NativeDef kFunctions[] = {
      "DISTINCT.",
      query},
     {"kvdb-execute", "(kvdb-execute path sql)", "Runs a statement that changes data; T.", execute},
-    {"kvdb-create", "(kvdb-create path)", "Creates a new project file with its schema and starting rows; T.", create},
+    {"kvdb-create", "(kvdb-create path [server])",
+     "Creates a new project file with its schema and starting rows; T. A .kvlink PATH makes the project on "
+     "SERVER (a connection string; else the one KV_PROJECTDB_SERVER names) and links to it.",
+     create},
     {"kvdb-repair", "(kvdb-repair path)",
      "Rebuilds a damaged project file, keeping it as PATH.damaged; the rows saved, or nil.", repair},
 };

@@ -964,7 +964,8 @@ ComPtr<Backend> MakeServerBackend() {
   return made;
 }
 
-bool CreateServerProject(const std::string& path, ProjectDbError* code, std::string* error) {
+bool CreateServerProject(const std::string& path, ProjectDbError* code, std::string* error,
+                         const std::string& serverGiven) {
   if (fileExists(path)) {
     *code = ProjectDbError::CannotOpen;
     *error = "Cannot create '" + path + "': the file exists already.";
@@ -975,8 +976,9 @@ bool CreateServerProject(const std::string& path, ProjectDbError* code, std::str
     *error = "Could not find the folder of '" + path + "'.";
     return false;
   }
-  const char* server = std::getenv("KV_PROJECTDB_SERVER");
-  if (!server || !*server) {
+  const char* fromEnvironment = std::getenv("KV_PROJECTDB_SERVER");
+  std::string server = !serverGiven.empty() ? serverGiven : fromEnvironment ? fromEnvironment : "";
+  if (server.empty()) {
     *code = ProjectDbError::CannotOpen;
     *error = "Cannot create '" + path + "': no database server is named for new projects (KV_PROJECTDB_SERVER).";
     return false;
@@ -995,7 +997,7 @@ bool CreateServerProject(const std::string& path, ProjectDbError* code, std::str
   script += std::string(kResyncKeys) + "; COMMIT;";
   // The link is written under another name and renamed, so no link to a half-made project is seen.
   std::string building = path + ".building";
-  std::string conninfo = std::string(server) + " options='-csearch_path=" + schema + "'";
+  std::string conninfo = server + " options='-csearch_path=" + schema + "'";
   bool linked = false;
   if (run(conn.get(), script, &detail)) {
     std::ofstream out(building, std::ios::trunc);

@@ -7,6 +7,7 @@
 
 #include "backend.h"
 #include "fixture.h"
+#include "lisp.h"
 
 namespace kvtest {
 namespace {
@@ -118,6 +119,51 @@ TEST_F(Server, OneConnectionMovesBetweenAFileAndAServerProject) {
   file_ = link;
   ASSERT_EQ(Open(), Utf8ToWide(link));
   EXPECT_EQ(Query(L"select WIDTH from tblDuct").size(), 1u);
+}
+
+// The application layer's move, file to server and back, through the LISP functions it is made of.
+TEST_F(Server, AProjectMovedToTheServerAndBackIsIdenticalTableByTable) {
+  kvlisp::Environment env;
+  env.load("lisp/kv_hvac-server.lsp");
+  auto eval = [&](const std::string& source) { return env.evalString(source).print(); };
+  std::string folder = "\"" + folder_.string() + "\"";
+  std::string file = folder_.string() + "/office_kv_hvac.kv";
+  ASSERT_EQ(eval("(kvdb-create \"" + file + "\")"), "T");
+  for (const char* sql :
+       {R"(INSERT INTO tblDuct (WIDTH, FIT1, bDeleted, DISTANCE1, OFFSET) VALUES (12.5, 'it''s \"x\" [a]', -1, 1, NULL))",
+        "INSERT INTO tblDuct (WIDTH, FIT1, DISTANCE1) VALUES (0.1, NULL, 3)",
+        "DELETE FROM tblDuct WHERE DISTANCE1 = 3",
+        "INSERT INTO tblDuct (WIDTH, FIT1, DISTANCE1) VALUES (1e-300, 'caf\u00e9', 2.5)",
+        "CREATE TABLE IF NOT EXISTS tblRoomL (ixRoomL INTEGER PRIMARY KEY, sName TEXT)",
+        "INSERT INTO tblRoomL (sName) VALUES ('Lobby')",
+        "CREATE TABLE IF NOT EXISTS tblKvTree (sName TEXT PRIMARY KEY, sTree TEXT)",
+        R"(INSERT INTO tblKvTree VALUES ('floor', '((1 \"A\"))'))"})
+    ASSERT_EQ(eval("(kvdb-execute \"" + file + "\" \"" + sql + "\")"), "T") << sql;
+  std::string before = eval("(kvdb-checksum \"" + file + "\")");
+
+  std::string moved = eval("(kv_hvac-server-toServer " + folder + " nil)");
+  EXPECT_EQ(moved, before);
+  std::string link = file + "link";
+  EXPECT_EQ(eval("(kvdb-find " + folder + " \"kv_hvac\")"), "\"" + link + "\"");
+  EXPECT_TRUE(std::filesystem::exists(file + ".moved"));
+  EXPECT_EQ(eval("(kvdb-checksum \"" + link + "\")"), before);
+  // New rows on the server take keys after the copied ones.
+  file_ = link;
+  ASSERT_NE(Open(), L"");
+  ASSERT_TRUE(SetTable(L"tblDuct"));
+  SafeArrayPtr added = Add({{L"WIDTH", _variant_t(2.0)}});
+  ASSERT_TRUE(added);
+  EXPECT_EQ(GetLong(added.get(), L"ixDuct"), 4);
+  VARIANT_BOOL done;
+  db_->Close(&done);
+  std::string onServer = eval("(kvdb-checksum \"" + link + "\")");
+  EXPECT_NE(onServer, before);
+
+  EXPECT_EQ(eval("(kv_hvac-server-toFile " + folder + ")"), onServer);
+  EXPECT_EQ(eval("(kvdb-find " + folder + " \"kv_hvac\")"), "\"" + file + "\"");
+  EXPECT_EQ(eval("(kvdb-checksum \"" + file + "\")"), onServer);
+  // A folder whose project is already in a file is not moved to a file again.
+  EXPECT_EQ(eval("(kv_hvac-server-toFile " + folder + ")"), "nil");
 }
 
 }  // namespace
