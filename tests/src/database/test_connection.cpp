@@ -100,8 +100,10 @@ TEST(FindDatabaseFile, ALinkFileCompetesWithTheProjectFileUnderTheSameRules) {
   EXPECT_EQ(FindDatabaseFile(folder, L"kv_hvac"), (dir.path() / "office_kv_hvac.mdb").wstring());
   Touch(dir.path() / "office_kv_hvac.KVLINK");
   EXPECT_EQ(FindDatabaseFile(folder, L"kv_hvac"), (dir.path() / "office_kv_hvac.KVLINK").wstring());
-  // A file and a link in one folder: two candidates, so neither, and the Access file is not used.
+  // A file and a link in one folder are two candidates, so neither counts, as for two files.
   Touch(dir.path() / "office_kv_hvac.kv");
+  EXPECT_EQ(FindDatabaseFile(folder, L"kv_hvac"), (dir.path() / "office_kv_hvac.mdb").wstring());
+  fs::remove(dir.path() / "office_kv_hvac.mdb");
   EXPECT_EQ(FindDatabaseFile(folder, L"kv_hvac"), L"");
 }
 
