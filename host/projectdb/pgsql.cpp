@@ -12,6 +12,7 @@
 #include <cstring>
 #include <fstream>
 #include <random>
+#include <regex>
 #include <sstream>
 
 #include "impl.h"
@@ -250,6 +251,21 @@ struct Params {
     return out;
   }
 };
+
+// Where the statement starting at `from` ends: its ';' outside quotes, or the end of the text.
+std::size_t statementEnd(const std::string& sql, std::size_t from) {
+  char quote = 0;
+  for (std::size_t i = from; i < sql.size(); ++i) {
+    if (quote) {
+      if (sql[i] == quote) quote = 0;
+    } else if (sql[i] == '\'' || sql[i] == '"') {
+      quote = sql[i];
+    } else if (sql[i] == ';') {
+      return i;
+    }
+  }
+  return sql.size();
+}
 
 class ServerDatabase final : public ComObject<Backend> {
  public:
@@ -547,6 +563,7 @@ class ServerDatabase final : public ComObject<Backend> {
     if (!RequireOpen()) return PROJECTDB_E_NOTOPEN;
     std::string original = TranslateSql(BstrToUtf8(sql));
     std::string text = ServerSql(original);
+    if (!RewriteUpserts(text)) return S_OK;
     // Several statements sent at once run as one transaction: all of them or none.
     Result r(PQexec(conn_.get(), text.c_str()));
     if (!Succeeded(r.get(), "Cannot run \"" + original + "\"")) return S_OK;
@@ -559,6 +576,47 @@ class ServerDatabase final : public ComObject<Backend> {
     }
     SetFlag(ok, true);
     return S_OK;
+  }
+
+  // SQLite's INSERT OR IGNORE and INSERT OR REPLACE as the server writes them: ON CONFLICT DO
+  // NOTHING, and an update of the listed columns of the row holding the same primary key. False
+  // with the error recorded when a table's key cannot be read.
+  bool RewriteUpserts(std::string& sql) {
+    static const std::regex pattern(R"(\bINSERT\s+OR\s+(REPLACE|IGNORE)\s+INTO\s+("[^"]+"|\w+)\s*\(([^)]*)\))",
+                                    std::regex::icase);
+    std::size_t from = 0;
+    std::smatch m;
+    while (from < sql.size() && std::regex_search(sql.cbegin() + static_cast<std::ptrdiff_t>(from), sql.cend(), m, pattern)) {
+      std::size_t start = from + static_cast<std::size_t>(m.position(0));
+      bool replace = EqualsNoCase(m[1].str(), "replace");
+      std::string table = m[2].str(), columns = m[3].str();
+      std::string conflict = " ON CONFLICT DO NOTHING";
+      if (replace) {
+        Params p;
+        p.Add(Cell{SQLITE_TEXT, 0, 0, table.front() == '"' ? table : LowerAscii(table)});
+        std::vector<CellRow> keys;
+        if (!Query("SELECT a.attname::text FROM pg_index x JOIN pg_attribute a ON a.attrelid = x.indrelid "
+                   "AND a.attnum = ANY(x.indkey) WHERE x.indrelid = to_regclass($1) AND x.indisprimary",
+                   p, keys))
+          return false;
+        std::string target, sets;
+        for (const CellRow& key : keys) target += (target.empty() ? "" : ", ") + quoted(key[0].text);
+        std::istringstream list(columns);
+        std::string column;
+        while (std::getline(list, column, ',')) {
+          column.erase(0, column.find_first_not_of(" \t"));
+          column.erase(column.find_last_not_of(" \t") + 1);
+          sets += (sets.empty() ? "" : ", ") + column + " = EXCLUDED." + column;
+        }
+        if (!target.empty() && !sets.empty()) conflict = " ON CONFLICT (" + target + ") DO UPDATE SET " + sets;
+      }
+      std::size_t end = statementEnd(sql, start);
+      std::string head = "INSERT INTO " + table + " (" + columns + ")";
+      sql = sql.substr(0, start) + head + sql.substr(start + static_cast<std::size_t>(m.length(0)), end - start - static_cast<std::size_t>(m.length(0))) +
+            conflict + sql.substr(end);
+      from = statementEnd(sql, start) + 1;
+    }
+    return true;
   }
 
   HRESULT CreateProject(BSTR path, VARIANT_BOOL* ok) override {

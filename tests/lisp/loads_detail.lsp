@@ -10,7 +10,7 @@
   (if (vl-catch-all-error-p r) (vl-catch-all-error-message r)))
 
 (setq root "/tmp/kv_lisp_loaddetail/")
-(foreach f (list "loads.dwg" "kv_lisp_loaddetail_kv_hvac.kv") (vl-file-delete (strcat root f)))
+(foreach f (list "loads.dwg" "kv_lisp_loaddetail_kv_hvac.kv" "kv_lisp_loaddetail_kv_hvac.kvlink") (vl-file-delete (strcat root f)))
 (kvhost-new)
 (ld-check "save" (kvhost-save-as (strcat root "loads.dwg")))
 (kvhost-close (strcat root "loads.dwg"))

@@ -66,6 +66,25 @@ TEST_F(Server, ARowLockedByAnotherDesignerIsADiskOrNetworkErrorAfterTheWait) {
   EXPECT_TRUE(Add({{L"WIDTH", _variant_t(3.0)}}));
 }
 
+TEST_F(Server, InsertOrReplaceAndOrIgnoreKeepSqlitesMeaning) {
+  CreateProject();
+  ASSERT_TRUE(Execute(L"CREATE TABLE IF NOT EXISTS tblKvTree (sName TEXT PRIMARY KEY, sTree TEXT)"));
+  ASSERT_TRUE(Execute(L"INSERT OR REPLACE INTO tblKvTree (sName, sTree) VALUES ('floor', 'a; b')"));
+  ASSERT_TRUE(Execute(L"INSERT OR REPLACE INTO tblKvTree (sName, sTree) VALUES ('floor', 'c'); "
+                      L"insert or ignore into tblKvTree (sName, sTree) values ('floor', 'ignored')"));
+  ASSERT_TRUE(Execute(L"INSERT OR IGNORE INTO tblKvTree (sName, sTree) VALUES ('zone', 'z')"));
+  std::vector<_variant_t> trees = Query(L"SELECT sTree FROM tblKvTree ORDER BY sName");
+  ASSERT_EQ(trees.size(), 2u);
+  EXPECT_EQ(std::wstring(trees[0].bstrVal), L"c");
+  EXPECT_EQ(std::wstring(trees[1].bstrVal), L"z");
+  // On a table with a whole-number key, the key decides which row is replaced.
+  ASSERT_TRUE(Execute(L"INSERT OR REPLACE INTO tblMonth (ixMonth, iMonth, sName) VALUES (1, 0, 'Jan')"));
+  std::vector<_variant_t> name = Query(L"SELECT sName FROM tblMonth WHERE ixMonth = 1");
+  ASSERT_EQ(name.size(), 1u);
+  EXPECT_EQ(std::wstring(name[0].bstrVal), L"Jan");
+  EXPECT_EQ(Query(L"SELECT count(*) FROM tblMonth").front().lVal, 12);
+}
+
 TEST_F(Server, LinkFilesThatLeadNowhereFailWithTheRightCode) {
   // No link file: as a missing project file.
   EXPECT_EQ(Open(), L"");
