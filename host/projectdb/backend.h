@@ -15,9 +15,10 @@ namespace kvprojectdb {
 // The connection slots plus what the host's own LISP functions need of any engine.
 class Backend : public ProjectDatabase {
  public:
-  // Runs one SELECT (SQLite's dialect; a server back end rewrites it) and collects, for every row,
-  // the named columns (any case), or the first column when none are named. False with the error
-  // recorded when the statement fails or names a column the result lacks.
+  // Clears the recorded error, runs one SELECT (SQLite's dialect; a server back end rewrites it)
+  // and collects, for every row, the named columns (any case), or the first column when none are
+  // named. False with the error recorded when the statement fails or names a column the result
+  // lacks.
   virtual bool QueryColumns(const std::string& sql, const std::vector<std::string>& columns,
                             std::vector<CellRow>& rows) = 0;
   virtual std::pair<LONG, std::string> LastErrorUtf8() const = 0;

@@ -166,6 +166,9 @@ class ProjectDatabaseImpl final : public ComObject<Backend> {
 bool ReadRowFields(SAFEARRAY* row, const TableInfo& table, std::vector<std::pair<int, Cell>>& fields, HRESULT& hr,
                    std::string& unknown);
 
+// QueryRow on any engine: the first column of every row QueryColumns answers, as one array.
+HRESULT AnswerQueryRow(Backend& db, BSTR sql, SAFEARRAY** values, VARIANT_BOOL* found);
+
 // The one interface every connection object answers to.
 HRESULT QueryProjectDatabase(ProjectDatabase* self, REFIID iid, void** out);
 

@@ -228,25 +228,28 @@ HRESULT ProjectDatabaseImpl::DeleteRecord(VARIANT_BOOL* done) {
 
 // ---- SQL ----------------------------------------------------------------------------------------------
 
-HRESULT ProjectDatabaseImpl::QueryRow(BSTR sql, SAFEARRAY** values, VARIANT_BOOL* found) {
+HRESULT AnswerQueryRow(Backend& db, BSTR sql, SAFEARRAY** values, VARIANT_BOOL* found) {
   if (!values || !found) return E_POINTER;
   *values = nullptr;
   SetFlag(found, false);
-  ClearError();
-  if (!RequireOpen()) return S_OK;
   std::vector<CellRow> rows;
-  if (!QueryColumns(TranslateSql(BstrToUtf8(sql)), {}, rows) || rows.empty()) return S_OK;
+  if (!db.QueryColumns(TranslateSql(BstrToUtf8(sql)), {}, rows) || rows.empty()) return S_OK;
   SAFEARRAY* array = SafeArrayCreateVector(VT_VARIANT, 0, static_cast<ULONG>(rows.size()));
   if (!array) return E_OUTOFMEMORY;
   auto* items = static_cast<VARIANT*>(array->pvData);
-  for (std::size_t i = 0; i < rows.size(); ++i) items[i] = CellToVariant(rows[i][0], false);
+  for (std::size_t i = 0; i < rows.size(); ++i) items[i] = ProjectDatabaseImpl::CellToVariant(rows[i][0], false);
   *values = array;
   SetFlag(found, true);
   return S_OK;
 }
 
+HRESULT ProjectDatabaseImpl::QueryRow(BSTR sql, SAFEARRAY** values, VARIANT_BOOL* found) {
+  return AnswerQueryRow(*this, sql, values, found);
+}
+
 bool ProjectDatabaseImpl::QueryColumns(const std::string& sql, const std::vector<std::string>& columns,
                                        std::vector<CellRow>& rows) {
+  ClearError();
   if (!RequireOpen()) return false;
   sqlite3_stmt* raw = nullptr;
   int rc = sqlite3_prepare_v2(db_.get(), sql.c_str(), static_cast<int>(sql.size()), &raw, nullptr);
