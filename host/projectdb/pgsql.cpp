@@ -519,6 +519,7 @@ class ServerDatabase final : public ComObject<Backend> {
     ClearError();
     if (!RequireOpen()) return false;
     std::string text = ServerSql(sql);
+    Reconnect();
     Result r(PQexec(conn_.get(), text.c_str()));
     if (!Succeeded(r.get(), "Cannot run \"" + sql + "\"")) return false;
     std::vector<int> picks;
@@ -553,6 +554,7 @@ class ServerDatabase final : public ComObject<Backend> {
     std::string text = ServerSql(original);
     if (!RewriteUpserts(text)) return S_OK;
     // Several statements sent at once run as one transaction: all of them or none.
+    Reconnect();
     Result r(PQexec(conn_.get(), text.c_str()));
     if (!Succeeded(r.get(), "Cannot run \"" + original + "\"")) return S_OK;
     Invalidate(nullptr, nullptr);
@@ -689,6 +691,7 @@ class ServerDatabase final : public ComObject<Backend> {
   // Each statement the back end writes is prepared once per connection: the server then neither
   // parses nor plans it again, which is most of a keyed call's cost on a near server.
   bool Query(const std::string& sql, const Params& params, std::vector<CellRow>& rows) {
+    Reconnect();
     std::vector<const char*> values = params.Pointers();
     auto found = prepared_.find(sql);
     if (found == prepared_.end()) {
@@ -737,7 +740,19 @@ class ServerDatabase final : public ComObject<Backend> {
     }
     conn_ = std::move(conn);
     link_ = link;
+    setup_ = setup;
     return true;
+  }
+
+  // A connection the server or the network cut (a server restart, a dropped link) is made again
+  // by the next call; the call that met the cut has failed with 3043, so no write is taken for
+  // done that was not.
+  void Reconnect() {
+    if (!conn_ || PQstatus(conn_.get()) == CONNECTION_OK) return;
+    PQreset(conn_.get());
+    std::string ignored;
+    if (PQstatus(conn_.get()) == CONNECTION_OK) run(conn_.get(), setup_, &ignored);
+    prepared_.clear();
   }
 
   void CloseServer() {
@@ -998,6 +1013,7 @@ class ServerDatabase final : public ComObject<Backend> {
   std::unordered_map<std::string, std::string> prepared_;  // SQL to statement name
   long statementsMade_ = 0;
   std::string link_;
+  std::string setup_;  // the session settings, given again after a reconnection
   LONG errorCode_ = 0;
   std::string errorText_;
   std::map<std::string, std::unique_ptr<TableInfo>> tables_;

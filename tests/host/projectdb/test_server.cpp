@@ -85,6 +85,24 @@ TEST_F(Server, InsertOrReplaceAndOrIgnoreKeepSqlitesMeaning) {
   EXPECT_EQ(Query(L"SELECT count(*) FROM tblMonth").front().lVal, 12);
 }
 
+TEST_F(Server, ACutConnectionFailsOneCallAndIsMadeAgainByTheNext) {
+  CreateProject();
+  ASSERT_TRUE(SetTable(L"tblDuct"));
+  ASSERT_TRUE(Add({{L"WIDTH", _variant_t(1.0)}}));
+  std::vector<_variant_t> pid = Query(L"SELECT pg_backend_pid()");
+  ASSERT_EQ(pid.size(), 1u);
+  PGconn* other = PQconnectdb(LinkText().c_str());
+  ASSERT_EQ(PQstatus(other), CONNECTION_OK) << PQerrorMessage(other);
+  PQclear(PQexec(other, ("SELECT pg_terminate_backend(" + std::to_string(pid[0].lVal) + ")").c_str()));
+  PQfinish(other);
+  EXPECT_FALSE(Add({{L"WIDTH", _variant_t(2.0)}}));
+  EXPECT_EQ(LastError().first, 3043);
+  EXPECT_TRUE(Add({{L"WIDTH", _variant_t(3.0)}})) << WideToUtf8(LastError().second);
+  // The lost write is not there; the one after the reconnection is.
+  EXPECT_EQ(Query(L"SELECT WIDTH FROM tblDuct ORDER BY ixDuct").size(), 2u);
+  EXPECT_NE(Query(L"SELECT pg_backend_pid()").front().lVal, pid[0].lVal);
+}
+
 TEST_F(Server, LinkFilesThatLeadNowhereFailWithTheRightCode) {
   // No link file: as a missing project file.
   EXPECT_EQ(Open(), L"");
