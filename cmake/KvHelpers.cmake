@@ -33,3 +33,15 @@ function(kv_subdirs)
     add_subdirectory(${d})
   endforeach()
 endfunction()
+
+# kv_server_tests(NAME): the cases of the test executable NAME once more, as "server.<case>", with
+# every project made on a throw-away PostgreSQL server (the pgserver fixture of tests/host/projectdb).
+# KV_PROJECTDB_SERVER is the one parameter: set, the fixtures make link files instead of files.
+set(KV_PGSERVER_DIR ${CMAKE_BINARY_DIR}/pgserver)
+function(kv_server_tests name)
+  gtest_discover_tests(${name} TEST_PREFIX "server." WORKING_DIRECTORY ${KV_SOURCE_DIR} DISCOVERY_MODE PRE_TEST
+                       PROPERTIES ENVIRONMENT "KV_BINARY_DIR=${CMAKE_BINARY_DIR}"
+                                  ENVIRONMENT_MODIFICATION
+                                  "KV_PROJECTDB_SERVER=set:host=${KV_PGSERVER_DIR} user=kv dbname=postgres"
+                                  FIXTURES_REQUIRED pgserver)
+endfunction()

@@ -92,13 +92,16 @@
      nil)))
 
 ;; Makes FOLDER a project: creates its database file "<folder name>_kv_hvac.kv" unless the folder
-;; has one already. Answers the path of the folder's database file.
+;; has one already; with a server named for new projects (KV_PROJECTDB_SERVER) the project is made
+;; there, behind the link file "<folder name>_kv_hvac.kvlink". Answers the path of the folder's
+;; database file.
 (defun projectdb-createProject (folder / existing name)
   (setq folder (vl-string-right-trim " /\\" folder))
   (cond
     ((setq existing (kvdb-find folder "kv_hvac")) existing)
     (T
-     (setq name (strcat folder "/" (projectdb-baseName folder) "_kv_hvac.kv"))
+     (setq name (strcat folder "/" (projectdb-baseName folder)
+                        (if (getenv "KV_PROJECTDB_SERVER") "_kv_hvac.kvlink" "_kv_hvac.kv")))
      (kvdb-create name)
      name)))
 

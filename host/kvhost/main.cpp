@@ -218,7 +218,10 @@ bool ensureProjectFile() {
     if (!env.call("kvdb-candidates", {kvlisp::Value::string(folder), kvlisp::Value::string("kv_hvac")}).isNil())
       return true;
     std::string name = std::filesystem::path(folder).filename().string();
-    std::string path = folder + "/" + (name.empty() ? "project" : name) + "_kv_hvac.kv";
+    // An office that names a server for new projects gets them there, behind a link file.
+    const char* server = std::getenv("KV_PROJECTDB_SERVER");
+    std::string path = folder + "/" + (name.empty() ? "project" : name) +
+                       (server && *server ? "_kv_hvac.kvlink" : "_kv_hvac.kv");
     env.call("kvdb-create", {kvlisp::Value::string(path)});
     std::printf("kvhost: the project folder had no project file; created %s\n", path.c_str());
     return true;

@@ -23,11 +23,8 @@ namespace kvprojectdb {
 namespace {
 
 HRESULT createInstance(REFIID iid, void** out) {
-  auto* object = new (std::nothrow) ProjectDatabaseImpl();
-  if (!object) return E_OUTOFMEMORY;
-  HRESULT hr = object->QueryInterface(iid, out);
-  object->Release();
-  return hr;
+  ComPtr<Backend> object = MakeRoutingBackend();
+  return object->QueryInterface(iid, out);
 }
 
 // Linking the library makes the class creatable, as installing the component does.
@@ -69,6 +66,12 @@ std::string immutableUri(const std::string& path) {
 }
 
 }  // namespace
+
+ComPtr<Backend> MakeFileBackend() {
+  ComPtr<Backend> made;
+  made.Attach(new ProjectDatabaseImpl());
+  return made;
+}
 
 std::string LowerAscii(std::string_view text) {
   std::string out(text);
@@ -143,16 +146,18 @@ int TableInfo::FindColumn(std::string_view name) const {
 
 ProjectDatabaseImpl::~ProjectDatabaseImpl() { CloseFile(); }
 
-HRESULT ProjectDatabaseImpl::QueryInterface(REFIID iid, void** out) {
+HRESULT QueryProjectDatabase(ProjectDatabase* self, REFIID iid, void** out) {
   if (!out) return E_POINTER;
   if (iid == IID_ProjectDatabase || iid == IID_IUnknown) {
-    *out = static_cast<ProjectDatabase*>(this);
-    AddRef();
+    *out = self;
+    self->AddRef();
     return S_OK;
   }
   *out = nullptr;
   return E_NOINTERFACE;
 }
+
+HRESULT ProjectDatabaseImpl::QueryInterface(REFIID iid, void** out) { return QueryProjectDatabase(this, iid, out); }
 
 void ProjectDatabaseImpl::ClearError() {
   errorCode_ = 0;

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "ProjectDatabase.h"
+#include "backend.h"
 #include "sqlite.h"
 
 namespace kvprojectdb {
@@ -64,7 +65,7 @@ struct Cursor {
   }
 };
 
-class ProjectDatabaseImpl final : public ComObject<ProjectDatabase> {
+class ProjectDatabaseImpl final : public ComObject<Backend> {
  public:
   ProjectDatabaseImpl() = default;
   ~ProjectDatabaseImpl() override;
@@ -94,11 +95,12 @@ class ProjectDatabaseImpl final : public ComObject<ProjectDatabase> {
   HRESULT CreateProject(BSTR path, VARIANT_BOOL* ok) override;
   HRESULT Repair(BSTR path, LONG* rowsSaved, VARIANT_BOOL* ok) override;
 
-  // For the host's own LISP functions: runs one SELECT (already in SQLite's dialect) and collects,
-  // for every row, the named columns (any case), or the first column when none are named. False
-  // with the error recorded when the statement fails or names a column the result lacks.
-  bool QueryColumns(const std::string& sql, const std::vector<std::string>& columns, std::vector<CellRow>& rows);
-  std::pair<LONG, std::string> LastErrorUtf8() const { return {errorCode_, WideToUtf8(errorText_)}; }
+  bool QueryColumns(const std::string& sql, const std::vector<std::string>& columns,
+                    std::vector<CellRow>& rows) override;
+  std::pair<LONG, std::string> LastErrorUtf8() const override { return {errorCode_, WideToUtf8(errorText_)}; }
+  // Rows and values as callers receive them, from whichever engine holds the project.
+  static SAFEARRAY* MakeRow(const TableInfo& table, const CellRow& row);
+  static VARIANT CellToVariant(const Cell& c, bool boolean);
 
  private:
   enum class OpenOutcome { Open, Failed, NeedsRepair };
@@ -134,8 +136,6 @@ class ProjectDatabaseImpl final : public ComObject<ProjectDatabase> {
   bool ReadIndices(TableInfo& info);
   bool ReadFields(SAFEARRAY* row, const TableInfo& table, std::vector<std::pair<int, Cell>>& fields, HRESULT& hr);
   bool ReadRowById(const TableInfo& table, std::int64_t rowid, CellRow& out);
-  SAFEARRAY* MakeRow(const TableInfo& table, const CellRow& row) const;
-  static VARIANT CellToVariant(const Cell& c, bool boolean);
   // Drops the rows read ahead by the cursors of table (all tables when null) except one, after a
   // write through this connection may have changed them.
   void Invalidate(const TableInfo* table, const Cursor* except);
@@ -163,6 +163,18 @@ class ProjectDatabaseImpl final : public ComObject<ProjectDatabase> {
   std::map<const TableInfo*, Cursor> cursors_;
   Cursor* current_ = nullptr;
 };
+
+// Checks the shape of a name/value array and maps each name to a column; the key column is left
+// out, since the database owns it. False with hr failing for a malformed array, or with unknown
+// naming a field the table does not have.
+bool ReadRowFields(SAFEARRAY* row, const TableInfo& table, std::vector<std::pair<int, Cell>>& fields, HRESULT& hr,
+                   std::string& unknown);
+
+// QueryRow on any engine: the first column of every row QueryColumns answers, as one array.
+HRESULT AnswerQueryRow(Backend& db, BSTR sql, SAFEARRAY** values, VARIANT_BOOL* found);
+
+// The one interface every connection object answers to.
+HRESULT QueryProjectDatabase(ProjectDatabase* self, REFIID iid, void** out);
 
 // Project files (files.cpp). Each answers false with *error filled on failure.
 bool CreateProjectFile(const std::string& path, ProjectDbError* code, std::string* error);

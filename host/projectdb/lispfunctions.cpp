@@ -19,8 +19,8 @@ using kvlisp::Value;
 
 // One connection per file for the life of the process, so repeated queries do not check the file
 // again each time. Creating or repairing a file drops its connection.
-std::map<std::string, ComPtr<ProjectDatabaseImpl>>& connections() {
-  static std::map<std::string, ComPtr<ProjectDatabaseImpl>> open;
+std::map<std::string, ComPtr<Backend>>& connections() {
+  static std::map<std::string, ComPtr<Backend>> open;
   return open;
 }
 
@@ -28,18 +28,25 @@ std::map<std::string, ComPtr<ProjectDatabaseImpl>>& connections() {
   throw kvlisp::Error(std::string(function) + ": " + text);
 }
 
-ProjectDatabaseImpl& connect(std::string_view function, const std::string& path) {
+}  // namespace
+
+void ForgetProjectConnection(const std::string& path) { connections().erase(path); }
+
+Backend& ConnectProject(std::string_view function, const std::string& path) {
   auto found = connections().find(path);
   VARIANT_BOOL open = VARIANT_FALSE;
   if (found != connections().end() && SUCCEEDED(found->second->IsOpen(&open)) && open) return *found->second;
-  ComPtr<ProjectDatabaseImpl> db;
-  db.Attach(new ProjectDatabaseImpl());
+  ComPtr<Backend> db = MakeRoutingBackend();
   _bstr_t result;
   db->Open(_bstr_t(Utf8ToWide(path)), 0, 0, result.GetAddress());
   if (result.str() == L"*REPAIR*") fail(function, "the database '" + path + "' is damaged and needs repair");
   if (result.length() == 0) fail(function, db->LastErrorUtf8().second);
   return *(connections()[path] = db);
 }
+
+namespace {
+
+Backend& connect(std::string_view function, const std::string& path) { return ConnectProject(function, path); }
 
 Value toValue(const Cell& c) {
   switch (c.type) {
@@ -75,7 +82,7 @@ Value query(Environment&, Args args) {
   if (args.size() > 2 && !args[2].isNil()) columns.push_back(kvlisp::argString(args, 2));
   if (args.size() > 3 && !args[3].isNil()) columns.push_back(kvlisp::argString(args, 3));
   bool distinct = kvlisp::argBool(args, 4);
-  ProjectDatabaseImpl& db = connect("kvdb-query", path);
+  Backend& db = connect("kvdb-query", path);
   std::vector<CellRow> rows;
   if (!db.QueryColumns(sql, columns, rows)) fail("kvdb-query", db.LastErrorUtf8().second);
   if (columns.size() == 2)
@@ -89,20 +96,22 @@ Value query(Environment&, Args args) {
 
 // (kvdb-execute path sql)
 Value execute(Environment&, Args args) {
-  ProjectDatabaseImpl& db = connect("kvdb-execute", kvlisp::argString(args, 0));
+  Backend& db = connect("kvdb-execute", kvlisp::argString(args, 0));
   VARIANT_BOOL ok = VARIANT_FALSE;
   db.Execute(_bstr_t(Utf8ToWide(kvlisp::argString(args, 1))), &ok);
   if (!ok) fail("kvdb-execute", db.LastErrorUtf8().second);
   return Value::t();
 }
 
-// (kvdb-create path)
+// (kvdb-create path [server])
 Value create(Environment&, Args args) {
   const std::string& path = kvlisp::argString(args, 0);
   connections().erase(path);
   ProjectDbError code = ProjectDbError::None;
   std::string error;
-  if (!CreateProjectFile(path, &code, &error)) fail("kvdb-create", error);
+  std::string server = args.size() > 1 && !args[1].isNil() ? kvlisp::argString(args, 1) : "";
+  bool made = IsLinkPath(path) ? CreateServerProject(path, &code, &error, server) : CreateProjectFile(path, &code, &error);
+  if (!made) fail("kvdb-create", error);
   return Value::t();
 }
 
@@ -113,7 +122,8 @@ Value repair(Environment&, Args args) {
   ProjectDbError code = ProjectDbError::None;
   std::string error;
   long saved = 0;
-  if (!RepairProjectFile(path, &saved, &code, &error)) {
+  if (IsLinkPath(path)) error = "'" + path + "' links to a project on a database server: there is no file to repair.";
+  if (IsLinkPath(path) || !RepairProjectFile(path, &saved, &code, &error)) {
     acutPrintf(L"\n%s", Utf8ToWide(error).c_str());
     return Value();
   }
@@ -160,9 +170,12 @@ std::vector<std::string> candidates(const std::string& folder, const std::string
   return found;
 }
 
-// The one file of folder named *key*.extension that counts; "" for none or for two.
+// The one file of folder named *key*.extension that counts; "" for none or for two. A link file
+// stands for a project file: a folder holding one of each has two candidates.
 std::string findWithExtension(const std::string& folder, const std::string& key, const std::string& extension) {
   std::vector<std::string> found = candidates(folder, key, extension);
+  if (extension == "kv")
+    for (std::string& link : candidates(folder, key, "kvlink")) found.push_back(std::move(link));
   return found.size() == 1 ? found.front() : "";
 }
 
@@ -178,7 +191,7 @@ Value listCandidates(Environment&, Args args) {
   std::string folder = folderArgument(args);
   std::vector<Value> paths;
   if (folder.empty()) return Value();
-  for (const char* extension : {"kv", "mdb"})
+  for (const char* extension : {"kv", "kvlink", "mdb"})
     for (std::string& path : candidates(folder, kvlisp::argString(args, 1), extension))
       paths.push_back(Value::string(std::move(path)));
   return Value::list(paths);
@@ -196,15 +209,18 @@ Value find(Environment&, Args args) {
 
 const kvlisp::NativeDef kFunctions[] = {
     {"kvdb-find", "(kvdb-find folder key)",
-     "The one project file of FOLDER whose name holds KEY (.kv, else .mdb); nil for none or several.", find},
+     "The one project file of FOLDER whose name holds KEY (.kv or .kvlink, else .mdb); nil for none or several.", find},
     {"kvdb-candidates", "(kvdb-candidates folder key)",
-     "Every file of FOLDER whose name holds KEY that the finder weighs (.kv, then .mdb).", listCandidates},
+     "Every file of FOLDER whose name holds KEY that the finder weighs (.kv, .kvlink, then .mdb).", listCandidates},
     {"kvdb-query", "(kvdb-query path sql [column [sortColumn [distinct]]])",
      "The values of COLUMN (else the first) of every row of SQL, ordered by SORTCOLUMN, repeats dropped with "
      "DISTINCT.",
      query},
     {"kvdb-execute", "(kvdb-execute path sql)", "Runs a statement that changes data; T.", execute},
-    {"kvdb-create", "(kvdb-create path)", "Creates a new project file with its schema and starting rows; T.", create},
+    {"kvdb-create", "(kvdb-create path [server])",
+     "Creates a new project file with its schema and starting rows; T. A .kvlink PATH makes the project on "
+     "SERVER (a connection string; else the one KV_PROJECTDB_SERVER names) and links to it.",
+     create},
     {"kvdb-repair", "(kvdb-repair path)",
      "Rebuilds a damaged project file, keeping it as PATH.damaged; the rows saved, or nil.", repair},
     {"kvdb-compact", "(kvdb-compact path)", "Rewrites a project file without its free pages; (pages-before pages-after), or nil.", compact},

@@ -53,7 +53,7 @@ VARIANT ProjectDatabaseImpl::CellToVariant(const Cell& c, bool boolean) {
   return v;
 }
 
-SAFEARRAY* ProjectDatabaseImpl::MakeRow(const TableInfo& table, const CellRow& row) const {
+SAFEARRAY* ProjectDatabaseImpl::MakeRow(const TableInfo& table, const CellRow& row) {
   std::size_t n = table.columns.size();
   SAFEARRAY* array = SafeArrayCreateVector(VT_VARIANT, 0, static_cast<ULONG>(2 * n));
   if (!array) return nullptr;
@@ -85,11 +85,9 @@ bool ProjectDatabaseImpl::ReadRowById(const TableInfo& table, std::int64_t rowid
   return true;
 }
 
-// Checks the shape of a name/value array and maps each name to a column; the key column is left
-// out, since the database owns it. A malformed array is the caller's bug (E_INVALIDARG); an unknown
-// name is a database error.
-bool ProjectDatabaseImpl::ReadFields(SAFEARRAY* row, const TableInfo& table,
-                                     std::vector<std::pair<int, Cell>>& fields, HRESULT& hr) {
+// A malformed array is the caller's bug (E_INVALIDARG); an unknown name is a database error.
+bool ReadRowFields(SAFEARRAY* row, const TableInfo& table, std::vector<std::pair<int, Cell>>& fields, HRESULT& hr,
+                   std::string& unknown) {
   hr = S_OK;
   if (!row || row->cDims != 1 || row->rgsabound[0].cElements % 2 != 0) {
     hr = E_INVALIDARG;
@@ -104,7 +102,7 @@ bool ProjectDatabaseImpl::ReadFields(SAFEARRAY* row, const TableInfo& table,
     std::string name = BstrToUtf8(items[i].bstrVal);
     int column = table.FindColumn(name);
     if (column < 0) {
-      SetError(ProjectDbError::FieldNotFound, "Item not found in this collection: no field '" + name + "' in " + table.name + ".");
+      unknown = name;
       return false;
     }
     Cell cell;
@@ -115,6 +113,15 @@ bool ProjectDatabaseImpl::ReadFields(SAFEARRAY* row, const TableInfo& table,
     if (column != table.keyColumn) fields.emplace_back(column, std::move(cell));
   }
   return true;
+}
+
+bool ProjectDatabaseImpl::ReadFields(SAFEARRAY* row, const TableInfo& table,
+                                     std::vector<std::pair<int, Cell>>& fields, HRESULT& hr) {
+  std::string unknown;
+  if (ReadRowFields(row, table, fields, hr, unknown)) return true;
+  if (!unknown.empty())
+    SetError(ProjectDbError::FieldNotFound, "Item not found in this collection: no field '" + unknown + "' in " + table.name + ".");
+  return false;
 }
 
 // ---- Writes -------------------------------------------------------------------------------------------
@@ -221,25 +228,28 @@ HRESULT ProjectDatabaseImpl::DeleteRecord(VARIANT_BOOL* done) {
 
 // ---- SQL ----------------------------------------------------------------------------------------------
 
-HRESULT ProjectDatabaseImpl::QueryRow(BSTR sql, SAFEARRAY** values, VARIANT_BOOL* found) {
+HRESULT AnswerQueryRow(Backend& db, BSTR sql, SAFEARRAY** values, VARIANT_BOOL* found) {
   if (!values || !found) return E_POINTER;
   *values = nullptr;
   SetFlag(found, false);
-  ClearError();
-  if (!RequireOpen()) return S_OK;
   std::vector<CellRow> rows;
-  if (!QueryColumns(TranslateSql(BstrToUtf8(sql)), {}, rows) || rows.empty()) return S_OK;
+  if (!db.QueryColumns(TranslateSql(BstrToUtf8(sql)), {}, rows) || rows.empty()) return S_OK;
   SAFEARRAY* array = SafeArrayCreateVector(VT_VARIANT, 0, static_cast<ULONG>(rows.size()));
   if (!array) return E_OUTOFMEMORY;
   auto* items = static_cast<VARIANT*>(array->pvData);
-  for (std::size_t i = 0; i < rows.size(); ++i) items[i] = CellToVariant(rows[i][0], false);
+  for (std::size_t i = 0; i < rows.size(); ++i) items[i] = ProjectDatabaseImpl::CellToVariant(rows[i][0], false);
   *values = array;
   SetFlag(found, true);
   return S_OK;
 }
 
+HRESULT ProjectDatabaseImpl::QueryRow(BSTR sql, SAFEARRAY** values, VARIANT_BOOL* found) {
+  return AnswerQueryRow(*this, sql, values, found);
+}
+
 bool ProjectDatabaseImpl::QueryColumns(const std::string& sql, const std::vector<std::string>& columns,
                                        std::vector<CellRow>& rows) {
+  ClearError();
   if (!RequireOpen()) return false;
   sqlite3_stmt* raw = nullptr;
   int rc = sqlite3_prepare_v2(db_.get(), sql.c_str(), static_cast<int>(sql.size()), &raw, nullptr);

@@ -35,11 +35,18 @@ const std::vector<TableDef>& projectTables();
 // the file, so the stored name carries the table.
 std::string storedIndexName(std::string_view table, std::string_view index);
 
+// The engines a project can live in. Names on the server are folded to lower case, as unquoted
+// names are there, so that SQL written without quotes finds them.
+enum class Dialect { Sqlite, Server };
+
+// The declared type of a column kind on an engine: the one place where kinds become types.
+std::string columnType(ColumnKind kind, Dialect dialect);
+
 // CREATE INDEX for one named index of a table; nothing happens when the file has it already.
-std::string indexStatement(const TableDef& table, const IndexDef& index);
+std::string indexStatement(const TableDef& table, const IndexDef& index, Dialect dialect = Dialect::Sqlite);
 
 // CREATE TABLE and CREATE INDEX statements for the whole schema, one per element.
-std::vector<std::string> schemaStatements();
+std::vector<std::string> schemaStatements(Dialect dialect = Dialect::Sqlite);
 
 // CREATE statements for the tables of the schema that a file made by an older version lacks,
 // given the names of the tables it has.

@@ -1,6 +1,7 @@
 // Finding, opening, repairing, connecting and closing the project database of a project folder.
 #include <algorithm>
 #include <filesystem>
+#include <initializer_list>
 
 #include "database.h"
 #include "text.h"
@@ -25,19 +26,23 @@ bool IsCandidateName(const std::wstring& upperName) {
 
 // The single candidate of one extension: "*<key>*.<extension>", compared without regard to case
 // as the platform's file search does.
+// Files of any of the extensions compete as one set of candidates.
 std::wstring FindWithExtension(const std::filesystem::path& folder, std::wstring_view key,
-                               std::wstring_view extension) {
+                               std::initializer_list<std::wstring_view> extensions) {
   const std::wstring upperKey = Upper(key);
-  const std::wstring upperExt = L"." + Upper(extension);
   std::wstring hit;
   int hits = 0;
   std::error_code ec;
   for (std::filesystem::directory_iterator it(folder, ec), end; !ec && it != end; it.increment(ec)) {
     if (!it->is_regular_file(ec)) continue;
     const std::wstring name = Upper(it->path().filename().wstring());
-    if (name.size() < upperExt.size() || name.compare(name.size() - upperExt.size(), upperExt.size(), upperExt) != 0)
-      continue;
-    if (name.substr(0, name.size() - upperExt.size()).find(upperKey) == std::wstring::npos) continue;
+    std::size_t stem = std::wstring::npos;
+    for (std::wstring_view extension : extensions) {
+      const std::wstring upperExt = L"." + Upper(extension);
+      if (name.size() >= upperExt.size() && name.compare(name.size() - upperExt.size(), upperExt.size(), upperExt) == 0)
+        stem = name.size() - upperExt.size();
+    }
+    if (stem == std::wstring::npos || name.substr(0, stem).find(upperKey) == std::wstring::npos) continue;
     if (!IsCandidateName(name)) continue;
     hit = it->path().wstring();
     if (++hits == 2) return {};
@@ -183,8 +188,9 @@ bool IsConnectionOpen(ProjectDatabase* connection) {
 
 std::wstring FindDatabaseFile(std::wstring_view folder, std::wstring_view key) {
   const std::filesystem::path dir{std::wstring(folder)};
-  std::wstring path = FindWithExtension(dir, key, L"kv");
-  return path.empty() ? FindWithExtension(dir, key, L"mdb") : path;
+  // A link file to a server project stands where the project file would.
+  std::wstring path = FindWithExtension(dir, key, {L"kv", L"kvlink"});
+  return path.empty() ? FindWithExtension(dir, key, {L"mdb"}) : path;
 }
 
 bool OpenDatabase(kvPerProjectData& project, std::wstring folder, std::wstring_view key, bool report) {

@@ -101,8 +101,8 @@ class ProjectContextScope {
 // Finding, opening, connecting and closing
 // ---------------------------------------------------------------------------------------------
 
-// The one database file of kind key ("kv_hvac", "kv_elec", "kv_plumb") in folder: a "kv" file,
-// else an "mdb" file, whose name holds the key and is no master or standards copy. "" when there
+// The one database file of kind key ("kv_hvac", "kv_elec", "kv_plumb") in folder: a "kv" file or
+// a "kvlink" file (one of the two, not one of each), else an "mdb" file, whose name holds the key and is no master or standards copy. "" when there
 // is none, or more than one candidate.
 std::wstring FindDatabaseFile(std::wstring_view folder, std::wstring_view key);
 

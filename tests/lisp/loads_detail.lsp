@@ -15,7 +15,9 @@
 
 ;; A folder of this checkout's own: several checkouts may run their tests at the same time.
 (setq root (strcat "/tmp/kv_lisp_loaddetail" (vl-string-translate "/" "_" (getenv "PWD")) "/"))
-(foreach f (list "loads.dwg" (strcat (vl-filename-base (vl-string-right-trim "/" root)) "_kv_hvac.kv")) (vl-file-delete (strcat root f)))
+(foreach f (list "loads.dwg" (strcat (vl-filename-base (vl-string-right-trim "/" root)) "_kv_hvac.kv")
+                 (strcat (vl-filename-base (vl-string-right-trim "/" root)) "_kv_hvac.kvlink"))
+  (vl-file-delete (strcat root f)))
 (kvhost-new)
 (ld-check "save" (kvhost-save-as (strcat root "loads.dwg")))
 (kvhost-close (strcat root "loads.dwg"))

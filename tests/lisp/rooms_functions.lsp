@@ -12,7 +12,7 @@
   (if (vl-catch-all-error-p r) (vl-catch-all-error-message r)))
 
 (setq root "/tmp/kv_lisp_roomfns/")
-(foreach f (list "rooms.dwg" "kv_lisp_roomfns_kv_hvac.kv") (vl-file-delete (strcat root f)))
+(foreach f (list "rooms.dwg" "kv_lisp_roomfns_kv_hvac.kv" "kv_lisp_roomfns_kv_hvac.kvlink") (vl-file-delete (strcat root f)))
 ;; Saving the drawing first makes the project folder.
 (kvhost-new)
 (fn-check "save" (kvhost-save-as (strcat root "rooms.dwg")))

@@ -21,7 +21,7 @@
 (defun near (a b) (< (abs (- a b)) 1e-6))
 
 (setq root "/tmp/kv_lisp_rooms/")
-(foreach f (list "plan.dwg" "ROOMARROW.dwg" "plan.png" "kv_lisp_rooms_kv_hvac.kv")
+(foreach f (list "plan.dwg" "ROOMARROW.dwg" "plan.png" "kv_lisp_rooms_kv_hvac.kv" "kv_lisp_rooms_kv_hvac.kvlink")
   (vl-file-delete (strcat root f)))
 ;; The leaders' arrow: a unit triangle with its tip at the block's origin, pointing along +X.
 (kvhost-new)

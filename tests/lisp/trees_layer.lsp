@@ -7,7 +7,7 @@
   ok)
 
 (setq root "/tmp/kv_lisp_trees/")
-(foreach f (list "trees.dwg" "kv_lisp_trees_kv_hvac.kv") (vl-file-delete (strcat root f)))
+(foreach f (list "trees.dwg" "kv_lisp_trees_kv_hvac.kv" "kv_lisp_trees_kv_hvac.kvlink") (vl-file-delete (strcat root f)))
 (kvhost-new)
 (tr-check "save" (kvhost-save-as (strcat root "trees.dwg")))
 (kvhost-close (strcat root "trees.dwg"))

@@ -208,6 +208,7 @@ void damagePages(const std::string& file, int firstPage, int pages) {
 }
 
 TEST_F(ProjectFile, DamagedPagesAskForRepairAndRepairKeepsReadableRows) {
+  KV_FILE_BACK_END_ONLY();
   CreateProject();
   ASSERT_TRUE(SetTable(L"tblDuct"));
   ASSERT_TRUE(Execute(L"WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 3000) "
@@ -246,6 +247,7 @@ TEST_F(ProjectFile, DamagedPagesAskForRepairAndRepairKeepsReadableRows) {
 }
 
 TEST_F(ProjectFile, RepairOfMissingOrAccessFileFails) {
+  KV_FILE_BACK_END_ONLY();
   LONG saved = 0;
   VARIANT_BOOL ok = VARIANT_TRUE;
   ASSERT_EQ(db_->Repair(_bstr_t(Utf8ToWide(file_)), &saved, &ok), S_OK);

@@ -169,7 +169,9 @@ TempFolder::~TempFolder() {
 }
 
 void ProjectFixture::SetUp() {
-  file_ = folder_.path() / "office_kv_hvac.kv";
+  // Named a server for new projects, the tests run against a server project behind a link file.
+  const char* server = std::getenv("KV_PROJECTDB_SERVER");
+  file_ = folder_.path() / (server && *server ? "office_kv_hvac.kvlink" : "office_kv_hvac.kv");
   ASSERT_TRUE(SUCCEEDED(CreateProjectDatabase(real_)));
   VARIANT_BOOL ok = VARIANT_FALSE;
   _bstr_t path(file_.wstring());

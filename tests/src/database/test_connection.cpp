@@ -91,6 +91,22 @@ TEST(FindDatabaseFile, KvBeforeMdbAndFiftyTwoKvFilesAreSkipped) {
   EXPECT_EQ(FindDatabaseFile(folder, L"kv_hvac"), (dir.path() / "office_kv_hvac.kv").wstring());
 }
 
+TEST(FindDatabaseFile, ALinkFileCompetesWithTheProjectFileUnderTheSameRules) {
+  TempFolder dir;
+  const std::wstring folder = dir.path().wstring();
+  Touch(dir.path() / "office_kv_hvac.mdb");
+  Touch(dir.path() / "office_kv_hvac_MASTER.kvlink");
+  Touch(dir.path() / "52-KV_HVAC.kvlink");
+  EXPECT_EQ(FindDatabaseFile(folder, L"kv_hvac"), (dir.path() / "office_kv_hvac.mdb").wstring());
+  Touch(dir.path() / "office_kv_hvac.KVLINK");
+  EXPECT_EQ(FindDatabaseFile(folder, L"kv_hvac"), (dir.path() / "office_kv_hvac.KVLINK").wstring());
+  // A file and a link in one folder are two candidates, so neither counts, as for two files.
+  Touch(dir.path() / "office_kv_hvac.kv");
+  EXPECT_EQ(FindDatabaseFile(folder, L"kv_hvac"), (dir.path() / "office_kv_hvac.mdb").wstring());
+  fs::remove(dir.path() / "office_kv_hvac.mdb");
+  EXPECT_EQ(FindDatabaseFile(folder, L"kv_hvac"), L"");
+}
+
 class Connection : public ::testing::Test {
  protected:
   void TearDown() override { ComSimulateCreateFailure(S_OK); }

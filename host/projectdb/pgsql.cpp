@@ -1,0 +1,1104 @@
+// The server back end: a project kept in its own schema on a PostgreSQL server, reached through
+// a link file in the project folder. It answers every slot as the file back end does (the same
+// rows, orders, errors and codes), so a caller cannot tell the two apart.
+#include <libpq-fe.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cctype>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <random>
+#include <regex>
+#include <sstream>
+
+#include "impl.h"
+#include "schema.h"
+
+namespace kvprojectdb {
+
+namespace {
+
+struct ResultClear {
+  void operator()(PGresult* r) const { PQclear(r); }
+};
+using Result = std::unique_ptr<PGresult, ResultClear>;
+
+struct ConnFinish {
+  void operator()(PGconn* c) const { PQfinish(c); }
+};
+using Conn = std::unique_ptr<PGconn, ConnFinish>;
+
+std::string quoted(std::string_view name) { return "\"" + std::string(name) + "\""; }
+
+bool fileExists(const std::string& path) { return access(path.c_str(), F_OK) == 0; }
+
+std::string folderOf(const std::string& path) {
+  std::size_t slash = path.rfind('/');
+  return slash == std::string::npos ? "." : slash == 0 ? "/" : path.substr(0, slash);
+}
+
+// The connection string of a link file: its first line that is neither blank nor a # comment.
+bool readLink(const std::string& path, std::string& conninfo) {
+  std::ifstream in(path);
+  std::string line;
+  while (std::getline(in, line)) {
+    std::size_t start = line.find_first_not_of(" \t\r");
+    if (start == std::string::npos || line[start] == '#') continue;
+    std::size_t end = line.find_last_not_of(" \t\r");
+    conninfo = line.substr(start, end - start + 1);
+    return true;
+  }
+  return false;
+}
+
+// How long a write waits for rows another designer holds, as the file back end waits for the file.
+long lockPatienceMs() {
+  const char* text = std::getenv("KV_DB_BUSY_TIMEOUT_MS");
+  long ms = text ? std::strtol(text, nullptr, 10) : 0;
+  return ms > 0 ? ms : 10000;
+}
+
+void ignoreNotice(void*, const char*) {}
+
+Conn connect(const std::string& conninfo, std::string* error) {
+  Conn conn(PQconnectdb(conninfo.c_str()));
+  if (!conn || PQstatus(conn.get()) != CONNECTION_OK) {
+    *error = conn ? PQerrorMessage(conn.get()) : "out of memory";
+    while (!error->empty() && (error->back() == '\n' || error->back() == ' ')) error->pop_back();
+    return nullptr;
+  }
+  // CREATE TABLE IF NOT EXISTS and the like talk back; the file back end stays silent, so this does.
+  PQsetNoticeProcessor(conn.get(), ignoreNotice, nullptr);
+  return conn;
+}
+
+bool run(PGconn* conn, const std::string& sql, std::string* error) {
+  Result r(PQexec(conn, sql.c_str()));
+  ExecStatusType st = r ? PQresultStatus(r.get()) : PGRES_FATAL_ERROR;
+  if (st == PGRES_COMMAND_OK || st == PGRES_TUPLES_OK) return true;
+  *error = PQerrorMessage(conn) + std::string(" in: ") + sql.substr(0, 200);
+  return false;
+}
+
+bool isWordChar(char c) { return std::isalnum(static_cast<unsigned char>(c)) || c == '_'; }
+
+// Rows copied in with their keys leave the key generators behind them; this sets each one past
+// the largest key, as SQLite's AUTOINCREMENT would be.
+const char* const kResyncKeys =
+    "DO $$DECLARE r record; BEGIN FOR r IN SELECT c.relname, a.attname FROM pg_attribute a "
+    "JOIN pg_class c ON c.oid = a.attrelid WHERE c.relnamespace = current_schema()::regnamespace "
+    "AND a.attidentity <> '' LOOP EXECUTE format('SELECT setval(pg_get_serial_sequence(%L, %L), "
+    "coalesce(max(%I), 0) + 1, false) FROM %I', quote_ident(r.relname), r.attname, r.attname, "
+    "r.relname); END LOOP; END$$";
+
+}  // namespace
+
+namespace {
+
+// A column whose name the server reserves (OFFSET) is quoted where it stands as a name: not where
+// the keyword's number follows it.
+bool reservedColumnAt(std::string_view upper, std::string_view sql, std::size_t after) {
+  static const char* const kReserved[] = {"OFFSET", "ORDER", "USER", "LIMIT", "DEFAULT", "END", "DESC", "CHECK"};
+  bool reserved = false;
+  for (const char* word : kReserved) reserved = reserved || upper == word;
+  if (!reserved) return false;
+  bool column = false;
+  for (const TableDef& t : projectTables())
+    for (const ColumnDef& c : t.columns) column = column || EqualsNoCase(c.name, upper);
+  while (after < sql.size() && std::isspace(static_cast<unsigned char>(sql[after]))) ++after;
+  bool valueFollows = after < sql.size() && (std::isdigit(static_cast<unsigned char>(sql[after])) || sql[after] == '$' ||
+                                             sql[after] == '?' || sql[after] == '(');
+  return column && !valueFollows;
+}
+
+}  // namespace
+
+// SQLite's dialect, as the component's callers write it, into the server's: quoted names fold to
+// lower case as the schema's did, LIKE ignores case as SQLite's does, IFNULL is COALESCE, and a
+// CREATE TABLE gets the server's types for SQLite's.
+std::string ServerSql(std::string_view sql) {
+  std::string out;
+  out.reserve(sql.size() + 16);
+  bool creating = false;
+  std::string previous;  // the last word, upper case
+  std::size_t i = 0;
+  while (i < sql.size()) {
+    char c = sql[i];
+    if (c == '\'') {
+      std::size_t end = i + 1;
+      while (end < sql.size() && !(sql[end] == '\'' && (end + 1 >= sql.size() || sql[end + 1] != '\'')))
+        end += sql[end] == '\'' ? 2 : 1;
+      out.append(sql.substr(i, end + 1 - i));
+      i = end + 1;
+    } else if (c == '"') {
+      std::size_t end = sql.find('"', i + 1);
+      if (end == std::string_view::npos) end = sql.size();
+      out += '"';
+      for (char ch : sql.substr(i + 1, end - i - 1)) out += static_cast<char>(std::tolower(static_cast<unsigned char>(ch)));
+      out += '"';
+      i = end + 1;
+    } else if (isWordChar(c)) {
+      std::size_t end = i;
+      while (end < sql.size() && isWordChar(sql[end])) ++end;
+      std::string word(sql.substr(i, end - i));
+      std::string up = word;
+      for (char& ch : up) ch = static_cast<char>(std::toupper(static_cast<unsigned char>(ch)));
+      if (up == "TABLE" && previous == "CREATE") creating = true;
+      i = end;
+      if (reservedColumnAt(up, sql, i)) word = "\"" + LowerAscii(word) + "\"";
+      else if (up == "LIKE") word = "ILIKE";
+      else if (up == "IFNULL") word = "COALESCE";
+      else if (creating && up == "INTEGER") {
+        // "INTEGER PRIMARY KEY" is SQLite's rowid: a key the database hands out.
+        std::size_t probe = i;
+        auto skipWord = [&](std::string_view expect) {
+          std::size_t p = probe;
+          while (p < sql.size() && std::isspace(static_cast<unsigned char>(sql[p]))) ++p;
+          std::size_t e = p;
+          while (e < sql.size() && isWordChar(sql[e])) ++e;
+          std::string got(sql.substr(p, e - p));
+          for (char& ch : got) ch = static_cast<char>(std::toupper(static_cast<unsigned char>(ch)));
+          if (got != expect) return false;
+          probe = e;
+          return true;
+        };
+        if (skipWord("PRIMARY") && skipWord("KEY")) {
+          skipWord("AUTOINCREMENT");
+          word = columnType(ColumnKind::Key, Dialect::Server);
+          i = probe;
+        } else {
+          word = columnType(ColumnKind::Integer, Dialect::Server);
+        }
+      } else if (creating && up == "REAL") word = columnType(ColumnKind::Real, Dialect::Server);
+      else if (creating && up == "BOOLEAN") word = columnType(ColumnKind::Boolean, Dialect::Server);
+      else if (creating && up == "TEXT") word = columnType(ColumnKind::Text, Dialect::Server);
+      out += word;
+      previous = up;
+    } else {
+      if (c == ';') creating = false;
+      out += c;
+      ++i;
+    }
+  }
+  return out;
+}
+
+namespace {
+
+// One value of a result as the file back end would hold it: whole numbers as integers (numeric
+// is the server's INTEGER affinity), flags and truth values as numbers, the rest as text.
+Cell cellOf(const PGresult* r, int row, int column) {
+  Cell c;
+  if (PQgetisnull(r, row, column)) return c;
+  const char* text = PQgetvalue(r, row, column);
+  switch (PQftype(r, column)) {
+    case 20:  // int8
+    case 21:  // int2
+    case 23:  // int4
+    case 26:  // oid
+      c.type = SQLITE_INTEGER;
+      c.i = std::strtoll(text, nullptr, 10);
+      return c;
+    case 700:  // float4
+    case 701:  // float8
+      c.type = SQLITE_FLOAT;
+      c.d = std::strtod(text, nullptr);
+      return c;
+    case 1700:  // numeric
+      if (!std::strpbrk(text, ".eEN")) {
+        errno = 0;
+        long long whole = std::strtoll(text, nullptr, 10);
+        if (errno == 0) {
+          c.type = SQLITE_INTEGER;
+          c.i = whole;
+          return c;
+        }
+      }
+      c.type = SQLITE_FLOAT;
+      c.d = std::strtod(text, nullptr);
+      return c;
+    case 16:  // bool
+      c.type = SQLITE_INTEGER;
+      c.i = text[0] == 't' ? 1 : 0;
+      return c;
+    default:
+      c.type = SQLITE_TEXT;
+      c.text.assign(text, static_cast<std::size_t>(PQgetlength(r, row, column)));
+      return c;
+  }
+}
+
+// A parameter's text; null for a null cell.
+struct Params {
+  std::vector<std::string> texts;
+  std::vector<bool> nulls;
+  void Add(const Cell& c) {
+    nulls.push_back(c.type == SQLITE_NULL);
+    if (c.type == SQLITE_INTEGER) texts.push_back(std::to_string(c.i));
+    else if (c.type == SQLITE_FLOAT) {
+      char buffer[32];
+      std::snprintf(buffer, sizeof buffer, "%.17g", c.d);
+      texts.emplace_back(buffer);
+    } else texts.push_back(c.text);
+  }
+  std::vector<const char*> Pointers() const {
+    std::vector<const char*> out;
+    for (std::size_t i = 0; i < texts.size(); ++i) out.push_back(nulls[i] ? nullptr : texts[i].c_str());
+    return out;
+  }
+};
+
+// Where the statement starting at `from` ends: its ';' outside quotes, or the end of the text.
+std::size_t statementEnd(const std::string& sql, std::size_t from) {
+  char quote = 0;
+  for (std::size_t i = from; i < sql.size(); ++i) {
+    if (quote) {
+      if (sql[i] == quote) quote = 0;
+    } else if (sql[i] == '\'' || sql[i] == '"') {
+      quote = sql[i];
+    } else if (sql[i] == ';') {
+      return i;
+    }
+  }
+  return sql.size();
+}
+
+class ServerDatabase final : public ComObject<Backend> {
+ public:
+  ~ServerDatabase() override { CloseServer(); }
+
+  HRESULT QueryInterface(REFIID iid, void** out) override { return QueryProjectDatabase(this, iid, out); }
+
+  HRESULT Open(BSTR path, short, short, BSTR* result) override {
+    if (!result) return E_POINTER;
+    ClearError();
+    std::string link = BstrToUtf8(path);
+    bool opened = OpenLink(link, false);
+    *result = SysAllocString(opened ? Utf8ToWide(link).c_str() : L"");
+    return *result ? S_OK : E_OUTOFMEMORY;
+  }
+
+  HRESULT OpenView(BSTR path, VARIANT_BOOL* readOnly, VARIANT_BOOL* ok) override {
+    if (!readOnly || !ok) return E_POINTER;
+    ClearError();
+    std::string link = BstrToUtf8(path);
+    // Whoever may not change the link file may not change the project it names.
+    struct stat info {};
+    bool writable = stat(link.c_str(), &info) == 0 && (info.st_mode & 0222) != 0 && access(link.c_str(), W_OK) == 0;
+    SetFlag(ok, OpenLink(link, !writable));
+    SetFlag(readOnly, fileExists(link) && !writable);
+    return S_OK;
+  }
+
+  HRESULT IsOpen(VARIANT_BOOL* open) override {
+    if (!open) return E_POINTER;
+    SetFlag(open, conn_ != nullptr);
+    return S_OK;
+  }
+
+  HRESULT CloseTables(VARIANT_BOOL* done) override {
+    if (!done) return E_POINTER;
+    ClearError();
+    cursors_.clear();
+    current_ = nullptr;
+    SetFlag(done, true);
+    return S_OK;
+  }
+
+  HRESULT Close(VARIANT_BOOL* done) override {
+    if (!done) return E_POINTER;
+    ClearError();
+    CloseServer();
+    SetFlag(done, true);
+    return S_OK;
+  }
+
+  HRESULT HasError(VARIANT_BOOL* hasError) override {
+    if (!hasError) return E_POINTER;
+    SetFlag(hasError, errorCode_ != 0);
+    return S_OK;
+  }
+
+  HRESULT GetLastError(LONG* code, BSTR* text) override {
+    if (!code || !text) return E_POINTER;
+    *code = errorCode_;
+    *text = SysAllocString(Utf8ToWide(errorText_).c_str());
+    return *text ? S_OK : E_OUTOFMEMORY;
+  }
+
+  std::pair<LONG, std::string> LastErrorUtf8() const override { return {errorCode_, errorText_}; }
+
+  HRESULT SetTable(BSTR table, BSTR index, VARIANT_BOOL* ok) override {
+    if (!ok) return E_POINTER;
+    ClearError();
+    SetFlag(ok, false);
+    if (!RequireOpen()) return S_OK;
+    std::wstring_view tableName(table ? table : L"", SysStringLen(table));
+    std::wstring_view indexWide(index ? index : L"", SysStringLen(index));
+    if (current_ && tableName == current_->table->wideName &&
+        (indexWide.empty() || indexWide == current_->index->wideName)) {
+      SetFlag(ok, true);
+      return S_OK;
+    }
+    const TableInfo* info = LoadTable(BstrToUtf8(table));
+    if (!info) return S_OK;
+    Cursor& cursor = cursors_[info];
+    if (!cursor.table) {
+      cursor.table = info;
+      cursor.index = &info->indices.front();
+    }
+    std::string indexName = BstrToUtf8(index);
+    if (!indexName.empty()) {
+      const IndexInfo* ix = info->FindIndex(indexName);
+      if (!ix) {
+        SetError(ProjectDbError::NotAnIndex, "'" + indexName + "' isn't an index in table '" + Display(*info) + "'.");
+        return S_OK;
+      }
+      if (ix != cursor.index) {
+        cursor.index = ix;
+        cursor.Forget();
+      }
+    }
+    current_ = &cursor;
+    SetFlag(ok, true);
+    return S_OK;
+  }
+
+  HRESULT MoveFirst(SAFEARRAY** row, VARIANT_BOOL* found) override {
+    if (!row || !found) return E_POINTER;
+    *row = nullptr;
+    SetFlag(found, false);
+    ClearError();
+    Cursor* c = Current();
+    if (!c) return S_OK;
+    c->Forget();
+    return Answer(*c, 1, row, found);
+  }
+
+  HRESULT MoveNext(LONG count, SAFEARRAY** row, VARIANT_BOOL* found) override {
+    if (!row || !found) return E_POINTER;
+    *row = nullptr;
+    SetFlag(found, false);
+    if (count < 1) return E_NOTIMPL;  // moving backwards is not offered by this host
+    ClearError();
+    Cursor* c = Current();
+    if (!c) return S_OK;
+    return Answer(*c, count, row, found);
+  }
+
+  HRESULT Seek(const VARIANT& key, SAFEARRAY** row, VARIANT_BOOL* found) override {
+    const VARIANT* keys[] = {&key};
+    return SeekKeys(keys, 1, row, found);
+  }
+  HRESULT Seek2(const VARIANT& k1, const VARIANT& k2, SAFEARRAY** row, VARIANT_BOOL* found) override {
+    const VARIANT* keys[] = {&k1, &k2};
+    return SeekKeys(keys, 2, row, found);
+  }
+  HRESULT Seek3(const VARIANT& k1, const VARIANT& k2, const VARIANT& k3, SAFEARRAY** row,
+                VARIANT_BOOL* found) override {
+    const VARIANT* keys[] = {&k1, &k2, &k3};
+    return SeekKeys(keys, 3, row, found);
+  }
+
+  HRESULT IsEof(VARIANT_BOOL* eof) override {
+    if (!eof) return E_POINTER;
+    using State = Cursor::State;
+    State st = current_ ? current_->state : State::AfterLast;
+    SetFlag(eof, !conn_ || !current_ || st == State::AfterLast || st == State::NoMatch ||
+                     (st == State::Fresh && TableIsEmpty(*current_->table)));
+    return S_OK;
+  }
+
+  HRESULT IsBof(VARIANT_BOOL* bof) override {
+    if (!bof) return E_POINTER;
+    using State = Cursor::State;
+    State st = current_ ? current_->state : State::AfterLast;
+    SetFlag(bof, !conn_ || !current_ || (st == State::AfterLast && current_->emptyAtFirst) ||
+                     (st == State::Fresh && TableIsEmpty(*current_->table)));
+    return S_OK;
+  }
+
+  HRESULT AddRecord(SAFEARRAY* row, LONG, SAFEARRAY** outRow, VARIANT_BOOL* ok) override {
+    return WriteRow(row, outRow, ok, true);
+  }
+
+  HRESULT UpdateRecord(SAFEARRAY* row, SAFEARRAY** outRow, VARIANT_BOOL* ok) override {
+    return WriteRow(row, outRow, ok, false);
+  }
+
+  // A new row (adding) or the current row changed; the row as stored becomes current and is
+  // answered whole.
+  HRESULT WriteRow(SAFEARRAY* row, SAFEARRAY** outRow, VARIANT_BOOL* ok, bool adding) {
+    if (!outRow || !ok) return E_POINTER;
+    *outRow = nullptr;
+    SetFlag(ok, false);
+    ClearError();
+    if (!conn_) return RefuseClosedWrite();
+    Cursor* cursor = Current();
+    if (!cursor) return S_OK;
+    const TableInfo& table = *cursor->table;
+    Params params;
+    std::vector<int> columns;
+    HRESULT hr;
+    if (!ReadFields(row, table, columns, params, hr)) return hr;
+    if (!adding && cursor->state != Cursor::State::OnRow) {
+      SetError(ProjectDbError::NoCurrentRecord, "No current record.");
+      return S_OK;
+    }
+    std::string names, marks, sets;
+    for (std::size_t i = 0; i < columns.size(); ++i) {
+      std::string column = quoted(table.columns[static_cast<std::size_t>(columns[i])]);
+      std::string mark = "$" + std::to_string(i + 1);
+      names += (i ? ", " : "") + column;
+      marks += (i ? ", " : "") + mark;
+      sets += (i ? ", " : "") + column + " = " + mark;
+    }
+    std::string sql;
+    if (adding) {
+      sql = "INSERT INTO " + quoted(table.name) +
+            (columns.empty() ? " DEFAULT VALUES" : " (" + names + ") VALUES (" + marks + ")") + " RETURNING " +
+            ColumnList(table);
+    } else {
+      params.Add(cursor->current[0]);
+      std::string where = " WHERE " + KeyName(table) + " = $" + std::to_string(columns.size() + 1);
+      sql = columns.empty() ? "SELECT " + ColumnList(table) + " FROM " + quoted(table.name) + where
+                            : "UPDATE " + quoted(table.name) + " SET " + sets + where + " RETURNING " + ColumnList(table);
+    }
+    std::vector<CellRow> stored;
+    if (!Query(sql, params, stored)) return S_OK;
+    if (stored.empty()) {
+      SetError(ProjectDbError::NoCurrentRecord, "No current record: the row was deleted elsewhere.");
+      return S_OK;
+    }
+    Invalidate(&table, cursor);
+    if (adding) cursor->Forget();
+    cursor->state = Cursor::State::OnRow;
+    cursor->current = std::move(stored.front());
+    *outRow = ProjectDatabaseImpl::MakeRow(table, cursor->current);
+    SetFlag(ok, true);
+    return *outRow ? S_OK : E_OUTOFMEMORY;
+  }
+
+  HRESULT DeleteRecord(VARIANT_BOOL* done) override {
+    if (!done) return E_POINTER;
+    SetFlag(done, false);
+    ClearError();
+    if (!conn_) return RefuseClosedWrite();
+    Cursor* cursor = Current();
+    if (!cursor) return S_OK;
+    if (cursor->state != Cursor::State::OnRow) {
+      SetError(ProjectDbError::NoCurrentRecord, "No current record.");
+      return S_OK;
+    }
+    Params params;
+    params.Add(cursor->current[0]);
+    std::vector<CellRow> gone;
+    std::string sql = "DELETE FROM " + quoted(cursor->table->name) + " WHERE " + KeyName(*cursor->table) +
+                      " = $1 RETURNING 1";
+    if (!Query(sql, params, gone)) return S_OK;
+    if (gone.empty()) {
+      SetError(ProjectDbError::NoCurrentRecord, "No current record: the row was deleted elsewhere.");
+      return S_OK;
+    }
+    Invalidate(cursor->table, cursor);
+    cursor->state = Cursor::State::Gap;
+    SetFlag(done, true);
+    return S_OK;
+  }
+
+  HRESULT QueryRow(BSTR sql, SAFEARRAY** values, VARIANT_BOOL* found) override {
+    return AnswerQueryRow(*this, sql, values, found);
+  }
+
+  bool QueryColumns(const std::string& sql, const std::vector<std::string>& columns,
+                    std::vector<CellRow>& rows) override {
+    ClearError();
+    if (!RequireOpen()) return false;
+    std::string text = ServerSql(sql);
+    Reconnect();
+    Result r(PQexec(conn_.get(), text.c_str()));
+    if (!Succeeded(r.get(), "Cannot run \"" + sql + "\"")) return false;
+    std::vector<int> picks;
+    for (const std::string& column : columns) {
+      int pick = -1;
+      for (int i = 0; i < PQnfields(r.get()) && pick < 0; ++i)
+        if (EqualsNoCase(PQfname(r.get(), i), column)) pick = i;
+      if (pick < 0) {
+        SetError(ProjectDbError::FieldNotFound, "Item not found in this collection: no column '" + column + "'.");
+        return false;
+      }
+      picks.push_back(pick);
+    }
+    if (picks.empty()) {
+      if (PQnfields(r.get()) == 0) return true;
+      picks.push_back(0);
+    }
+    for (int row = 0; row < PQntuples(r.get()); ++row) {
+      CellRow cells;
+      for (int pick : picks) cells.push_back(cellOf(r.get(), row, pick));
+      rows.push_back(std::move(cells));
+    }
+    return true;
+  }
+
+  HRESULT Execute(BSTR sql, VARIANT_BOOL* ok) override {
+    if (!ok) return E_POINTER;
+    SetFlag(ok, false);
+    ClearError();
+    if (!RequireOpen()) return PROJECTDB_E_NOTOPEN;
+    std::string original = TranslateSql(BstrToUtf8(sql));
+    std::string text = ServerSql(original);
+    if (!RewriteUpserts(text)) return S_OK;
+    // Several statements sent at once run as one transaction: all of them or none.
+    Reconnect();
+    Result r(PQexec(conn_.get(), text.c_str()));
+    if (!Succeeded(r.get(), "Cannot run \"" + original + "\"")) return S_OK;
+    Invalidate(nullptr, nullptr);
+    std::string head = LowerAscii(text.substr(text.find_first_not_of(" \t\r\n") == std::string::npos ? 0 : text.find_first_not_of(" \t\r\n")));
+    if (head.rfind("create", 0) == 0 || head.rfind("drop", 0) == 0 || head.rfind("alter", 0) == 0) {
+      cursors_.clear();
+      current_ = nullptr;
+      tables_.clear();
+      // A statement prepared on a table whose columns changed would no longer run.
+      std::string ignored;
+      run(conn_.get(), "DEALLOCATE ALL", &ignored);
+      prepared_.clear();
+    }
+    SetFlag(ok, true);
+    return S_OK;
+  }
+
+  // SQLite's INSERT OR IGNORE and INSERT OR REPLACE as the server writes them: ON CONFLICT DO
+  // NOTHING, and an update of the listed columns of the row holding the same primary key. False
+  // with the error recorded when a table's key cannot be read.
+  bool RewriteUpserts(std::string& sql) {
+    static const std::regex pattern(R"(\bINSERT\s+OR\s+(REPLACE|IGNORE)\s+INTO\s+("[^"]+"|\w+)\s*\(([^)]*)\))",
+                                    std::regex::icase);
+    std::size_t from = 0;
+    std::smatch m;
+    while (from < sql.size() && std::regex_search(sql.cbegin() + static_cast<std::ptrdiff_t>(from), sql.cend(), m, pattern)) {
+      std::size_t start = from + static_cast<std::size_t>(m.position(0));
+      bool replace = EqualsNoCase(m[1].str(), "replace");
+      std::string table = m[2].str(), columns = m[3].str();
+      std::string conflict = " ON CONFLICT DO NOTHING";
+      if (replace) {
+        Params p;
+        p.Add(Cell{SQLITE_TEXT, 0, 0, table.front() == '"' ? table : LowerAscii(table)});
+        std::vector<CellRow> keys;
+        if (!Query("SELECT a.attname::text FROM pg_index x JOIN pg_attribute a ON a.attrelid = x.indrelid "
+                   "AND a.attnum = ANY(x.indkey) WHERE x.indrelid = to_regclass($1) AND x.indisprimary",
+                   p, keys))
+          return false;
+        std::string target, sets;
+        for (const CellRow& key : keys) target += (target.empty() ? "" : ", ") + quoted(key[0].text);
+        std::istringstream list(columns);
+        std::string column;
+        while (std::getline(list, column, ',')) {
+          column.erase(0, column.find_first_not_of(" \t"));
+          column.erase(column.find_last_not_of(" \t") + 1);
+          sets += (sets.empty() ? "" : ", ") + column + " = EXCLUDED." + column;
+        }
+        if (!target.empty() && !sets.empty()) conflict = " ON CONFLICT (" + target + ") DO UPDATE SET " + sets;
+      }
+      std::size_t end = statementEnd(sql, start);
+      std::string head = "INSERT INTO " + table + " (" + columns + ")";
+      sql = sql.substr(0, start) + head + sql.substr(start + static_cast<std::size_t>(m.length(0)), end - start - static_cast<std::size_t>(m.length(0))) +
+            conflict + sql.substr(end);
+      from = statementEnd(sql, start) + 1;
+    }
+    return true;
+  }
+
+  HRESULT CreateProject(BSTR path, VARIANT_BOOL* ok) override {
+    if (!ok) return E_POINTER;
+    SetFlag(ok, false);
+    ClearError();
+    CloseServer();
+    std::string link = BstrToUtf8(path);
+    ProjectDbError code = ProjectDbError::None;
+    std::string error;
+    if (!CreateServerProject(link, &code, &error)) {
+      SetError(code, error);
+      return S_OK;
+    }
+    SetFlag(ok, OpenLink(link, false));
+    return S_OK;
+  }
+
+  HRESULT Repair(BSTR path, LONG* rowsSaved, VARIANT_BOOL* ok) override {
+    if (!rowsSaved || !ok) return E_POINTER;
+    *rowsSaved = 0;
+    SetFlag(ok, false);
+    ClearError();
+    std::string link = BstrToUtf8(path);
+    if (!fileExists(link)) SetError(ProjectDbError::FileNotFound, "Could not find file '" + link + "'.");
+    else
+      SetError(ProjectDbError::CannotOpen, "'" + link + "' links to a project on a database server, which keeps it "
+                                           "whole; there is no file here to repair.");
+    return S_OK;
+  }
+
+ private:
+  void ClearError() {
+    errorCode_ = 0;
+    errorText_.clear();
+  }
+  void SetError(ProjectDbError code, std::string text) {
+    errorCode_ = static_cast<LONG>(code);
+    errorText_ = std::move(text);
+  }
+
+  bool RequireOpen() {
+    if (conn_) return true;
+    SetError(ProjectDbError::NotOpen, "Object invalid or no longer set: the database is not open.");
+    return false;
+  }
+
+  HRESULT RefuseClosedWrite() {
+    RequireOpen();
+    return PROJECTDB_E_NOTOPEN;
+  }
+
+  // The engine's error classes under the codes callers test for; false always.
+  bool Fail(const PGresult* r, const std::string& what) {
+    const char* state = r ? PQresultErrorField(r, PG_DIAG_SQLSTATE) : nullptr;
+    std::string detail = r ? PQresultErrorMessage(r) : "";
+    if (detail.empty()) detail = PQerrorMessage(conn_.get());
+    while (!detail.empty() && (detail.back() == '\n' || detail.back() == ' ')) detail.pop_back();
+    std::string code = state ? state : "";
+    std::string text = what + ": " + detail;
+    std::string cls = code.substr(0, 2);
+    if (code.empty() || PQstatus(conn_.get()) != CONNECTION_OK || cls == "08" || cls == "53" || cls == "57" ||
+        cls == "58" || code == "55P03" || code == "40P01" || code == "40001")
+      SetError(ProjectDbError::DiskOrNetwork, "Disk or network error. " + text);
+    else if (code == "23505") SetError(ProjectDbError::DuplicateKey, "The changes would create duplicate values in the index. " + text);
+    else if (code == "25006") SetError(ProjectDbError::ReadOnly, "Cannot update. Database or object is read-only.");
+    else if (code == "42P01") SetError(ProjectDbError::TableNotFound, text);
+    else if (code == "42703") SetError(ProjectDbError::FieldNotFound, text);
+    else SetError(ProjectDbError::SyntaxError, text);
+    return false;
+  }
+
+  bool Succeeded(const PGresult* r, const std::string& what) {
+    ExecStatusType st = r ? PQresultStatus(r) : PGRES_FATAL_ERROR;
+    return st == PGRES_COMMAND_OK || st == PGRES_TUPLES_OK || Fail(r, what);
+  }
+
+  // Each statement the back end writes is prepared once per connection: the server then neither
+  // parses nor plans it again, which is most of a keyed call's cost on a near server.
+  bool Query(const std::string& sql, const Params& params, std::vector<CellRow>& rows) {
+    Reconnect();
+    std::vector<const char*> values = params.Pointers();
+    auto found = prepared_.find(sql);
+    if (found == prepared_.end()) {
+      std::string name = "kv" + std::to_string(++statementsMade_);
+      Result made(PQprepare(conn_.get(), name.c_str(), sql.c_str(), static_cast<int>(values.size()), nullptr));
+      if (!Succeeded(made.get(), "Statement failed")) return false;
+      found = prepared_.emplace(sql, name).first;
+    }
+    Result r(PQexecPrepared(conn_.get(), found->second.c_str(), static_cast<int>(values.size()), values.data(), nullptr,
+                            nullptr, 0));
+    if (!Succeeded(r.get(), "Statement failed")) return false;
+    for (int row = 0; row < PQntuples(r.get()); ++row) {
+      CellRow cells(static_cast<std::size_t>(PQnfields(r.get())));
+      for (int i = 0; i < PQnfields(r.get()); ++i) cells[static_cast<std::size_t>(i)] = cellOf(r.get(), row, i);
+      rows.push_back(std::move(cells));
+    }
+    return true;
+  }
+
+  bool OpenLink(const std::string& link, bool readOnly) {
+    CloseServer();
+    std::string conninfo;
+    if (!fileExists(link)) {
+      SetError(ProjectDbError::FileNotFound, "Could not find file '" + link + "'.");
+      return false;
+    }
+    if (!readLink(link, conninfo)) {
+      SetError(ProjectDbError::CannotOpen, "Cannot open database '" + link + "'. The link file names no server.");
+      return false;
+    }
+    std::string error;
+    Conn conn = connect(conninfo, &error);
+    if (!conn) {
+      SetError(ProjectDbError::DiskOrNetwork, "Disk or network error. Cannot reach the server of '" + link + "': " + error);
+      return false;
+    }
+    std::string setup = "SET lock_timeout = " + std::to_string(lockPatienceMs()) + ";" +
+                        (readOnly ? "SET default_transaction_read_only = on;" : "");
+    Result check;
+    if (run(conn.get(), setup, &error))
+      check.reset(PQexec(conn.get(), ("SELECT to_regclass('" + quoted(LowerAscii(projectTables().front().name)) +
+                                      "') IS NOT NULL").c_str()));
+    if (!check || PQresultStatus(check.get()) != PGRES_TUPLES_OK || PQgetvalue(check.get(), 0, 0)[0] != 't') {
+      SetError(ProjectDbError::CannotOpen, "Cannot open database '" + link + "'. It does not link to a project database.");
+      return false;
+    }
+    conn_ = std::move(conn);
+    link_ = link;
+    setup_ = setup;
+    return true;
+  }
+
+  // A connection the server or the network cut (a server restart, a dropped link) is made again
+  // by the next call; the call that met the cut has failed with 3043, so no write is taken for
+  // done that was not.
+  void Reconnect() {
+    if (!conn_ || PQstatus(conn_.get()) == CONNECTION_OK) return;
+    PQreset(conn_.get());
+    std::string ignored;
+    if (PQstatus(conn_.get()) == CONNECTION_OK) run(conn_.get(), setup_, &ignored);
+    prepared_.clear();
+  }
+
+  void CloseServer() {
+    prepared_.clear();
+    cursors_.clear();
+    current_ = nullptr;
+    tables_.clear();
+    conn_.reset();
+    link_.clear();
+  }
+
+  // ---- Tables --------------------------------------------------------------------------------------
+
+  static const TableDef* Known(std::string_view lowerName) {
+    for (const TableDef& t : projectTables())
+      if (EqualsNoCase(t.name, lowerName)) return &t;
+    return nullptr;
+  }
+
+  static std::string Display(const TableInfo& t) { return WideToUtf8(t.wideName); }
+  static std::string KeyName(const TableInfo& t) { return quoted(t.columns[static_cast<std::size_t>(t.keyColumn)]); }
+
+  // The key first, standing where the file back end's rowid stands, then every column.
+  static std::string ColumnList(const TableInfo& t) {
+    std::string list = KeyName(t);
+    for (const std::string& c : t.columns) list += ", " + quoted(c);
+    return list;
+  }
+
+  const TableInfo* LoadTable(std::string_view name) {
+    std::string key = LowerAscii(name);
+    auto found = tables_.find(key);
+    if (found != tables_.end()) return found->second.get();
+    Params p;
+    p.Add(Cell{SQLITE_TEXT, 0, 0, key});
+    std::vector<CellRow> rows;
+    if (!Query("SELECT c.oid::bigint FROM pg_class c WHERE c.relnamespace = current_schema()::regnamespace "
+               "AND c.relkind IN ('r', 'p') AND c.relname = $1",
+               p, rows))
+      return nullptr;
+    if (rows.empty()) {
+      SetError(ProjectDbError::TableNotFound, "Cannot find the input table '" + std::string(name) + "'.");
+      return nullptr;
+    }
+    Params byOid;
+    byOid.Add(rows[0][0]);
+    std::vector<CellRow> columns, primary, indices;
+    if (!Query("SELECT a.attname::text, t.typname::text FROM pg_attribute a JOIN pg_type t ON t.oid = a.atttypid "
+               "WHERE a.attrelid = $1::bigint::oid AND a.attnum > 0 AND NOT a.attisdropped ORDER BY a.attnum",
+               byOid, columns) ||
+        !Query("SELECT a.attname::text FROM pg_index x JOIN pg_attribute a ON a.attrelid = x.indrelid "
+               "AND a.attnum = x.indkey[0] WHERE x.indrelid = $1::bigint::oid AND x.indisprimary",
+               byOid, primary) ||
+        !Query("SELECT i.relname::text, a.attname::text FROM pg_index x JOIN pg_class i ON i.oid = x.indexrelid "
+               "CROSS JOIN LATERAL unnest(x.indkey::int2[]) WITH ORDINALITY AS k(attnum, ord) "
+               "JOIN pg_attribute a ON a.attrelid = x.indrelid AND a.attnum = k.attnum "
+               "WHERE x.indrelid = $1::bigint::oid AND NOT x.indisprimary ORDER BY i.relname, k.ord",
+               byOid, indices))
+      return nullptr;
+    const TableDef* def = Known(key);
+    auto info = std::make_unique<TableInfo>();
+    info->name = key;
+    info->wideName = Utf8ToWide(def ? def->name : key);
+    for (const CellRow& column : columns) {
+      const std::string& stored = column[0].text;
+      std::string shown = stored;
+      if (def)
+        for (const ColumnDef& c : def->columns)
+          if (EqualsNoCase(c.name, stored)) shown = c.name;
+      const std::string& type = column[1].text;
+      bool isKey = !primary.empty() && primary[0][0].text == stored && (type == "int8" || type == "int4");
+      if (isKey) info->keyColumn = static_cast<int>(info->columns.size());
+      info->columnByLowerName.emplace(stored, static_cast<int>(info->columns.size()));
+      info->columns.push_back(stored);
+      info->wideColumns.push_back(Utf8ToWide(shown));
+      info->boolean.push_back(type == "int2");
+      info->real.push_back(type == "float8" || type == "float4");
+    }
+    if (info->keyColumn < 0) {
+      SetError(ProjectDbError::TableNotFound, "The table '" + std::string(name) +
+                                                  "' has no whole-number key, which rows need to be walked on the server.");
+      return nullptr;
+    }
+    info->indices.emplace_back();
+    info->indices.back().name = WideToUtf8(info->wideColumns[static_cast<std::size_t>(info->keyColumn)]);
+    std::string prefix = key + "__";
+    for (const CellRow& part : indices) {
+      std::string stored = part[0].text;
+      std::string ixName = stored.rfind(prefix, 0) == 0 ? stored.substr(prefix.size()) : stored;
+      if (def)
+        for (const IndexDef& ix : def->indices)
+          if (EqualsNoCase(ix.name, ixName)) ixName = ix.name;
+      if (info->indices.size() == 1 || info->indices.back().name != ixName) {
+        info->indices.emplace_back();
+        info->indices.back().name = ixName;
+      }
+      info->indices.back().columns.push_back(info->FindColumn(part[1].text));
+    }
+    for (IndexInfo& ix : info->indices) ix.wideName = Utf8ToWide(ix.name);
+    return tables_.emplace(key, std::move(info)).first->second.get();
+  }
+
+  bool ReadFields(SAFEARRAY* row, const TableInfo& table, std::vector<int>& columns, Params& params, HRESULT& hr) {
+    std::vector<std::pair<int, Cell>> fields;
+    std::string unknown;
+    if (!ReadRowFields(row, table, fields, hr, unknown)) {
+      if (!unknown.empty())
+        SetError(ProjectDbError::FieldNotFound,
+                 "Item not found in this collection: no field '" + unknown + "' in " + Display(table) + ".");
+      return false;
+    }
+    for (auto& [column, cell] : fields) {
+      columns.push_back(column);
+      params.Add(cell);
+    }
+    return true;
+  }
+
+  // ---- Walking --------------------------------------------------------------------------------------
+
+  Cursor* Current() {
+    if (!RequireOpen()) return nullptr;
+    if (!current_) SetError(ProjectDbError::NoCurrentRecord, "No current record: no table is selected.");
+    return current_;
+  }
+
+  void Invalidate(const TableInfo* table, const Cursor* except) {
+    for (auto& [info, cursor] : cursors_)
+      if ((!table || info == table) && &cursor != except) {
+        cursor.ahead.clear();
+        cursor.aheadPos = 0;
+      }
+  }
+
+  bool TableIsEmpty(const TableInfo& table) {
+    std::vector<CellRow> rows;
+    return !Query("SELECT 1 FROM " + quoted(table.name) + " LIMIT 1", {}, rows) || rows.empty();
+  }
+
+  std::string OrderBy(const Cursor& c) const {
+    std::string order = " ORDER BY ";
+    for (int column : c.index->columns) order += quoted(c.table->columns[static_cast<std::size_t>(column)]) + " NULLS FIRST, ";
+    return order + KeyName(*c.table);
+  }
+
+  std::string IndexColumn(const Cursor& c, std::size_t j) const {
+    return quoted(c.table->columns[static_cast<std::size_t>(c.index->columns[j])]);
+  }
+
+  // "column = $n" with the value as a new parameter, or "column IS NULL": the form an index serves.
+  static std::string Matches(const std::string& column, const Cell& value, Params& params) {
+    if (value.type == SQLITE_NULL) return column + " IS NULL";
+    params.Add(value);
+    return column + " = $" + std::to_string(params.texts.size());
+  }
+
+  // The rows after the current one in index order, in one statement: those equal in the first L
+  // index columns and past it in column L, for every L, and those equal in all with a later key.
+  bool Fetch(Cursor& c, std::size_t limit, std::vector<CellRow>& out) {
+    const std::size_t k = c.index->columns.size();
+    auto value = [&](std::size_t j) -> const Cell& { return c.current[static_cast<std::size_t>(c.index->columns[j]) + 1]; };
+    Params params;
+    std::string where;
+    if (c.state != Cursor::State::Fresh) {
+      for (std::size_t level = k + 1; level-- > 0;) {
+        std::string term;
+        for (std::size_t j = 0; j < level; ++j) term += Matches(IndexColumn(c, j), value(j), params) + " AND ";
+        if (level == k) {
+          params.Add(c.current[0]);
+          term += KeyName(*c.table) + " > $" + std::to_string(params.texts.size());
+        } else if (value(level).type == SQLITE_NULL) {
+          term += IndexColumn(c, level) + " IS NOT NULL";
+        } else {
+          params.Add(value(level));
+          term += IndexColumn(c, level) + " > $" + std::to_string(params.texts.size());
+        }
+        where += (where.empty() ? " WHERE (" : " OR (") + term + ")";
+      }
+    }
+    std::string sql = "SELECT " + ColumnList(*c.table) + " FROM " + quoted(c.table->name) + where + OrderBy(c) +
+                      " LIMIT " + std::to_string(limit);
+    return Query(sql, params, out);
+  }
+
+  bool StepForward(Cursor& c, bool& found) {
+    found = false;
+    using State = Cursor::State;
+    if (c.state == State::AfterLast || c.state == State::NoMatch) {
+      SetError(ProjectDbError::NoCurrentRecord, "No current record.");
+      return false;
+    }
+    if (c.aheadPos >= c.ahead.size()) {
+      std::vector<CellRow> batch;
+      if (!Fetch(c, c.nextBatch, batch)) return false;
+      c.nextBatch = std::min<std::size_t>(256, c.nextBatch * 2);
+      c.ahead = std::move(batch);
+      c.aheadPos = 0;
+    }
+    if (c.aheadPos >= c.ahead.size()) {
+      c.emptyAtFirst = c.state == State::Fresh;
+      c.state = State::AfterLast;
+      c.ahead.clear();
+      c.aheadPos = 0;
+      return true;
+    }
+    std::swap(c.current, c.ahead[c.aheadPos++]);
+    c.state = State::OnRow;
+    found = true;
+    return true;
+  }
+
+  HRESULT Answer(Cursor& c, LONG count, SAFEARRAY** row, VARIANT_BOOL* found) {
+    bool got = false;
+    for (LONG i = 0; i < count; ++i)
+      if (!StepForward(c, got) || !got) return S_OK;
+    *row = ProjectDatabaseImpl::MakeRow(*c.table, c.current);
+    SetFlag(found, true);
+    return *row ? S_OK : E_OUTOFMEMORY;
+  }
+
+  HRESULT SeekKeys(const VARIANT* const* keys, int count, SAFEARRAY** row, VARIANT_BOOL* found) {
+    if (!row || !found) return E_POINTER;
+    *row = nullptr;
+    SetFlag(found, false);
+    ClearError();
+    Cursor* c = Current();
+    if (!c) return S_OK;
+    const std::vector<int>& cols = c->index->columns;
+    if (count > static_cast<int>(std::max<std::size_t>(cols.size(), 1))) return E_INVALIDARG;
+    Params params;
+    std::string where;
+    for (int i = 0; i < count; ++i) {
+      Cell value;
+      if (!Cell::FromVariant(*keys[i], value)) return DISP_E_TYPEMISMATCH;
+      std::string column = cols.empty() ? KeyName(*c->table) : IndexColumn(*c, static_cast<std::size_t>(i));
+      where += (i ? " AND " : " WHERE ") + Matches(column, value, params);
+    }
+    std::vector<CellRow> rows;
+    if (!Query("SELECT " + ColumnList(*c->table) + " FROM " + quoted(c->table->name) + where + OrderBy(*c) + " LIMIT 1",
+               params, rows)) {
+      // A key that cannot be a value of its column (text for a number) matches no row, as in a file.
+      if (errorCode_ != static_cast<LONG>(ProjectDbError::SyntaxError)) return S_OK;
+      ClearError();
+    }
+    c->Forget();
+    if (rows.empty()) {
+      c->state = Cursor::State::NoMatch;
+      return S_OK;
+    }
+    c->state = Cursor::State::OnRow;
+    c->current = std::move(rows.front());
+    *row = ProjectDatabaseImpl::MakeRow(*c->table, c->current);
+    SetFlag(found, true);
+    return *row ? S_OK : E_OUTOFMEMORY;
+  }
+
+  Conn conn_;
+  std::unordered_map<std::string, std::string> prepared_;  // SQL to statement name
+  long statementsMade_ = 0;
+  std::string link_;
+  std::string setup_;  // the session settings, given again after a reconnection
+  LONG errorCode_ = 0;
+  std::string errorText_;
+  std::map<std::string, std::unique_ptr<TableInfo>> tables_;
+  std::map<const TableInfo*, Cursor> cursors_;
+  Cursor* current_ = nullptr;
+};
+
+// A schema name from the project folder's name, unique on the server.
+std::string newSchemaName(const std::string& link) {
+  std::string base = link.substr(link.rfind('/') + 1);
+  base = base.substr(0, base.find('.'));
+  std::string clean;
+  for (char c : LowerAscii(base))
+    if (std::isalnum(static_cast<unsigned char>(c)) || c == '_') clean += c;
+  std::random_device random;
+  char suffix[16];
+  std::snprintf(suffix, sizeof suffix, "%08x", random());
+  return "kvp_" + clean.substr(0, 40) + "_" + suffix;
+}
+
+}  // namespace
+
+ComPtr<Backend> MakeServerBackend() {
+  ComPtr<Backend> made;
+  made.Attach(new ServerDatabase());
+  return made;
+}
+
+bool CreateServerProject(const std::string& path, ProjectDbError* code, std::string* error,
+                         const std::string& serverGiven) {
+  if (fileExists(path)) {
+    *code = ProjectDbError::CannotOpen;
+    *error = "Cannot create '" + path + "': the file exists already.";
+    return false;
+  }
+  if (!fileExists(folderOf(path))) {
+    *code = ProjectDbError::FileNotFound;
+    *error = "Could not find the folder of '" + path + "'.";
+    return false;
+  }
+  const char* fromEnvironment = std::getenv("KV_PROJECTDB_SERVER");
+  std::string server = !serverGiven.empty() ? serverGiven : fromEnvironment ? fromEnvironment : "";
+  if (server.empty()) {
+    *code = ProjectDbError::CannotOpen;
+    *error = "Cannot create '" + path + "': no database server is named for new projects (KV_PROJECTDB_SERVER).";
+    return false;
+  }
+  std::string detail;
+  Conn conn = connect(server, &detail);
+  if (!conn) {
+    *code = ProjectDbError::DiskOrNetwork;
+    *error = "Disk or network error. Cannot reach the database server: " + detail;
+    return false;
+  }
+  std::string schema = newSchemaName(path);
+  std::string script = "BEGIN; CREATE SCHEMA " + schema + "; SET LOCAL search_path TO " + schema + ";";
+  for (const std::string& sql : schemaStatements(Dialect::Server)) script += sql + ";";
+  for (const std::string& sql : startingRowStatements()) script += sql + ";";
+  script += std::string(kResyncKeys) + "; COMMIT;";
+  // The link is written under another name and renamed, so no link to a half-made project is seen.
+  std::string building = path + ".building";
+  std::string conninfo = server + " options='-csearch_path=" + schema + "'";
+  bool linked = false;
+  if (run(conn.get(), script, &detail)) {
+    std::ofstream out(building, std::ios::trunc);
+    out << conninfo << "\n";
+    out.close();
+    linked = out && std::rename(building.c_str(), path.c_str()) == 0;
+    if (!linked) detail = "cannot write the link file";
+  }
+  if (!linked) {
+    std::remove(building.c_str());
+    std::string ignored;
+    run(conn.get(), "ROLLBACK; DROP SCHEMA IF EXISTS " + schema + " CASCADE", &ignored);
+    *code = ProjectDbError::DiskOrNetwork;
+    *error = "Disk or network error while creating '" + path + "'. " + detail;
+    return false;
+  }
+  return true;
+}
+
+bool ResyncServerKeys(ProjectDatabase& server) {
+  VARIANT_BOOL ok = VARIANT_FALSE;
+  server.Execute(_bstr_t(Utf8ToWide(kResyncKeys)), &ok);
+  return ok == VARIANT_TRUE;
+}
+
+}  // namespace kvprojectdb
