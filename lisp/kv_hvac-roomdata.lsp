@@ -37,19 +37,25 @@
         (T (rtos x 2 6))))
 
 ;; SQL that reads COLUMNS of TABLE as one LISP-readable text per row: numbers as they are, texts
-;; in double quotes, nulls as nil.
+;; in double quotes, nulls as nil. Numbers go through text explicitly, which every engine of the
+;; project database accepts (a server refuses to join a number with a text).
 (defun roomdata-rowSql (table columns where / parts)
   (foreach c columns
     (setq parts (cons (if (= (substr c 1 1) "s")
-                        (strcat "ifnull(char(34) || " c " || char(34), 'nil')")
-                        (strcat "ifnull(" c ", 'nil')"))
+                        (strcat "coalesce('\"' || " c " || '\"', 'nil')")
+                        (strcat "coalesce(CAST(" c " AS TEXT), 'nil')"))
                       (cons " || ' ' || " parts))))
   (strcat "SELECT '(' || " (apply 'strcat (cdr (reverse parts))) " || ')' AS r FROM " table " " where))
+
+;; The value X read for COLUMN: a real column's whole number written without a point (as a server
+;; writes it) is still a real, so that no later division truncates.
+(defun roomdata-typed (column x)
+  (if (and (= (substr column 1 1) "d") (numberp x)) (float x) x))
 
 ;; Every row of TABLE matching WHERE as an association list over COLUMNS.
 (defun roomdata-rows (table columns where / file)
   (if (setq file (projectdb-currentFile))
-    (mapcar '(lambda (text) (mapcar 'cons columns (read text)))
+    (mapcar '(lambda (text) (mapcar '(lambda (c x) (cons c (roomdata-typed c x))) columns (read text)))
             (kvdb-query file (roomdata-rowSql table columns where) "r"))))
 
 ;; DEFAULTS with the values of ALIST put in for the names both hold.

@@ -1,6 +1,7 @@
 // The server back end: a project kept in its own schema on a PostgreSQL server, reached through
 // a link file in the project folder. It answers every slot as the file back end does (the same
 // rows, orders, errors and codes), so a caller cannot tell the two apart.
+#include <algorithm>
 #include <libpq-fe.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -588,19 +589,35 @@ class ServerDatabase final : public ComObject<Backend> {
       if (replace) {
         Params p;
         p.Add(Cell{SQLITE_TEXT, 0, 0, table.front() == '"' ? table : LowerAscii(table)});
+        // SQLite replaces the row that any unique key of the new row meets; the server needs the
+        // one key to test named, so the first unique key whose columns the statement lists stands
+        // for it (the primary key when it is listed).
         std::vector<CellRow> keys;
-        if (!Query("SELECT a.attname::text FROM pg_index x JOIN pg_attribute a ON a.attrelid = x.indrelid "
-                   "AND a.attnum = ANY(x.indkey) WHERE x.indrelid = to_regclass($1) AND x.indisprimary",
+        if (!Query("SELECT x.indexrelid::text, a.attname::text FROM pg_index x JOIN pg_attribute a ON a.attrelid = "
+                   "x.indrelid AND a.attnum = ANY(x.indkey) WHERE x.indrelid = to_regclass($1) AND x.indisunique "
+                   "ORDER BY x.indisprimary DESC, x.indexrelid, a.attnum",
                    p, keys))
           return false;
-        std::string target, sets;
-        for (const CellRow& key : keys) target += (target.empty() ? "" : ", ") + quoted(key[0].text);
+        std::vector<std::string> listed;
         std::istringstream list(columns);
-        std::string column;
+        std::string column, sets;
         while (std::getline(list, column, ',')) {
           column.erase(0, column.find_first_not_of(" \t"));
           column.erase(column.find_last_not_of(" \t") + 1);
+          listed.push_back(LowerAscii(column.size() > 1 && column.front() == '"' ? column.substr(1, column.size() - 2) : column));
           sets += (sets.empty() ? "" : ", ") + column + " = EXCLUDED." + column;
+        }
+        std::string target;
+        for (std::size_t i = 0; i < keys.size() && target.empty();) {
+          std::size_t j = i;
+          bool covered = true;
+          std::string candidate;
+          for (; j < keys.size() && keys[j][0].text == keys[i][0].text; ++j) {
+            covered = covered && std::find(listed.begin(), listed.end(), LowerAscii(keys[j][1].text)) != listed.end();
+            candidate += (candidate.empty() ? "" : ", ") + quoted(keys[j][1].text);
+          }
+          if (covered) target = candidate;
+          i = j;
         }
         if (!target.empty() && !sets.empty()) conflict = " ON CONFLICT (" + target + ") DO UPDATE SET " + sets;
       }

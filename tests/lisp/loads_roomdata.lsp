@@ -10,7 +10,9 @@
 
 ;; A folder of this checkout's own: several checkouts may run their tests at the same time.
 (setq root (strcat "/tmp/kv_lisp_roomdata" (vl-string-translate "/" "_" (getenv "PWD")) "/"))
-(foreach f (list "rooms.dwg" (strcat (vl-filename-base (vl-string-right-trim "/" root)) "_kv_hvac.kv")) (vl-file-delete (strcat root f)))
+(foreach f (list "rooms.dwg" (strcat (vl-filename-base (vl-string-right-trim "/" root)) "_kv_hvac.kv")
+                 (strcat (vl-filename-base (vl-string-right-trim "/" root)) "_kv_hvac.kvlink"))
+  (vl-file-delete (strcat root f)))
 (kvhost-new)
 ;; An unsaved drawing has no project: nothing is stored or calculated, zones of the session's tree
 ;; included, and nothing fails.

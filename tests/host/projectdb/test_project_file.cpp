@@ -84,6 +84,7 @@ TEST_F(ProjectFile, NewProjectHoldsSchemaIndicesAndStartingRows) {
 // opened for writing; its own rows stay, and a table it already has (an older tblKvTree with the
 // tree name as its key) is left as it was.
 TEST_F(ProjectFile, OlderFileGainsMissingTablesOnOpenAndKeepsItsRows) {
+  KV_FILE_BACK_END_ONLY();
   CreateProject();
   ASSERT_TRUE(Execute(L"DROP TABLE tblRoomUse; DROP TABLE tblRoomSurface; DROP TABLE tblDesign; DROP TABLE tblKvTree"));
   ASSERT_TRUE(Execute(L"CREATE TABLE tblKvTree (sName TEXT PRIMARY KEY, sTree TEXT)"));
@@ -159,6 +160,7 @@ std::string fileBytes(const std::string& path) {
 // A file made before the explorer's indices existed: a view leaves it untouched (even one that
 // could write), the first open for writing adds what the file can hold, and no row is lost.
 TEST_F(ProjectFile, AnOlderFileGetsTheMissingIndicesWhenOpenedForWriting) {
+  KV_FILE_BACK_END_ONLY();
   CreateProject();
   ASSERT_TRUE(Execute(L"INSERT INTO tblDuct (DRAWING, AIRFLOW) VALUES (\"a.dwg\", \"sa\"), (\"b.dwg\", \"ra\")"));
   ASSERT_TRUE(Execute(L"DROP INDEX tblDuct__bDeletedAIRFLOWDRAWING"));

@@ -68,7 +68,6 @@ TEST_F(Server, ARowLockedByAnotherDesignerIsADiskOrNetworkErrorAfterTheWait) {
 
 TEST_F(Server, InsertOrReplaceAndOrIgnoreKeepSqlitesMeaning) {
   CreateProject();
-  ASSERT_TRUE(Execute(L"CREATE TABLE IF NOT EXISTS tblKvTree (sName TEXT PRIMARY KEY, sTree TEXT)"));
   ASSERT_TRUE(Execute(L"INSERT OR REPLACE INTO tblKvTree (sName, sTree) VALUES ('floor', 'a; b')"));
   ASSERT_TRUE(Execute(L"INSERT OR REPLACE INTO tblKvTree (sName, sTree) VALUES ('floor', 'c'); "
                       L"insert or ignore into tblKvTree (sName, sTree) values ('floor', 'ignored')"));
@@ -210,10 +209,8 @@ TEST_F(Server, AProjectMovedToTheServerAndBackIsIdenticalTableByTable) {
         "INSERT INTO tblDuct (WIDTH, FIT1, DISTANCE1) VALUES (0.1, NULL, 3)",
         "DELETE FROM tblDuct WHERE DISTANCE1 = 3",
         "INSERT INTO tblDuct (WIDTH, FIT1, DISTANCE1) VALUES (1e-300, 'caf\u00e9', 2.5)",
-        "CREATE TABLE IF NOT EXISTS tblRoomL (ixRoomL INTEGER PRIMARY KEY, sName TEXT)",
         "INSERT INTO tblRoomL (sName) VALUES ('Lobby')",
-        "CREATE TABLE IF NOT EXISTS tblKvTree (sName TEXT PRIMARY KEY, sTree TEXT)",
-        R"(INSERT INTO tblKvTree VALUES ('floor', '((1 \"A\"))'))"})
+        R"(INSERT INTO tblKvTree (sName, sTree) VALUES ('floor', '((1 \"A\"))'))"})
     ASSERT_EQ(eval("(kvdb-execute \"" + file + "\" \"" + sql + "\")"), "T") << sql;
   std::string before = eval("(kvdb-checksum \"" + file + "\")");
 
