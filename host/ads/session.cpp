@@ -67,8 +67,8 @@ CallFrame::CallFrame(resbuf* args) : args_(args), outer_(gFrame) { gFrame = this
 
 CallFrame::~CallFrame() {
   gFrame = outer_;
-  acutRelRb(args_);
-  acutRelRb(result_);
+  if (args_) acutRelRb(args_);
+  if (result_) acutRelRb(result_);
 }
 
 resbuf* CallFrame::takeResult() {
@@ -78,7 +78,7 @@ resbuf* CallFrame::takeResult() {
 }
 
 void CallFrame::setResult(resbuf* cells) {
-  acutRelRb(result_);
+  if (result_) acutRelRb(result_);
   result_ = cells;
   hasResult_ = true;
   listForm_ = false;

@@ -94,8 +94,8 @@ struct AcApDocManager::Impl {
   AcApDocument* create(const std::wstring& path, std::unique_ptr<AcDbDatabase> db, bool named, bool opened);
   void activate(AcApDocument* doc);
   // The current document first: it is the one every module call locks.
-  bool has(const AcApDocument* doc) const {
-    if (doc != nullptr && doc == current) return true;
+  bool has(const AcApDocument* doc) const { return (doc != nullptr && doc == current) || hasOther(doc); }
+  bool hasOther(const AcApDocument* doc) const {
     return std::any_of(docs.begin(), docs.end(), [&](const auto& d) { return d.get() == doc; });
   }
 };

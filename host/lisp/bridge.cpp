@@ -11,7 +11,9 @@ namespace {
 // Appends cells behind a tail pointer.
 class Chain {
  public:
-  ~Chain() { acutRelRb(head_); }
+  ~Chain() {
+    if (head_) acutRelRb(head_);
+  }
   resbuf* add(int type) {
     resbuf* rb = acutNewRb(type);
     *link_ = rb;
@@ -285,6 +287,9 @@ Value Environment::Impl::callExternal(const ExsubrObj& f, Args args) {
     ~Release() { acutRelRb(rb); }
   } release{cells};
   if (listForm) return listResult(cells);
+  // Most calls answer one plain cell: it is the result as it stands.
+  if (cells && !cells->rbnext && cells->restype != RTLB && cells->restype != RTLE && cells->restype != RTDOTE)
+    return scalar(cells);
   // The result is the first value; the whole chain is still read, so a malformed one is an error.
   Value first;
   bool seen = false;

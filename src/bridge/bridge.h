@@ -197,6 +197,7 @@ void TreeToList(const LispTreeControl& control, LispTreeControl::Item first, res
 
 class AcDbDatabase;
 class AcApDocument;
+class AcApDocManager;
 class kvDocReactor;
 class kvEditorReactor;
 class HvacDocReactor;
@@ -357,6 +358,7 @@ class WorkingDocumentLock {
   WorkingDocumentLock& operator=(const WorkingDocumentLock&) = delete;
 
  private:
+  AcApDocManager* manager_;  // asked once: every module call takes this lock
   AcApDocument* document_;
 };
 
