@@ -110,22 +110,6 @@ void destroy(Object* object) noexcept {
 
 using namespace detail;
 
-Value& Value::operator=(const Value& other) noexcept {
-  other.retain();
-  release();
-  bits_ = other.bits_;
-  return *this;
-}
-
-Value& Value::operator=(Value&& other) noexcept {
-  if (this != &other) {
-    release();
-    bits_ = other.bits_;
-    other.bits_ = 0;
-  }
-  return *this;
-}
-
 Value Value::adopt(Object* object) noexcept {
   Value v;
   v.bits_ = reinterpret_cast<std::uintptr_t>(object);
