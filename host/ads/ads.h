@@ -157,12 +157,17 @@ class CallFrame {
   resbuf* takeResult();
   // Replaces the result; takes ownership of cells.
   void setResult(resbuf* cells);
+  // Replaces the result with cells in acedRetList's list form, not yet checked: LISP reads them as
+  // one whole list when they are one, else as the items of a list. Takes ownership of cells.
+  void setListResult(resbuf* cells);
+  bool resultInListForm() const { return listForm_; }
   static CallFrame* current();
 
  private:
   resbuf* args_;
   resbuf* result_ = nullptr;
   bool hasResult_ = false;
+  bool listForm_ = false;
   CallFrame* outer_;
 };
 
@@ -182,6 +187,12 @@ DxfKind dxfValueKind(int groupCode);
 
 // Copies one chain (strings included). Null gives null.
 resbuf* copyChain(const resbuf* rb);
+// Host: the arguments of the LISP call in progress, read in place (null outside a call). They
+// live until that call ends; the caller neither changes nor releases them.
+const resbuf* callArgs();
+// Host: acedRetList of a chain its caller gives up, which then must not touch or release it. The
+// chain becomes the result as it stands, without acedRetList's copy or its walk.
+int retListTaken(resbuf* list);
 // UTF-8 to and from the bridge's wide strings.
 std::wstring toWide(std::string_view utf8);
 std::string toUtf8(std::wstring_view wide);

@@ -157,11 +157,25 @@ resbuf* acutNewRb(int type) {
   return kvads::newCell(type);
 }
 
+// A long result goes back to the free list whole, in one splice, once its strings are freed.
 int acutRelRb(resbuf* rb) {
+  if (!rb) return RTNORM;
   kvads::CellPool& cells = kvads::pool();
+  resbuf* last = rb;
+  std::size_t n = 0;
+  for (resbuf* cell = rb; cell; cell = cell->rbnext) {
+    if (holdsString(cell->restype)) std::free(cell->resval.rstring);
+    last = cell;
+    ++n;
+  }
+  if (cells.count + n <= kvads::kPoolCap) {
+    last->rbnext = cells.free;
+    cells.free = rb;
+    cells.count += n;
+    return RTNORM;
+  }
   while (rb) {
     resbuf* next = rb->rbnext;
-    if (holdsString(rb->restype)) std::free(rb->resval.rstring);
     cells.give(rb);
     rb = next;
   }

@@ -67,8 +67,8 @@ CallFrame::CallFrame(resbuf* args) : args_(args), outer_(gFrame) { gFrame = this
 
 CallFrame::~CallFrame() {
   gFrame = outer_;
-  acutRelRb(args_);
-  acutRelRb(result_);
+  if (args_) acutRelRb(args_);
+  if (result_) acutRelRb(result_);
 }
 
 resbuf* CallFrame::takeResult() {
@@ -78,9 +78,15 @@ resbuf* CallFrame::takeResult() {
 }
 
 void CallFrame::setResult(resbuf* cells) {
-  acutRelRb(result_);
+  if (result_) acutRelRb(result_);
   result_ = cells;
   hasResult_ = true;
+  listForm_ = false;
+}
+
+void CallFrame::setListResult(resbuf* cells) {
+  setResult(cells);
+  listForm_ = true;
 }
 
 CallFrame* CallFrame::current() { return gFrame; }
@@ -167,6 +173,8 @@ std::string toUtf8(std::wstring_view w) {
 
 using kvads::CallFrame;
 
+const resbuf* kvads::callArgs() { return CallFrame::current() ? CallFrame::current()->args() : nullptr; }
+
 resbuf* acedGetArgs() {
   return CallFrame::current() ? kvads::copyChain(CallFrame::current()->args()) : nullptr;
 }
@@ -205,9 +213,33 @@ int acedRetName(const ads_name name, int type) {
 // as on the platform, so that a module's RTLB ... RTLE result is not nested once more. A pair ends
 // at RTLE in a module's form (RTLB a RTDOTE b RTLE) but at the dot in LISP's own (RTLB a b RTDOTE):
 // a dot after one item opens the tail, after several it ends the pair.
+namespace {
+// Items read so far in each open list: a few levels inline, as results seldom nest deeper.
+class OpenCounts {
+ public:
+  bool empty() const { return n_ == 0; }
+  int& back() { return n_ <= kInline ? inline_[n_ - 1] : more_.back(); }
+  void push_back(int v) {
+    if (n_ < kInline) inline_[n_] = v;
+    else more_.push_back(v);
+    ++n_;
+  }
+  void pop_back() {
+    if (n_ > kInline) more_.pop_back();
+    --n_;
+  }
+
+ private:
+  static constexpr std::size_t kInline = 16;
+  int inline_[kInline] = {};
+  std::vector<int> more_;
+  std::size_t n_ = 0;
+};
+}  // namespace
+
 static bool isOneWholeList(const resbuf* rb) {
   if (!rb || rb->restype != RTLB) return false;
-  std::vector<int> open;  // items read so far in each open list
+  OpenCounts open;
   for (; rb; rb = rb->rbnext) {
     bool closes = false;
     if (rb->restype == RTLB) {
@@ -239,6 +271,15 @@ int acedRetList(const resbuf* list) {
   while (tail->rbnext) tail = tail->rbnext;
   tail->rbnext = acutNewRb(RTLE);
   return kvads::setResult(open);
+}
+
+int kvads::retListTaken(resbuf* list) {
+  if (!gFrame) {
+    acutRelRb(list);
+    return RTERROR;
+  }
+  gFrame->setListResult(list);
+  return RTNORM;
 }
 
 int acedDefun(const ACHAR* name, int funcNumber) {

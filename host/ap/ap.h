@@ -83,6 +83,10 @@ class AcApDocManagerReactor : public AcRxObject {
   virtual void documentToBeDeactivated(AcApDocument* pDeActivatedDoc) {}
   virtual void documentActivationModified(bool bActivation) {}
   virtual void documentActivated(AcApDocument* pActivatedDoc) {}
+  // Host: whether this reactor is told of lock mode changes, asked once when it is added. Every
+  // LISP call of a module locks and unlocks its document; when no reactor listens, a lock raises
+  // no events at all.
+  virtual bool wantsLockModeEvents() const { return true; }
 };
 
 // Events of the editor. Save: beginSave, saveComplete (or abortSave). Open: beginDwgOpen,

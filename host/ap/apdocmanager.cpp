@@ -52,6 +52,7 @@ struct AcApDocManager::Impl {
   std::vector<AcApDocument*> recent;                // most recently current first
   AcApDocument* current = nullptr;
   std::vector<AcApDocManagerReactor*> reactors;
+  std::vector<AcApDocManagerReactor*> lockReactors;  // those of `reactors` that want lock events
   std::uint64_t reactorChanges = 0;  // counts additions and removals, so a walk sees when to check
   Hooks hooks;
   int untitled = 0;
@@ -59,6 +60,14 @@ struct AcApDocManager::Impl {
   // Calls `fn` for each reactor; reactors added or removed during the walk are respected.
   template <class Fn>
   void fire(Fn fn) {
+    fireTo(reactors, fn);
+  }
+  template <class Fn>
+  void fireLock(Fn fn) {
+    if (!lockReactors.empty()) fireTo(lockReactors, fn);
+  }
+  template <class Fn>
+  void fireTo(const std::vector<AcApDocManagerReactor*>& list, Fn fn) {
     // A reactor may remove itself or another while being told, so the walk goes over a copy and,
     // once the list changed, tells only those still in it. Every LISP call of a module locks and
     // unlocks its document, four events: a copy of the usual handful stays on the stack.
@@ -66,16 +75,16 @@ struct AcApDocManager::Impl {
     AcApDocManagerReactor* onStack[kOnStack];
     std::vector<AcApDocManagerReactor*> onHeap;
     AcApDocManagerReactor** copy = onStack;
-    std::size_t n = reactors.size();
+    std::size_t n = list.size();
     if (n <= kOnStack) {
-      std::copy(reactors.begin(), reactors.end(), onStack);
+      std::copy(list.begin(), list.end(), onStack);
     } else {
-      onHeap = reactors;
+      onHeap = list;
       copy = onHeap.data();
     }
     const std::uint64_t changesBefore = reactorChanges;
     for (std::size_t i = 0; i < n; ++i)
-      if (reactorChanges == changesBefore || std::find(reactors.begin(), reactors.end(), copy[i]) != reactors.end())
+      if (reactorChanges == changesBefore || std::find(list.begin(), list.end(), copy[i]) != list.end())
         fn(copy[i]);
   }
   template <class Fn>
@@ -85,8 +94,8 @@ struct AcApDocManager::Impl {
   AcApDocument* create(const std::wstring& path, std::unique_ptr<AcDbDatabase> db, bool named, bool opened);
   void activate(AcApDocument* doc);
   // The current document first: it is the one every module call locks.
-  bool has(const AcApDocument* doc) const {
-    if (doc != nullptr && doc == current) return true;
+  bool has(const AcApDocument* doc) const { return (doc != nullptr && doc == current) || hasOther(doc); }
+  bool hasOther(const AcApDocument* doc) const {
     return std::any_of(docs.begin(), docs.end(), [&](const auto& d) { return d.get() == doc; });
   }
 };
@@ -145,9 +154,9 @@ Acad::ErrorStatus AcApDocManager::lockDocument(AcApDocument* pDoc, AcAp::DocLock
                                                const ACHAR* pGlobalCmdName, const ACHAR*, bool) {
   if (pDoc == nullptr || !impl_->has(pDoc)) return Acad::eNoDocument;
   AcAp::DocLockMode before = pDoc->myLockMode();
-  impl_->fire([&](auto* r) { r->documentLockModeWillChange(pDoc, before, lockMode, before, pGlobalCmdName); });
+  impl_->fireLock([&](auto* r) { r->documentLockModeWillChange(pDoc, before, lockMode, before, pGlobalCmdName); });
   pDoc->impl()->locks.push_back(lockMode);
-  impl_->fire([&](auto* r) { r->documentLockModeChanged(pDoc, before, lockMode, lockMode, pGlobalCmdName); });
+  impl_->fireLock([&](auto* r) { r->documentLockModeChanged(pDoc, before, lockMode, lockMode, pGlobalCmdName); });
   return Acad::eOk;
 }
 
@@ -156,9 +165,9 @@ Acad::ErrorStatus AcApDocManager::unlockDocument(AcApDocument* pDoc) {
   if (pDoc->impl()->locks.empty()) return Acad::eNotApplicable;
   AcAp::DocLockMode before = pDoc->myLockMode();
   AcAp::DocLockMode after = pDoc->impl()->locks.size() > 1 ? pDoc->impl()->locks[pDoc->impl()->locks.size() - 2] : AcAp::kNone;
-  impl_->fire([&](auto* r) { r->documentLockModeWillChange(pDoc, before, after, before, nullptr); });
+  impl_->fireLock([&](auto* r) { r->documentLockModeWillChange(pDoc, before, after, before, nullptr); });
   pDoc->impl()->locks.pop_back();
-  impl_->fire([&](auto* r) { r->documentLockModeChanged(pDoc, before, after, after, nullptr); });
+  impl_->fireLock([&](auto* r) { r->documentLockModeChanged(pDoc, before, after, after, nullptr); });
   return Acad::eOk;
 }
 
@@ -178,11 +187,14 @@ Acad::ErrorStatus AcApDocManager::activateDocument(AcApDocument* pDoc, bool) {
 void AcApDocManager::addReactor(AcApDocManagerReactor* r) {
   if (r == nullptr || std::find(impl_->reactors.begin(), impl_->reactors.end(), r) != impl_->reactors.end()) return;
   impl_->reactors.push_back(r);
+  if (r->wantsLockModeEvents()) impl_->lockReactors.push_back(r);
   ++impl_->reactorChanges;
 }
 
 void AcApDocManager::removeReactor(AcApDocManagerReactor* r) {
   impl_->reactors.erase(std::remove(impl_->reactors.begin(), impl_->reactors.end(), r), impl_->reactors.end());
+  impl_->lockReactors.erase(std::remove(impl_->lockReactors.begin(), impl_->lockReactors.end(), r),
+                            impl_->lockReactors.end());
   ++impl_->reactorChanges;
 }
 

@@ -12,15 +12,20 @@
 #include <vector>
 
 // ---- BSTR ----------------------------------------------------------------------------------------
-// Layout: a 4-byte length (in characters) immediately before the characters, then a terminating
-// zero, so a BSTR can be handed to anything that expects a wide C string.
+// Layout: the count of extra holders (see SysShareString), then the length (in characters), each
+// 4 bytes, immediately before the characters, then a terminating zero, so a BSTR can be handed to
+// anything that expects a wide C string.
 
 namespace {
 
-constexpr std::size_t kPrefix = sizeof(std::uint32_t) > alignof(OLECHAR) ? sizeof(std::uint32_t)
-                                                                         : alignof(OLECHAR);
+constexpr std::size_t kPrefix = 2 * sizeof(std::uint32_t);
+static_assert(kPrefix % alignof(OLECHAR) == 0);
 
 std::uint32_t* lengthSlot(BSTR text) {
+  return reinterpret_cast<std::uint32_t*>(reinterpret_cast<char*>(text) - sizeof(std::uint32_t));
+}
+
+std::uint32_t* sharesSlot(BSTR text) {
   return reinterpret_cast<std::uint32_t*>(reinterpret_cast<char*>(text) - kPrefix);
 }
 
@@ -75,6 +80,7 @@ BSTR SysAllocStringLen(const OLECHAR* text, std::uint32_t length) {
   if (!block) return nullptr;
   auto* chars = reinterpret_cast<BSTR>(block + kPrefix);
   *lengthSlot(chars) = length;
+  *sharesSlot(chars) = 0;
   if (text) std::memcpy(chars, text, length * sizeof(OLECHAR));
   else std::memset(chars, 0, length * sizeof(OLECHAR));
   chars[length] = L'\0';
@@ -86,8 +92,17 @@ BSTR SysAllocString(const OLECHAR* text) {
   return SysAllocStringLen(text, static_cast<std::uint32_t>(std::wcslen(text)));
 }
 
+BSTR SysShareString(BSTR text) {
+  if (text) ++*sharesSlot(text);
+  return text;
+}
+
 void SysFreeString(BSTR text) {
   if (!text) return;
+  if (std::uint32_t& shares = *sharesSlot(text); shares > 0) {
+    --shares;
+    return;
+  }
   char* block = reinterpret_cast<char*>(text) - kPrefix;
   std::uint32_t c = classOf(*lengthSlot(text));
   if (c < kClasses && gStrings[c].blocks.size() < kKeptPerClass) {
@@ -201,7 +216,11 @@ HRESULT SafeArrayDestroy(SAFEARRAY* array) {
   if (!array) return S_OK;
   auto* items = static_cast<VARIANT*>(array->pvData);
   ULONG n = array->rgsabound[0].cElements;
-  for (ULONG i = 0; i < n; ++i) VariantClear(&items[i]);
+  // Only what the items own is freed: the array goes away, or is made empty again when handed out.
+  for (ULONG i = 0; i < n; ++i) {
+    if (items[i].vt == VT_BSTR) SysFreeString(items[i].bstrVal);
+    else if (items[i].vt == (VT_ARRAY | VT_VARIANT)) SafeArrayDestroy(items[i].parray);
+  }
   if (gSpareArrays->size() < kSpareArrays) {
     gSpareArrays->push_back({n == 0 ? 1 : n, array});
     return S_OK;

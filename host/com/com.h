@@ -44,6 +44,10 @@ BSTR SysAllocString(const OLECHAR* text);
 BSTR SysAllocStringLen(const OLECHAR* text, std::uint32_t length);
 void SysFreeString(BSTR text);
 std::uint32_t SysStringLen(BSTR text);
+// Host: one more holder of a BSTR whose characters none of its holders changes (the column names
+// that every row of a table hands out); each holder frees it once with SysFreeString, and the
+// last of them frees the string. Gives text.
+BSTR SysShareString(BSTR text);
 
 // UTF-8 <-> wide conversion used wherever a BSTR meets a byte string (files, SQLite, LISP).
 std::string WideToUtf8(std::wstring_view text);

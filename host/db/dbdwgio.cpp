@@ -194,6 +194,22 @@ Acad::ErrorStatus readPicture(AcDbDwgFiler& f, std::vector<std::vector<AcGePoint
   return f.filerStatus();
 }
 
+}  // namespace
+
+std::vector<unsigned char> kvdb::pictureBytes(const std::vector<std::vector<AcGePoint3d>>& lines) {
+  AcDbDwgMemoryFiler f(nullptr, AcDb::kFileFiler);
+  writePicture(f, lines);
+  return f.buffer();
+}
+
+bool kvdb::pictureFromBytes(const std::vector<unsigned char>& bytes, std::vector<std::vector<AcGePoint3d>>& lines) {
+  AcDbDwgMemoryFiler f(nullptr, AcDb::kFileFiler);
+  f.setBuffer(bytes);
+  return readPicture(f, lines, bytes.size()) == Acad::eOk && f.remaining() == 0;
+}
+
+namespace {
+
 // Files one object, opening it for read for the time of filing when it is closed.
 Acad::ErrorStatus fileObject(AcDbObject* obj, AcDbDwgFiler& f) {
   kvdb::ReadScope open(obj);

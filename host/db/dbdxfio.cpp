@@ -1,5 +1,7 @@
 // DXF export of a whole drawing (the AC1015 layout other programs read) and import of the
-// tables, blocks and entities such a file holds.
+// tables, blocks and entities such a file holds; proxies go out and come back as the platform's
+// ACAD_PROXY_ENTITY with their class's data.
+#include <algorithm>
 #include <cstdio>
 #include <fstream>
 #include <sstream>
@@ -117,18 +119,29 @@ void writeHeader(DxfWriter& w, AcDbDatabase* db, Adesk::UInt64 seed) {
   w.str(0, "ENDSEC");
 }
 
-void writeClasses(DxfWriter& w, const std::vector<const AcRxClass*>& classes) {
+// One entry of the CLASSES section. Entities refer to it by number: 500 for the first entry.
+struct ClassRow {
+  std::wstring dxfName, name, app;
+  int proxyFlags = 0;
+  bool wasProxy = false;  // the class was not here when its objects were last saved
+  bool entity = true;
+};
+constexpr int kFirstClassNumber = 500;
+// The platform's number for a proxy entity's own class, written before its original class's.
+constexpr int kProxyEntityClass = 498;
+
+void writeClasses(DxfWriter& w, const std::vector<ClassRow>& classes) {
   w.str(0, "SECTION");
   w.str(2, "CLASSES");
-  for (const AcRxClass* c : classes) {
+  for (const ClassRow& c : classes) {
     w.str(0, "CLASS");
-    w.str(1, kvdb::dxfNameOf(c));
-    w.str(2, c->name());
-    w.str(3, c->appName());
-    w.integer(90, c->proxyFlags());
+    w.str(1, c.dxfName);
+    w.str(2, c.name);
+    w.str(3, c.app);
+    w.integer(90, c.proxyFlags);
     w.integer(91, 0);
-    w.integer(280, 0);
-    w.integer(281, c->isDerivedFrom(AcDbEntity::desc()) ? 1 : 0);
+    w.integer(280, c.wasProxy ? 1 : 0);
+    w.integer(281, c.entity ? 1 : 0);
   }
   w.str(0, "ENDSEC");
 }
@@ -251,18 +264,64 @@ void writeAttributes(DxfWriter& w, const AcDbBlockReference& insert, AcDbDatabas
   w.str(0, "SEQEND"), w.str(5, w.fresh()), w.str(330, owner), w.str(100, "AcDbEntity"), w.str(8, "0");
 }
 
-// One entity: its type name, then its own groups. Proxies are left out (their data means
-// nothing to another program).
-void writeEntity(DxfWriter& w, AcDbEntity* e, std::vector<const AcRxClass*>& unknown) {
+// Binary data as the platform files it in DXF: the length (bytes, or bits for the class's data),
+// then 310 groups of at most 127 bytes in hexadecimal.
+void binaryGroups(DxfWriter& w, int sizeCode, long long size, const std::vector<unsigned char>& bytes) {
+  static const char* const kDigits = "0123456789ABCDEF";
+  w.integer(sizeCode, size);
+  for (std::size_t at = 0; at < bytes.size(); at += 127) {
+    std::string chunk;
+    for (std::size_t i = at; i < bytes.size() && i < at + 127; ++i) {
+      chunk += kDigits[bytes[i] >> 4];
+      chunk += kDigits[bytes[i] & 15];
+    }
+    w.str(310, chunk);
+  }
+}
+
+// A proxy's own groups, between the entity's and its extended data: the number of its original
+// class, its picture and the class's data as filed, which another program keeps as they are.
+void writeProxyGroups(DxfWriter& w, const AcDbProxyEntity& proxy, int classNumber) {
+  w.str(100, "AcDbProxyEntity");
+  w.integer(90, kProxyEntityClass);
+  w.integer(91, classNumber);
+  std::vector<unsigned char> picture = kvdb::pictureBytes(proxy.graphics());
+  binaryGroups(w, 92, static_cast<long long>(picture.size()), picture);
+  binaryGroups(w, 93, static_cast<long long>(proxy.data().size()) * 8, proxy.data());
+  w.integer(94, 0);
+  w.integer(95, 0);
+  w.integer(70, 0);  // the data is in the binary form of a drawing, not DXF groups
+}
+
+int classNumberOf(const std::vector<ClassRow>& classes, const AcDbProxyEntity& proxy) {
+  for (std::size_t i = 0; i < classes.size(); ++i)
+    if (classes[i].name == proxy.originalClassName()) return kFirstClassNumber + static_cast<int>(i);
+  return 0;
+}
+
+// One entity: its type name, then its own groups; a proxy as the platform writes one.
+void writeEntity(DxfWriter& w, AcDbEntity* e, const std::vector<ClassRow>& classes) {
   AcDbDxfMemoryFiler filer(e->database());
   if (kvdb::dxfGroupsOf(e, filer) != Acad::eOk) return;
+  if (auto* proxy = AcDbProxyEntity::cast(e)) {
+    auto& groups = filer.groups();
+    auto xdata = std::find_if(groups.begin(), groups.end(), [](const auto& g) { return g.code >= 1000; });
+    AcDbDxfMemoryFiler tail(e->database());
+    tail.groups().assign(xdata, groups.end());
+    groups.erase(xdata, groups.end());
+    w.str(0, "ACAD_PROXY_ENTITY");
+    w.groups(filer);
+    writeProxyGroups(w, *proxy, classNumberOf(classes, *proxy));
+    w.groups(tail);
+    return;
+  }
   w.str(0, kvdb::dxfNameOf(e->isA()));
   w.groups(filer);
   if (auto* insert = AcDbBlockReference::cast(e); insert && insert->attributeCount() > 0)
     writeAttributes(w, *insert, e->database());
 }
 
-void writeBlocks(DxfWriter& w, AcDbDatabase* db, std::vector<const AcRxClass*>& unknown) {
+void writeBlocks(DxfWriter& w, AcDbDatabase* db, const std::vector<ClassRow>& classes) {
   w.str(0, "SECTION");
   w.str(2, "BLOCKS");
   for (auto* b : records<AcDbBlockTableRecord>(db->impl()->blockTable)) {
@@ -274,7 +333,7 @@ void writeBlocks(DxfWriter& w, AcDbDatabase* db, std::vector<const AcRxClass*>& 
     w.str(3, b->getName()), w.str(1, "");
     if (!b->isLayout())
       for (AcDbObjectId id : kvdb::liveEntities(b))
-        if (auto* e = AcDbEntity::cast(kvdb::objectOf(id)); e && !AcDbProxyEntity::cast(e)) writeEntity(w, e, unknown);
+        if (auto* e = AcDbEntity::cast(kvdb::objectOf(id))) writeEntity(w, e, classes);
     w.str(0, "ENDBLK"), w.str(5, w.fresh()), w.str(330, btr), w.str(100, "AcDbEntity");
     if (kvdb::iequals(b->getName(), ACDB_PAPER_SPACE)) w.integer(67, 1);
     w.str(8, "0"), w.str(100, "AcDbBlockEnd");
@@ -292,18 +351,31 @@ void writeObjects(DxfWriter& w) {
   w.str(0, "ENDSEC");
 }
 
-// Classes of model space and block entities that the platform does not know by DXF name.
-std::vector<const AcRxClass*> customClasses(AcDbDatabase* db) {
-  std::vector<const AcRxClass*> out;
+// Classes of model space and block entities that the platform does not know by DXF name, and
+// the original classes of proxies.
+std::vector<ClassRow> customClasses(AcDbDatabase* db) {
+  static const std::vector<std::wstring> builtin = {L"LINE",   L"LWPOLYLINE", L"SPLINE", L"MTEXT", L"INSERT", L"LEADER",
+                                                    L"POINT",  L"CIRCLE",     L"ARC",    L"TEXT",  L"ATTDEF", L"ATTRIB"};
+  std::vector<ClassRow> out;
+  auto known = [&](const std::wstring& name) {
+    return std::any_of(out.begin(), out.end(), [&](const ClassRow& c) { return c.name == name; });
+  };
   for (auto* b : records<AcDbBlockTableRecord>(db->impl()->blockTable))
     for (AcDbObjectId id : kvdb::liveEntities(b)) {
       AcDbObject* o = kvdb::objectOf(id);
+      if (auto* proxy = AcDbProxyEntity::cast(o)) {
+        if (known(proxy->originalClassName())) continue;
+        // The class may be here again by now: its numbers then go with it.
+        const AcRxClass* cls = acrxFindAcRxClass(proxy->originalClassName());
+        out.push_back({proxy->originalDxfName(), proxy->originalClassName(), cls ? cls->appName() : L"",
+                       cls ? cls->proxyFlags() : 0, cls == nullptr, true});
+        continue;
+      }
       const AcRxClass* c = o ? o->isA() : nullptr;
-      if (c == nullptr || AcDbProxyEntity::cast(o) || std::find(out.begin(), out.end(), c) != out.end()) continue;
-      static const std::vector<std::wstring> builtin = {L"LINE",  L"LWPOLYLINE", L"SPLINE", L"MTEXT",  L"INSERT",
-                                                        L"LEADER", L"POINT",     L"CIRCLE", L"ARC",    L"TEXT",
-                                                        L"ATTDEF", L"ATTRIB"};
-      if (std::find(builtin.begin(), builtin.end(), kvdb::dxfNameOf(c)) == builtin.end()) out.push_back(c);
+      if (c == nullptr || known(c->name())) continue;
+      if (std::find(builtin.begin(), builtin.end(), kvdb::dxfNameOf(c)) == builtin.end())
+        out.push_back({kvdb::dxfNameOf(c), c->name(), c->appName(), c->proxyFlags(), false,
+                       c->isDerivedFrom(AcDbEntity::desc())});
     }
   return out;
 }
@@ -314,25 +386,16 @@ Acad::ErrorStatus AcDbDatabase::dxfOut(const ACHAR* fileName, int, bool) {
   if (fileName == nullptr || fileName[0] == 0) return Acad::eInvalidInput;
   impl_->flushIndex();
   DxfWriter w(impl_->nextHandle);
-  std::vector<const AcRxClass*> custom = customClasses(this);
-  std::vector<const AcRxClass*> unknown;
+  std::vector<ClassRow> classes = customClasses(this);
   DxfWriter body(impl_->nextHandle);
-  writeClasses(body, custom);
+  writeClasses(body, classes);
   writeTables(body, this);
-  writeBlocks(body, this, unknown);
+  writeBlocks(body, this, classes);
   body.str(0, "SECTION");
   body.str(2, "ENTITIES");
-  std::size_t proxies = 0;
   if (auto* ms = AcDbBlockTableRecord::cast(kvdb::objectOf(impl_->modelSpace)))
-    for (AcDbObjectId id : kvdb::liveEntities(ms)) {
-      auto* e = AcDbEntity::cast(kvdb::objectOf(id));
-      if (e == nullptr) continue;
-      if (AcDbProxyEntity::cast(e)) {
-        ++proxies;
-        continue;
-      }
-      writeEntity(body, e, unknown);
-    }
+    for (AcDbObjectId id : kvdb::liveEntities(ms))
+      if (auto* e = AcDbEntity::cast(kvdb::objectOf(id))) writeEntity(body, e, classes);
   body.str(0, "ENDSEC");
   writeObjects(body);
   body.str(0, "EOF");
@@ -340,7 +403,6 @@ Acad::ErrorStatus AcDbDatabase::dxfOut(const ACHAR* fileName, int, bool) {
   std::ofstream out(acrxToUtf8(fileName), std::ios::binary | std::ios::trunc);
   if (!out) return Acad::eFileAccessErr;
   out << w.text() << body.text();
-  if (proxies > 0) std::fprintf(stderr, "kvhost: %zu proxy entities are not part of the DXF file\n", proxies);
   return out ? Acad::eOk : Acad::eFileAccessErr;
 }
 
@@ -416,7 +478,8 @@ class DxfReader {
       if (g_[i].code == 0 && g_[i].value == "SECTION" && i + 1 < g_.size()) {
         std::string name = g_[i + 1].value;
         std::size_t end = sectionEnd(i + 2);
-        if (name == "TABLES") tables(i + 2, end);
+        if (name == "CLASSES") readClasses(i + 2, end);
+        else if (name == "TABLES") tables(i + 2, end);
         else if (name == "BLOCKS") blocks(i + 2, end);
         else if (name == "ENTITIES") entities(i + 2, end, db_->modelSpaceId());
         i = end + 1;
@@ -438,6 +501,75 @@ class DxfReader {
     for (std::size_t i = from; i < end; ++i)
       if (g_[i].code == 0) return i;
     return end;
+  }
+
+  // The CLASSES section, in order: entities name their class by its place (from 500).
+  void readClasses(std::size_t from, std::size_t end) {
+    for (std::size_t i = nextObject(from, end); i < end;) {
+      std::size_t next = nextObject(i + 1, end);
+      if (g_[i].value == "CLASS") classes_.push_back({valueOf(g_, i + 1, next, 2), valueOf(g_, i + 1, next, 1)});
+      i = next;
+    }
+  }
+
+  // A proxy: the entity's groups, then its own (from the AcDbProxyEntity marker), then extended
+  // data. Its original class comes from the CLASSES section; its picture is kept when it is one
+  // this host wrote, and the class's data is kept as it was filed.
+  AcDbEntity* proxyEntity(std::size_t from, std::size_t to) {
+    std::size_t own = from;
+    while (own < to && !(g_[own].code == 100 && g_[own].value == "AcDbProxyEntity")) ++own;
+    std::size_t xdata = own;
+    while (xdata < to && g_[xdata].code < 1000) ++xdata;
+    auto proxy = std::make_unique<AcDbProxyEntity>();
+    AcDbDxfMemoryFiler f(db_);
+    fillFiler(g_, from, own, f);
+    fillFiler(g_, xdata, to, f);
+    f.rewind();
+    if (proxy->dxfIn(&f) != Acad::eOk) return nullptr;
+    long classNumber = 0;
+    std::vector<unsigned char> picture, data;
+    std::vector<unsigned char>* into = nullptr;
+    for (std::size_t k = own + 1; k < xdata; ++k) {
+      switch (g_[k].code) {
+        case 91: classNumber = std::strtol(g_[k].value.c_str(), nullptr, 10); break;
+        case 92: into = &picture; break;
+        case 93: into = &data; break;
+        case 310:
+          if (into == nullptr || !appendHex(g_[k].value, *into)) return nullptr;
+          break;
+        default: into = nullptr; break;
+      }
+    }
+    std::size_t place = static_cast<std::size_t>(classNumber - kFirstClassNumber);
+    if (classNumber >= kFirstClassNumber && place < classes_.size())
+      proxy->setOriginal(classes_[place].name, classes_[place].dxfName);
+    std::vector<std::vector<AcGePoint3d>> lines;
+    if (kvdb::pictureFromBytes(picture, lines)) proxy->setGraphics(std::move(lines));
+    // The class's data joins the proxy as it does from a drawing file: behind the entity's part.
+    AcDbDwgMemoryFiler out(db_);
+    if (proxy->dwgOut(&out) != Acad::eOk) return nullptr;
+    std::vector<unsigned char> bytes = out.buffer();
+    bytes.insert(bytes.end(), data.begin(), data.end());
+    AcDbDwgMemoryFiler in(db_);
+    in.setBuffer(std::move(bytes));
+    if (proxy->dwgIn(&in) != Acad::eOk) return nullptr;
+    return proxy.release();
+  }
+
+  static bool appendHex(const std::string& text, std::vector<unsigned char>& out) {
+    auto digit = [](char c) {
+      if (c >= '0' && c <= '9') return c - '0';
+      if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+      if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+      return -1;
+    };
+    if (text.size() % 2 != 0) return false;
+    for (std::size_t i = 0; i < text.size(); i += 2) {
+      int hi = digit(text[i]), lo = digit(text[i + 1]);
+      if (hi < 0 || lo < 0) return false;
+      out.push_back(static_cast<unsigned char>(hi * 16 + lo));
+    }
+    return true;
   }
 
   template <class Table, class Rec>
@@ -544,7 +676,8 @@ class DxfReader {
   void entities(std::size_t from, std::size_t end, AcDbObjectId blockId) {
     for (std::size_t i = nextObject(from, end); i < end;) {
       std::size_t next = nextObject(i + 1, end);
-      AcDbEntity* e = made(acrxFromUtf8(g_[i].value), i + 1, next);
+      AcDbEntity* e = g_[i].value == "ACAD_PROXY_ENTITY" ? proxyEntity(i + 1, next)
+                                                         : made(acrxFromUtf8(g_[i].value), i + 1, next);
       if (auto* insert = AcDbBlockReference::cast(e)) next = attributes(*insert, next, end);
       if (e != nullptr) append(e, blockId);
       else if (g_[i].value != "SEQEND") ++skipped_;  // a sequence end without its insert is no loss
@@ -595,8 +728,12 @@ class DxfReader {
     btr->close();
   }
 
+  struct ClassName {
+    std::wstring name, dxfName;
+  };
   AcDbDatabase* db_;
   const std::vector<RawGroup>& g_;
+  std::vector<ClassName> classes_;
   int skipped_ = 0;
 };
 

@@ -133,6 +133,11 @@ std::wstring dxfNameOf(const AcRxClass* cls);
 // Writes one entity's or object's DXF groups (after the 0 group) into a memory filer.
 Acad::ErrorStatus dxfGroupsOf(const AcDbObject* obj, AcDbDxfMemoryFiler& filer);
 
+// A proxy's picture (world-draw polylines) as the bytes filed with it, and back; false for bytes
+// that are not a picture.
+std::vector<unsigned char> pictureBytes(const std::vector<std::vector<AcGePoint3d>>& lines);
+bool pictureFromBytes(const std::vector<unsigned char>& bytes, std::vector<std::vector<AcGePoint3d>>& lines);
+
 // After a drawing is read: name indexes of the tables, and model space queued for the index.
 void afterLoad(AcDbDatabase::Impl* impl);
 

@@ -11,7 +11,9 @@ namespace {
 // Appends cells behind a tail pointer.
 class Chain {
  public:
-  ~Chain() { acutRelRb(head_); }
+  ~Chain() {
+    if (head_) acutRelRb(head_);
+  }
   resbuf* add(int type) {
     resbuf* rb = acutNewRb(type);
     *link_ = rb;
@@ -163,7 +165,18 @@ namespace {
 // Reads the values of a chain, handing each top-level one to `top`.
 template <class Top>
 void readCells(const resbuf* rb, Top&& top) {
+  // The stack of open lists keeps its storage from one call to the next; a call made while
+  // reading (none today) would simply start a stack of its own.
+  static std::vector<OpenList> spare;
   std::vector<OpenList> open;
+  open.swap(spare);
+  struct GiveBack {
+    std::vector<OpenList>& open;
+    ~GiveBack() {
+      open.clear();
+      if (spare.capacity() < open.capacity()) spare.swap(open);
+    }
+  } giveBack{open};
   auto deliver = [&](Value v) {
     if (open.empty()) return top(std::move(v));
     OpenList& f = open.back();
@@ -207,6 +220,41 @@ void readCells(const resbuf* rb, Top&& top) {
 
 }  // namespace
 
+namespace {
+
+// A result in acedRetList's list form: a chain that is one whole list (RTLB ... its matching end,
+// nothing after) is that list; any other chain holds the items of the list. Read once as it
+// stands, which is right for the common whole list; only another chain is read again, inside an
+// enclosing RTLB/RTLE, so that a pair's dot is read as acedRetList's copy would have it read.
+Value listResult(resbuf* cells) {
+  if (cells && cells->restype == RTLB) {
+    OpenList items;
+    bool readable = true;
+    try {
+      readCells(cells, [&](Value v) { items.append(std::move(v)); });
+    } catch (const Error&) {
+      readable = false;
+    }
+    if (readable && items.count == 1) return std::move(items.last->car);
+  }
+  resbuf close{nullptr, RTLE, {}};
+  resbuf open{cells ? cells : &close, RTLB, {}};
+  resbuf* last = cells;
+  while (last && last->rbnext) last = last->rbnext;
+  if (last) last->rbnext = &close;
+  struct Unlink {
+    resbuf* last;
+    ~Unlink() {
+      if (last) last->rbnext = nullptr;
+    }
+  } unlink{last};
+  Value list;
+  readCells(&open, [&](Value v) { list = std::move(v); });
+  return list;
+}
+
+}  // namespace
+
 std::vector<Value> fromCells(const resbuf* rb) {
   std::vector<Value> values;
   readCells(rb, [&](Value v) { values.push_back(std::move(v)); });
@@ -232,11 +280,16 @@ Value Environment::Impl::callExternal(const ExsubrObj& f, Args args) {
   }
   if (rc == RSERR) throw Error("ADS request error");
   if (!frame.hasResult()) return Value();
+  const bool listForm = frame.resultInListForm();
   resbuf* cells = frame.takeResult();
   struct Release {
     resbuf* rb;
     ~Release() { acutRelRb(rb); }
   } release{cells};
+  if (listForm) return listResult(cells);
+  // Most calls answer one plain cell: it is the result as it stands.
+  if (cells && !cells->rbnext && cells->restype != RTLB && cells->restype != RTLE && cells->restype != RTDOTE)
+    return scalar(cells);
   // The result is the first value; the whole chain is still read, so a malformed one is an error.
   Value first;
   bool seen = false;

@@ -3,7 +3,9 @@
 #pragma once
 
 #include <cstdio>
+#include <new>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "lisp.h"
@@ -59,10 +61,53 @@ struct ExsubrObj : Object {
   int code;
 };
 
+// Reals and conses are made and dropped by the thousand in one call (a result list of pairs is
+// two conses and a real a pair): dropped ones wait on a free list of their size for the next,
+// instead of going back to malloc. Capped, so that one huge list does not keep its memory for
+// good; off under the address sanitizer, so that a use after release is still caught. LISP runs
+// on the host's main thread only, so a plain global serves.
+#if defined(__SANITIZE_ADDRESS__)
+inline constexpr std::size_t kValuePoolCap = 0;
+#else
+inline constexpr std::size_t kValuePoolCap = 1 << 16;
+#endif
+
+template <std::size_t Bytes>
+struct ValuePool {
+  struct Slot {
+    Slot* next;
+  };
+  static_assert(Bytes >= sizeof(Slot));
+  Slot* free = nullptr;
+  std::size_t count = 0;
+
+  void* take() {
+    if (!free) return ::operator new(Bytes);
+    Slot* s = free;
+    free = s->next;
+    --count;
+    return s;
+  }
+  void give(void* p) noexcept {
+    if (count >= kValuePoolCap) return ::operator delete(p);
+    auto* s = static_cast<Slot*>(p);
+    s->next = free;
+    free = s;
+    ++count;
+  }
+};
+inline ValuePool<sizeof(RealObj)> gRealPool;
+inline ValuePool<sizeof(ConsObj)> gConsPool;
+
 // Allocates a heap object of kind T; the returned value holds its one count.
 template <typename T>
 Value newObject(Type type, T*& out) {
-  out = new T{};
+  if constexpr (std::is_same_v<T, RealObj>)
+    out = new (gRealPool.take()) T{};
+  else if constexpr (std::is_same_v<T, ConsObj>)
+    out = new (gConsPool.take()) T{};
+  else
+    out = new T{};
   out->refs = 1;
   out->type = type;
   return Value::adopt(out);

@@ -38,8 +38,21 @@ class Value {
   Value() noexcept = default;  // nil
   Value(const Value& other) noexcept : bits_(other.bits_) { retain(); }
   Value(Value&& other) noexcept : bits_(other.bits_) { other.bits_ = 0; }
-  Value& operator=(const Value& other) noexcept;
-  Value& operator=(Value&& other) noexcept;
+  // Inline: lists are built and taken apart by assignment, thousands of times per call.
+  Value& operator=(const Value& other) noexcept {
+    other.retain();
+    release();
+    bits_ = other.bits_;
+    return *this;
+  }
+  Value& operator=(Value&& other) noexcept {
+    if (this != &other) {
+      release();
+      bits_ = other.bits_;
+      other.bits_ = 0;
+    }
+    return *this;
+  }
   ~Value() { release(); }
 
   static Value nil() { return Value(); }

@@ -55,54 +55,60 @@ const Symbols& sym() {
 
 namespace detail {
 
-// Releases iteratively: a long list or a deeply nested one must not recurse once per cell.
+namespace {
+void destroyOne(Object* o) noexcept {
+  switch (o->type) {
+    case Type::Real:
+      static_cast<RealObj*>(o)->~RealObj();
+      gRealPool.give(o);
+      break;
+    case Type::List:
+      static_cast<ConsObj*>(o)->~ConsObj();
+      gConsPool.give(o);
+      break;
+    case Type::Str: delete static_cast<StrObj*>(o); break;
+    case Type::Ename: case Type::Pickset: delete static_cast<NameObj*>(o); break;
+    case Type::CatchAllError: delete static_cast<ErrorObj*>(o); break;
+    case Type::File: delete static_cast<FileObj*>(o); break;
+    case Type::Subr: delete static_cast<SubrObj*>(o); break;
+    case Type::Usubr: delete static_cast<UsubrObj*>(o); break;
+    case Type::Exsubr: delete static_cast<ExsubrObj*>(o); break;
+    default: break;
+  }
+}
+}  // namespace
+
+// Releases iteratively: a long list or a deeply nested one must not recurse once per cell. Only
+// conses and user functions hold other values; every other object goes at once, without the
+// queue.
 void destroy(Object* object) noexcept {
-  static std::vector<Object*>* pending = nullptr;  // LISP runs on the host's main thread only
-  std::vector<Object*> queue;
-  if (pending) {
-    pending->push_back(object);
+  // LISP runs on the host's main thread only. Never destroyed, so that values held by static
+  // objects can still be released at exit.
+  static auto& queue = *new std::vector<Object*>;
+  static bool draining = false;
+  const Type type = object->type;
+  if (type == Type::Real) {
+    static_cast<RealObj*>(object)->~RealObj();
+    return gRealPool.give(object);
+  }
+  if (draining) {
+    queue.push_back(object);
     return;
   }
-  pending = &queue;
+  if (type != Type::List && type != Type::Usubr) return destroyOne(object);
+  draining = true;
   queue.push_back(object);
   while (!queue.empty()) {
     Object* o = queue.back();
     queue.pop_back();
-    switch (o->type) {
-      case Type::Real: delete static_cast<RealObj*>(o); break;
-      case Type::Str: delete static_cast<StrObj*>(o); break;
-      case Type::List: delete static_cast<ConsObj*>(o); break;  // members land in the queue
-      case Type::Ename: case Type::Pickset: delete static_cast<NameObj*>(o); break;
-      case Type::CatchAllError: delete static_cast<ErrorObj*>(o); break;
-      case Type::File: delete static_cast<FileObj*>(o); break;
-      case Type::Subr: delete static_cast<SubrObj*>(o); break;
-      case Type::Usubr: delete static_cast<UsubrObj*>(o); break;
-      case Type::Exsubr: delete static_cast<ExsubrObj*>(o); break;
-      default: break;
-    }
+    destroyOne(o);  // members of a cons or a body land in the queue
   }
-  pending = nullptr;
+  draining = false;
 }
 
 }  // namespace detail
 
 using namespace detail;
-
-Value& Value::operator=(const Value& other) noexcept {
-  other.retain();
-  release();
-  bits_ = other.bits_;
-  return *this;
-}
-
-Value& Value::operator=(Value&& other) noexcept {
-  if (this != &other) {
-    release();
-    bits_ = other.bits_;
-    other.bits_ = 0;
-  }
-  return *this;
-}
 
 Value Value::adopt(Object* object) noexcept {
   Value v;

@@ -26,10 +26,37 @@ struct IndexInfo {
 };
 
 // A table as the file describes it; rows read with "SELECT rowid, *" put the rowid first.
+// The column names that every row of a table hands out: made once, then shared with each row
+// (SysShareString), so that a walk copies no name.
+class SharedNames {
+ public:
+  SharedNames() = default;
+  SharedNames(const SharedNames& other) : names_(other.names_) {
+    for (BSTR name : names_) SysShareString(name);
+  }
+  SharedNames& operator=(SharedNames other) {
+    names_.swap(other.names_);
+    return *this;
+  }
+  ~SharedNames() {
+    for (BSTR name : names_) SysFreeString(name);
+  }
+  bool empty() const { return names_.empty(); }
+  void add(const std::wstring& name) {
+    names_.push_back(SysAllocStringLen(name.data(), static_cast<std::uint32_t>(name.size())));
+  }
+  // One more holder of the name of column i.
+  BSTR share(std::size_t i) const { return SysShareString(names_[i]); }
+
+ private:
+  std::vector<BSTR> names_;
+};
+
 struct TableInfo {
   std::string name;
   std::vector<std::string> columns;
   std::vector<std::wstring> wideColumns;
+  mutable SharedNames rowNames;  // wideColumns as rows hand them out, made on the first row
   std::wstring wideName;
   std::vector<bool> boolean;  // declared BOOLEAN: answered as VT_BOOL
   std::vector<bool> real;     // declared REAL: a whole number comes back as a real

@@ -9,14 +9,20 @@ namespace kvprojectdb {
 namespace {
 
 // Nearly all stored text is ASCII: it is widened straight into the BSTR, without a wide copy.
+// One pass: the text is widened as it is checked, and only a text found not to be ASCII is
+// converted again.
 BSTR TextToBstr(const std::string& text) {
-  bool ascii = std::all_of(text.begin(), text.end(), [](char ch) { return static_cast<unsigned char>(ch) < 0x80; });
-  if (!ascii) {
-    std::wstring wide = Utf8ToWide(text);
-    return SysAllocStringLen(wide.data(), static_cast<std::uint32_t>(wide.size()));
-  }
   BSTR out = SysAllocStringLen(nullptr, static_cast<std::uint32_t>(text.size()));
-  if (out) std::copy(text.begin(), text.end(), out);
+  if (!out) return out;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    auto ch = static_cast<unsigned char>(text[i]);
+    if (ch >= 0x80) {
+      SysFreeString(out);
+      std::wstring wide = Utf8ToWide(text);
+      return SysAllocStringLen(wide.data(), static_cast<std::uint32_t>(wide.size()));
+    }
+    out[i] = static_cast<OLECHAR>(ch);
+  }
   return out;
 }
 
@@ -58,10 +64,11 @@ SAFEARRAY* ProjectDatabaseImpl::MakeRow(const TableInfo& table, const CellRow& r
   SAFEARRAY* array = SafeArrayCreateVector(VT_VARIANT, 0, static_cast<ULONG>(2 * n));
   if (!array) return nullptr;
   auto* items = static_cast<VARIANT*>(array->pvData);
+  if (table.rowNames.empty())
+    for (const std::wstring& name : table.wideColumns) table.rowNames.add(name);
   for (std::size_t i = 0; i < n; ++i) {
-    const std::wstring& name = table.wideColumns[i];
     items[2 * i].vt = VT_BSTR;
-    items[2 * i].bstrVal = SysAllocStringLen(name.data(), static_cast<std::uint32_t>(name.size()));
+    items[2 * i].bstrVal = table.rowNames.share(i);
     if (i + 1 < row.size()) items[2 * i + 1] = CellToVariant(row[i + 1], table.boolean[i]);
   }
   return array;

@@ -55,13 +55,17 @@ class ArgCursor {
   const resbuf* cell_ = nullptr;
 };
 
-// Owns the argument list of the LISP call in progress and releases it on every path out of a
-// body, which the host requires.
+// The argument list of the LISP call in progress. A body only reads it and ends before the call
+// does, so it reads the call's own cells in place rather than the copy acedGetArgs hands out
+// (which every module call would otherwise make and release). Given a list, it owns that list and
+// releases it on every path out of a body.
 class LispArgs {
  public:
-  LispArgs() : head_(acedGetArgs()) {}
+  LispArgs() : head_(const_cast<resbuf*>(kvads::callArgs())), owned_(false) {}
   explicit LispArgs(resbuf* head) : head_(head) {}
-  ~LispArgs() { acutRelRb(head_); }
+  ~LispArgs() {
+    if (owned_) acutRelRb(head_);
+  }
   LispArgs(const LispArgs&) = delete;
   LispArgs& operator=(const LispArgs&) = delete;
 
@@ -70,6 +74,7 @@ class LispArgs {
 
  private:
   resbuf* head_;
+  bool owned_ = true;
 };
 
 // Readers: on success they move the cursor past what they read (unless noted) and set the output;
@@ -192,6 +197,7 @@ void TreeToList(const LispTreeControl& control, LispTreeControl::Item first, res
 
 class AcDbDatabase;
 class AcApDocument;
+class AcApDocManager;
 class kvDocReactor;
 class kvEditorReactor;
 class HvacDocReactor;
@@ -352,6 +358,7 @@ class WorkingDocumentLock {
   WorkingDocumentLock& operator=(const WorkingDocumentLock&) = delete;
 
  private:
+  AcApDocManager* manager_;  // asked once: every module call takes this lock
   AcApDocument* document_;
 };
 

@@ -4,19 +4,12 @@
 #include "ap.h"
 #include "db.h"
 
-namespace {
-
-AcApDocument* WorkingDocument() {
+WorkingDocumentLock::WorkingDocumentLock() : manager_(acDocManagerPtr()), document_(nullptr) {
   AcDbDatabase* database = acdbHostApplicationServices()->workingDatabase();
-  return database ? acDocManagerPtr()->document(database) : nullptr;
-}
-
-}  // namespace
-
-WorkingDocumentLock::WorkingDocumentLock() : document_(WorkingDocument()) {
-  if (document_) acDocManagerPtr()->lockDocument(document_, AcAp::kWrite, nullptr, nullptr, true);
+  if (database) document_ = manager_->document(database);
+  if (document_) manager_->lockDocument(document_, AcAp::kWrite, nullptr, nullptr, true);
 }
 
 WorkingDocumentLock::~WorkingDocumentLock() {
-  if (document_) acDocManagerPtr()->unlockDocument(document_);
+  if (document_) manager_->unlockDocument(document_);
 }

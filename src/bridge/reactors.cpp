@@ -22,6 +22,8 @@ class kvDocReactor : public AcApDocManagerReactor {
   void documentToBeDestroyed(AcApDocument* document) override {
     if (document) registry_.RemoveDocument(document->fileName());
   }
+  // Every module call locks its document: hearing of it would only cost that call.
+  bool wantsLockModeEvents() const override { return false; }
 
  private:
   kvDocumentRegistry& registry_;
@@ -53,6 +55,7 @@ class HvacDocReactor : public AcApDocManagerReactor {
     acedInvoke(call.get(), &answer);
     acutRelRb(answer);
   }
+  bool wantsLockModeEvents() const override { return false; }
 };
 
 namespace {

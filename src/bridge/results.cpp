@@ -31,21 +31,52 @@ void AppendCells(resbuf*& tail, resbuf* cells) {
 
 void ResultClose(resbuf*& head, resbuf*& tail) {
   AppendCells(tail, acutBuildList(RTLE, 0));
-  acedRetList(head);
-  acutRelRb(head);
+  resbuf* list = head;
   head = tail = nullptr;
+  kvads::retListTaken(list);  // the list is ours alone: handed over, not copied
 }
 
+namespace {
+
+// The pair builders run once per item of long result lists: their cells are linked one by one,
+// without acutBuildList's reading of a variable argument list or a walk to the new tail.
+resbuf* Link(resbuf*& tail, int type) {
+  resbuf* cell = acutNewRb(type);
+  tail->rbnext = cell;
+  tail = cell;
+  return cell;
+}
+
+void LinkString(resbuf*& tail, const ACHAR* text) {
+  resbuf* cell = acutBuildList(RTSTR, text, 0);
+  tail->rbnext = cell;
+  tail = cell;
+}
+
+}  // namespace
+
 void AppendStringInt(resbuf*& tail, const ACHAR* key, std::int32_t n) {
-  AppendCells(tail, acutBuildList(RTLB, RTSTR, key, RTDOTE, RTLONG, n, RTLE, 0));
+  Link(tail, RTLB);
+  LinkString(tail, key);
+  Link(tail, RTDOTE);
+  Link(tail, RTLONG)->resval.rlong = n;
+  Link(tail, RTLE);
 }
 
 void AppendStringReal(resbuf*& tail, const ACHAR* key, double x) {
-  AppendCells(tail, acutBuildList(RTLB, RTSTR, key, RTDOTE, RTREAL, x, RTLE, 0));
+  Link(tail, RTLB);
+  LinkString(tail, key);
+  Link(tail, RTDOTE);
+  Link(tail, RTREAL)->resval.rreal = x;
+  Link(tail, RTLE);
 }
 
 void AppendRealInt(resbuf*& tail, double x, std::int32_t n) {
-  AppendCells(tail, acutBuildList(RTLB, RTREAL, x, RTDOTE, RTLONG, n, RTLE, 0));
+  Link(tail, RTLB);
+  Link(tail, RTREAL)->resval.rreal = x;
+  Link(tail, RTDOTE);
+  Link(tail, RTLONG)->resval.rlong = n;
+  Link(tail, RTLE);
 }
 
 void AppendString(resbuf*& tail, const ACHAR* text) {

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <set>
 #include <vector>
 
 #include "ads.h"
@@ -81,6 +82,28 @@ TEST(Cells, NewCellIsEmptyAndCopiesAreDeep) {
   acutRelRb(copy);
   EXPECT_EQ(kvads::copyChain(nullptr), nullptr);
   EXPECT_EQ(acutRelRb(nullptr), RTNORM);
+}
+
+// Released chains, short or past what the free list keeps, give cells back once each: the cells
+// handed out next are empty and never the same cell twice.
+TEST(Cells, ReleasedChainsComeBackAsDistinctEmptyCells) {
+  for (int length : {3, 1000, 40000}) {
+    resbuf* head = acutBuildList(RTSTR, L"first", 0);
+    resbuf* tail = head;
+    for (int i = 1; i < length; ++i)
+      tail = tail->rbnext = i % 2 ? acutBuildList(RTREAL, 1.5, 0) : acutBuildList(RTSTR, L"s", 0);
+    acutRelRb(head);
+    std::set<resbuf*> seen;
+    std::vector<resbuf*> taken;
+    for (int i = 0; i < length + 10; ++i) {
+      resbuf* cell = acutNewRb(RTSTR);
+      EXPECT_EQ(cell->rbnext, nullptr);
+      EXPECT_EQ(cell->resval.rstring, nullptr);
+      EXPECT_TRUE(seen.insert(cell).second) << "cell " << i << " of " << length << " handed out twice";
+      taken.push_back(cell);
+    }
+    for (resbuf* cell : taken) acutRelRb(cell);
+  }
 }
 
 TEST(Cells, Utf8AndWideRoundTripAndBadBytesAreReplaced) {

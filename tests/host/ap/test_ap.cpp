@@ -1,6 +1,7 @@
 // Documents: the order of document and editor events, locks, the iterator and saving.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -114,6 +115,40 @@ TEST_F(ApTest, SaveSaveAsAndAutomaticSaveNameWhatWasWritten) {
   AcApDocument* again = dm->openDocument(path("b/plan.dwg").c_str());
   ASSERT_NE(again, nullptr);
   EXPECT_EQ(events[events.size() - 5], "beginDwgOpen");
+}
+
+// A reactor that declines lock events hears every other event, and those that listen still hear
+// each lock; one that declines and one that listens side by side do not disturb each other.
+class QuietLog : public DocLog {
+ public:
+  bool wantsLockModeEvents() const override { return false; }
+  void documentLockModeWillChange(AcApDocument* d, AcAp::DocLockMode, AcAp::DocLockMode, AcAp::DocLockMode,
+                                  const ACHAR*) override {
+    events.push_back("quiet heard a lock of " + nameOf(d));
+  }
+  void documentActivated(AcApDocument* d) override { events.push_back("quiet activated " + nameOf(d)); }
+};
+
+TEST_F(ApTest, OnlyReactorsThatListenHearLocks) {
+  AcApDocManager* dm = acDocManagerPtr();
+  QuietLog quiet;
+  dm->addReactor(&quiet);
+  AcApDocument* a = dm->openDocument(path("a/x.dwg").c_str());
+  EXPECT_NE(std::find(events.begin(), events.end(), "quiet activated x.dwg"), events.end());
+  events.clear();
+  ASSERT_EQ(dm->lockDocument(a, AcAp::kWrite), Acad::eOk);
+  ASSERT_EQ(dm->unlockDocument(a), Acad::eOk);
+  EXPECT_EQ(events, (std::vector<std::string>{"lock x.dwg 0>4", "lock x.dwg 4>0"}));
+  // With only the quiet one left, a lock still nests and counts as before.
+  dm->removeReactor(&docs_);
+  events.clear();
+  ASSERT_EQ(dm->lockDocument(a, AcAp::kWrite), Acad::eOk);
+  EXPECT_EQ(a->myLockMode(), AcAp::kWrite);
+  ASSERT_EQ(dm->unlockDocument(a), Acad::eOk);
+  EXPECT_EQ(dm->unlockDocument(a), Acad::eNotApplicable);
+  EXPECT_TRUE(events.empty());
+  dm->addReactor(&docs_);
+  dm->removeReactor(&quiet);
 }
 
 TEST_F(ApTest, LocksNestAndIteratorWalksAllDocuments) {

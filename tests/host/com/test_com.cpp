@@ -23,6 +23,24 @@ TEST(Bstr, LengthPrefixNullAndEmbeddedZero) {
   EXPECT_EQ(other.str(), L"text");
 }
 
+// A shared string lives until its last holder frees it, and a freed one comes back unshared.
+TEST(Bstr, SharedUntilTheLastHolderFrees) {
+  for (int round = 0; round < 2; ++round) {
+    BSTR name = SysAllocString(L"ixDuct");
+    EXPECT_EQ(SysShareString(name), name);
+    EXPECT_EQ(SysShareString(name), name);
+    SysFreeString(name);
+    SysFreeString(name);
+    EXPECT_EQ(std::wstring(name), L"ixDuct") << "one holder left";
+    EXPECT_EQ(SysStringLen(name), 6u);
+    BSTR other = SysAllocString(L"WIDTH1");  // must not be the block still held
+    EXPECT_NE(other, name);
+    SysFreeString(other);
+    SysFreeString(name);
+  }
+  EXPECT_EQ(SysShareString(nullptr), nullptr);
+}
+
 TEST(Utf8, RoundTripAndMalformedInput) {
   std::wstring text = L"Caf\u00e9 \u2013 \U0001F600 x";
   EXPECT_EQ(Utf8ToWide(WideToUtf8(text)), text);

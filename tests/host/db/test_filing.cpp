@@ -272,21 +272,114 @@ std::string runAudit(const std::filesystem::path& dxf, int& status) {
   return std::string((std::istreambuf_iterator<char>(in)), {});
 }
 
+void expectCleanAudit(const std::filesystem::path& dxf) {
+  int status = 0;
+  std::string log = runAudit(dxf, status);
+  EXPECT_EQ(status, 0) << log;
+  EXPECT_NE(log.find("No errors found."), std::string::npos) << log;
+}
+
+// The model space's entity types as another program reads them, sorted.
+std::string typesSeenByAnotherReader(const std::filesystem::path& dxf) {
+  std::string count = "/usr/bin/python3 -c \"import ezdxf; d = ezdxf.readfile('" + dxf.string() +
+                      "'); print(sorted(e.dxftype() for e in d.modelspace()))\" > '" + dxf.string() + ".types' 2>&1";
+  if (std::system(count.c_str()) != 0) return "the reader failed";
+  std::ifstream in(dxf.string() + ".types");
+  return std::string((std::istreambuf_iterator<char>(in)), {});
+}
+
 TEST(DbDxf, ExportPassesAnIndependentAudit) {
   auto path = tempFile("sample.dxf");
   AcDbDatabase db;
   buildSample(db);
   ASSERT_EQ(db.dxfOut(acrxFromUtf8(path.string()).c_str()), Acad::eOk);
-  int status = 0;
-  std::string log = runAudit(path, status);
-  EXPECT_EQ(status, 0) << log;
-  EXPECT_NE(log.find("No errors found."), std::string::npos) << log;
-  std::string count = "/usr/bin/python3 -c \"import ezdxf; d = ezdxf.readfile('" + path.string() +
-                      "'); print(sorted(e.dxftype() for e in d.modelspace()))\" > '" + path.string() + ".types' 2>&1";
-  ASSERT_EQ(std::system(count.c_str()), 0);
-  std::ifstream in(path.string() + ".types");
-  std::string types((std::istreambuf_iterator<char>(in)), {});
-  EXPECT_EQ(types, "['LINE', 'LWPOLYLINE', 'MTEXT', 'TESTMARKER']\n") << "the other reader sees every entity";
+  expectCleanAudit(path);
+  EXPECT_EQ(typesSeenByAnotherReader(path), "['LINE', 'LWPOLYLINE', 'MTEXT', 'TESTMARKER']\n")
+      << "the other reader sees every entity";
+}
+
+// The first entity of a drawing's model space, open for read.
+template <class T>
+T* firstEntity(AcDbDatabase& db) {
+  AcDbBlockTableRecord* ms = nullptr;
+  if (acdbOpenObject(ms, db.modelSpaceId(), AcDb::kForRead) != Acad::eOk) return nullptr;
+  std::vector<AcDbObjectId> ids = ms->entityIds();
+  ms->close();
+  T* e = nullptr;
+  if (ids.empty() || acdbOpenObject(e, ids.front(), AcDb::kForRead) != Acad::eOk) return nullptr;
+  return e;
+}
+
+// A proxy goes out to DXF as the platform writes one, with its class's data and picture, and
+// comes back the same proxy: its class, its bytes, its picture, its layer.
+TEST(DbDxf, ProxiesTravelThroughDxf) {
+  auto path = tempFile("proxy-dxf.dwg"), dxf = tempFile("proxy.dxf"), again = tempFile("proxy-dxf2.dwg");
+  TestMarker::version = 3;
+  {
+    AcDbDatabase db;
+    auto* m = new TestMarker;
+    m->at = {1, 2, 3};
+    m->tag = L"tag";
+    append(db, m);
+    ASSERT_EQ(db.saveAs(acrxFromUtf8(path.string()).c_str()), Acad::eOk);
+  }
+  TestMarker::version = 2;
+  std::vector<unsigned char> data;
+  {
+    AcDbDatabase db(false, true);
+    ASSERT_EQ(db.readDwgFile(acrxFromUtf8(path.string()).c_str()), Acad::eOk);
+    AcDbProxyEntity* proxy = firstEntity<AcDbProxyEntity>(db);
+    ASSERT_NE(proxy, nullptr);
+    data = proxy->data();
+    proxy->close();
+    ASSERT_FALSE(data.empty());
+    ASSERT_EQ(db.dxfOut(acrxFromUtf8(dxf.string()).c_str()), Acad::eOk);
+  }
+  std::ifstream in(dxf);
+  std::string text((std::istreambuf_iterator<char>(in)), {});
+  EXPECT_NE(text.find("\nACAD_PROXY_ENTITY\n"), std::string::npos);
+  EXPECT_NE(text.find("\n91\n500\n"), std::string::npos) << "the first class of the CLASSES section";
+  EXPECT_NE(text.find("\nCLASS\n1\nTESTMARKER\n2\nTestMarker\n"), std::string::npos);
+  expectCleanAudit(dxf);
+  EXPECT_EQ(typesSeenByAnotherReader(dxf), "['ACAD_PROXY_ENTITY']\n") << "the other reader sees the proxy";
+
+  AcDbDatabase back;
+  ASSERT_EQ(back.dxfIn(acrxFromUtf8(dxf.string()).c_str()), Acad::eOk);
+  AcDbProxyEntity* proxy = firstEntity<AcDbProxyEntity>(back);
+  ASSERT_NE(proxy, nullptr) << "the proxy came back";
+  EXPECT_STREQ(proxy->originalClassName(), L"TestMarker");
+  EXPECT_STREQ(proxy->originalDxfName(), L"TESTMARKER");
+  EXPECT_EQ(proxy->data(), data) << "the class's data, byte for byte";
+  AcDbExtents ext;
+  ASSERT_EQ(proxy->getGeomExtents(ext), Acad::eOk) << "and its picture";
+  EXPECT_TRUE(ext.minPoint().isEqualTo({1, 2, 3}));
+  EXPECT_TRUE(ext.maxPoint().isEqualTo({2, 3, 3}));
+  EXPECT_STREQ(proxy->layer(), L"0");
+  proxy->close();
+  // Filed as a drawing again, it is the proxy it was.
+  ASSERT_EQ(back.saveAs(acrxFromUtf8(again.string()).c_str()), Acad::eOk);
+  AcDbDatabase db(false, true);
+  ASSERT_EQ(db.readDwgFile(acrxFromUtf8(again.string()).c_str()), Acad::eOk);
+  proxy = firstEntity<AcDbProxyEntity>(db);
+  ASSERT_NE(proxy, nullptr);
+  EXPECT_EQ(proxy->data(), data);
+  proxy->close();
+}
+
+// Proxy data that is not hexadecimal is refused, not read as something else; the rest of the
+// file still comes in.
+TEST(DbDxf, ABrokenProxyInDxfIsSkipped) {
+  auto dxf = tempFile("broken-proxy.dxf");
+  std::ofstream(dxf) << "0\nSECTION\n2\nENTITIES\n"
+                        "0\nACAD_PROXY_ENTITY\n5\n2A\n100\nAcDbEntity\n8\n0\n100\nAcDbProxyEntity\n90\n498\n91\n500\n"
+                        "92\n0\n93\n16\n310\nZZ7\n94\n0\n"
+                        "0\nLINE\n5\n2B\n100\nAcDbEntity\n8\n0\n100\nAcDbLine\n10\n0\n20\n0\n30\n0\n11\n1\n21\n1\n31\n0\n"
+                        "0\nENDSEC\n0\nEOF\n";
+  AcDbDatabase db;
+  ASSERT_EQ(db.dxfIn(acrxFromUtf8(dxf.string()).c_str()), Acad::eOk);
+  AcDbLine* line = firstEntity<AcDbLine>(db);
+  ASSERT_NE(line, nullptr);
+  line->close();
 }
 
 }  // namespace

@@ -149,6 +149,36 @@ int callsBack() {
   return RSRSLT;
 }
 
+// Chains a module may hand over as a list result, by number.
+resbuf* sampleChain(int which) {
+  switch (which) {
+    case 1: return acutBuildList(RTLB, RTSTR, L"a", RTDOTE, RTSHORT, 1, RTLE, 0);  // a module's pair
+    case 2: return acutBuildList(RTSTR, L"a", RTDOTE, RTSHORT, 1, 0);  // a pair's items, no list round them
+    case 3: return acutBuildList(RTLB, RTSHORT, 1, RTLE, RTSHORT, 2, 0);  // a list, then more
+    case 4: return acutBuildList(RTLB, RTLB, RTREAL, 1.5, RTLE, RTSTR, L"x", RTLE, 0);
+    case 5: return acutBuildList(RTLB, RTSHORT, 1, RTSHORT, 2, RTDOTE, 0);  // LISP's own pair form
+    case 6: return acutBuildList(RTLB, RTSHORT, 1, 0);  // never closed
+    case 7: return acutBuildList(RTSHORT, 1, RTLE, 0);  // closed, never opened
+    default: return nullptr;
+  }
+}
+int sampleOf() {
+  resbuf* args = acedGetArgs();
+  int which = args && args->restype == RTSHORT ? args->resval.rint : 0;
+  acutRelRb(args);
+  return which;
+}
+int retCopied() {
+  resbuf* chain = sampleChain(sampleOf());
+  acedRetList(chain);
+  acutRelRb(chain);
+  return RSRSLT;
+}
+int retTaken() {
+  kvads::retListTaken(sampleChain(sampleOf()));
+  return RSRSLT;
+}
+
 class Bridge : public LispTest {
  protected:
   void SetUp() override {
@@ -170,6 +200,27 @@ TEST_F(Bridge, ArgumentsAndResultsCrossTheBridge) {
   EXPECT_EQ(ev("(t-none 1)"), "nil") << "no acedRet... gives nil";
   EXPECT_EQ(ev("(t-real)"), "2.5");
   EXPECT_EQ(ev("(type t-real)"), "EXRXSUBR");
+}
+
+// A list handed over without acedRetList's copy is read exactly as the copy would be, whole lists,
+// bare items and malformed chains alike.
+TEST_F(Bridge, AListHandedOverReadsAsItsCopy) {
+  acedDefun(L"t-copied", 906);
+  acedRegFunc(retCopied, 906);
+  acedDefun(L"t-taken", 907);
+  acedRegFunc(retTaken, 907);
+  for (int which = 0; which <= 7; ++which) {
+    const std::string call = "(t-taken " + std::to_string(which) + ")";
+    EXPECT_EQ(ev(call), ev("(t-copied " + std::to_string(which) + ")")) << call;
+  }
+  EXPECT_EQ(ev("(t-taken 0)"), "nil");
+  EXPECT_EQ(ev("(t-taken 1)"), "(\"a\" . 1)");
+  EXPECT_EQ(ev("(t-taken 2)"), "(\"a\" . 1)");
+  EXPECT_EQ(ev("(t-taken 3)"), "((1) 2)");
+  EXPECT_EQ(ev("(t-taken 4)"), "((1.5) \"x\")");
+  EXPECT_EQ(ev("(t-taken 5)"), "(1 . 2)");
+  EXPECT_TRUE(ev("(t-taken 6)").starts_with("ERROR: ")) << ev("(t-taken 6)");
+  EXPECT_EQ(ev("(repeat 3 (t-taken 4))"), "((1.5) \"x\")") << "the cells of one call are not met again";
 }
 
 TEST_F(Bridge, FailuresBecomeLispErrors) {

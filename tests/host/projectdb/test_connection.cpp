@@ -167,6 +167,31 @@ TEST_F(Connection, WalkOnThreeColumnsGoesOnFromASeekThroughNulls) {
   EXPECT_EQ(GetLong(Seek(_variant_t(2)).get(), L"ixLoadRoomCooling"), 7);
 }
 
+// Rows share their column names with the table: a row kept past the connection still reads
+// them, and a row given back as input names its fields as it was read.
+TEST_F(Connection, RowsKeepTheirNamesPastTheConnection) {
+  ASSERT_TRUE(SetTable(L"tblDuct"));
+  Add({{L"DRAWING", _variant_t(L"a.dwg")}});
+  SafeArrayPtr first = First();
+  SafeArrayPtr again = First();
+  ASSERT_TRUE(first && again);
+  auto* items = static_cast<VARIANT*>(first->pvData);
+  auto* other = static_cast<VARIANT*>(again->pvData);
+  ASSERT_EQ(items[0].vt, VT_BSTR);
+  EXPECT_EQ(std::wstring(items[0].bstrVal), L"ixDuct");
+  EXPECT_EQ(std::wstring(other[0].bstrVal), L"ixDuct");
+  again.reset();
+  SAFEARRAY* out = nullptr;
+  VARIANT_BOOL ok = VARIANT_FALSE;
+  ASSERT_EQ(db_->AddRecord(first.get(), 0, &out, &ok), S_OK);
+  EXPECT_EQ(ok, VARIANT_TRUE) << "a row read is a row that can be written";
+  SafeArrayPtr added(out);
+  EXPECT_EQ(GetLong(added.get(), L"ixDuct"), 2) << "the key column is the database's";
+  db_.Reset();
+  EXPECT_EQ(std::wstring(items[0].bstrVal), L"ixDuct");
+  EXPECT_EQ(SysStringLen(items[0].bstrVal), 6u);
+}
+
 TEST_F(Connection, SqlInTheAccessDialectRunsAsWritten) {
   std::vector<_variant_t> months = Query(L"select iMonth from tblMonth where bDoCalculation = -1 order by iMonth");
   ASSERT_EQ(months.size(), 3u);
