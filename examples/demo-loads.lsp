@@ -83,8 +83,21 @@
 (roomdata-setDesign '(("iLatitude" . 40)))
 (foreach ix dl-rooms (dl-construct ix (loads-hvac-title (- ix)) dl-roofed))
 
+;; A point inside room IX, as a designer would pick it: the middle of its outline's corners.
+(defun dl-centre (ix / pts)
+  (setq pts (kv_hvac-room-getPoints (room-hvac-entity ix)))
+  (strcat (rtos (/ (apply '+ (mapcar 'car pts)) (length pts)) 2 2) ","
+          (rtos (/ (apply '+ (mapcar 'cadr pts)) (length pts)) 2 2)))
+
+;; The designer corrects the meeting room by the command: twelve people, everything else kept.
+(if (setq dl-meeting (vl-some '(lambda (ix) (if (wcmatch (strcase (loads-hvac-title (- ix))) "*MEETING*") ix)) dl-rooms))
+  (progn
+    (dl-title "KV-ROOMDATA on the meeting room: 12 people")
+    (kvhost-input (strcat "point " (dl-centre dl-meeting)) "enter" "text 12" "enter" "enter" "enter" "enter" "enter")
+    (c:kv-roomData)))
+
 (dl-title "Load calculation (40 N, 95 F / 21 F range outdoors, 75 F indoors; 10 F / 70 F in winter)")
-(loads-hvac-calcAll)
+(c:kv-calcLoads)
 
 (dl-title "Peak loads per room")
 (foreach ix dl-rooms
@@ -100,7 +113,7 @@
                                                      (car (kvdb-query dl-file (strcat "SELECT max(dRoomTotal) AS t FROM tblLoadRoomCooling WHERE ixRoomL = " (itoa b)) "t")))))))
 (if dl-peak
   (progn
-    (kvhost-input (strcat "picture " (getvar "DWGPREFIX") "load-detail.png") "click #1")
-    (loads-hvac-showRoom dl-peak)
+    (kvhost-input (strcat "point " (dl-centre dl-peak)) (strcat "picture " (getvar "DWGPREFIX") "load-detail.png") "click #1")
+    (c:kv-loadDetail)
     (princ (strcat "\n  Load Detail of " (loads-hvac-title (- dl-peak)) ": " (getvar "DWGPREFIX") "load-detail.png"))))
 (princ)
