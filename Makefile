@@ -49,10 +49,12 @@ bench: configure
 COUNT ?= 100
 SEED ?= $(shell date +%s)
 FUZZ_ARGS = --seed $(SEED) --batches $(COUNT) --save $(BUILD)/fuzz/kept $(if $(filter avoid,$(KNOWN)),--avoid-known)
+# Where the fuzzers work; a memory file system (FUZZ_WORK=/dev/shm/kvfuzz) spares project files' syncs.
+FUZZ_WORK ?= $(BUILD)/fuzz
 fuzz: build
-	@$(BUILD)/kvfuzz lisp $(BUILD)/kvhost $(BUILD)/fuzz/lisp $(FUZZ_ARGS) --calls 200 \
+	@$(BUILD)/kvfuzz lisp $(BUILD)/kvhost $(FUZZ_WORK)/lisp $(FUZZ_ARGS) --calls 200 \
 	  --rules tests/fuzz/lisp-rules.txt --rules tests/fuzz/known-faults.txt; s1=$$?; \
-	for k in dwg dxf kv; do $(BUILD)/kvfuzz $$k $(BUILD)/kvhost $(BUILD)/fuzz/$$k $(FUZZ_ARGS) --files 100 || s1=1; done; \
+	for k in dwg dxf kv; do $(BUILD)/kvfuzz $$k $(BUILD)/kvhost $(FUZZ_WORK)/$$k $(FUZZ_ARGS) --files 100 || s1=1; done; \
 	exit $$s1
 
 clean:
