@@ -4,6 +4,8 @@
 
 #include <cstdio>
 #include <filesystem>
+#include <string>
+#include <unistd.h>
 #include <fstream>
 #include <sstream>
 
@@ -58,7 +60,17 @@ struct Registered {
 const Registered registered;
 
 std::filesystem::path tempFile(const std::string& name) {
-  auto dir = std::filesystem::temp_directory_path() / "kv_db_tests";
+  // One folder per process: ctest runs the cases side by side, and several checkouts may test at once.
+  // The folder goes when the process ends.
+  struct Folder {
+    std::filesystem::path path = std::filesystem::temp_directory_path() / ("kv_db_tests-" + std::to_string(getpid()));
+    ~Folder() {
+      std::error_code ignored;
+      std::filesystem::remove_all(path, ignored);
+    }
+  };
+  static const Folder folder;
+  const std::filesystem::path& dir = folder.path;
   std::filesystem::create_directories(dir);
   return dir / name;
 }

@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <string>
+#include <unistd.h>
 #include <fstream>
 #include <sstream>
 
@@ -13,7 +15,17 @@ namespace {
 namespace fs = std::filesystem;
 
 fs::path tempPath(const std::string& name) {
-  fs::path dir = fs::temp_directory_path() / "kv_db_recover_tests";
+  // One folder per process: ctest runs the cases of this file side by side, and they share names.
+  // The folder goes when the process ends.
+  struct Folder {
+    fs::path path = fs::temp_directory_path() / ("kv_db_recover_tests-" + std::to_string(getpid()));
+    ~Folder() {
+      std::error_code ignored;
+      fs::remove_all(path, ignored);
+    }
+  };
+  static const Folder folder;
+  const fs::path& dir = folder.path;
   fs::create_directories(dir);
   return dir / name;
 }
