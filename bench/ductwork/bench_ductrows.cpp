@@ -9,6 +9,7 @@
 #include <optional>
 #include <string>
 
+#include "../common/bench_project.h"
 #include "ap.h"
 #include "ductwork/KvDuct.h"
 #include "ductwork/ductrows.h"
@@ -22,51 +23,19 @@ constexpr int kDucts = 10000;
 // A project of kDucts ducts in a drawing of its folder, its graph in the LISP layer: duct i
 // follows duct i / 2, so that half the ends are tees or wyes, one an elbow and the rest ends; a
 // duct in fifty is a riser, whose frame comes from upstream.
-class SystemProject {
+class SystemProject : public BenchProject {
  public:
-  SystemProject() {
-    char pattern[] = "/tmp/kv_bench_ductrows_XXXXXX";
-    const char* base = std::getenv("KV_BENCH_DIR");
-    std::string dir = base ? std::string(base) + "/kv_bench_ductrows_XXXXXX" : pattern;
-    dir_ = mkdtemp(dir.data());
-    ProjectDatabasePtr db;
-    VARIANT_BOOL ok = VARIANT_FALSE;
-    CreateProjectDatabase(db);
-    db->CreateProject(_bstr_t((dir_ / "bench_kv_hvac.kv").wstring()), &ok);
-    db->Close(&ok);
-    acDocManagerPtr()->closeAll();
-    SetDocumentRegistry(std::make_unique<kvDocumentRegistry>(&ConnectMarkedProject));
-    acDocManagerPtr()->openDocument((dir_ / "system.dwg").wstring().c_str());
-    hvacPerDocData* document = CurrentDocument(DocumentRegistry());
-    ConnectDocument(*document, false);
-    context_.emplace(ContextOf(*document));
-    scope_.emplace(*context_);
-    kvads::setCurrentSession(&env_);
-    env_.loadTopLevel(KV_SOURCE_DIR "/lisp/projectdb.lsp");
-    env_.loadTopLevel(KV_SOURCE_DIR "/lisp/kv_hvac-ducts.lsp");
+  SystemProject() : BenchProject("kv_bench_ductrows") {
     RegisterEntityClasses();
     RegisterLispFunctions(LispFunctionTable(), kLispFunctionCount, 0);
     AddRows();
-    env_.runTopLevel("(setq i 2) (repeat " + std::to_string(kDucts - 1) +
-                     " (ductgraph-connect (/ i 2) i) (setq i (1+ i)))");
+    env().runTopLevel("(setq i 2) (repeat " + std::to_string(kDucts - 1) +
+                      " (ductgraph-connect (/ i 2) i) (setq i (1+ i)))");
   }
-  ~SystemProject() {
-    kvads::setCurrentSession(nullptr);
-    scope_.reset();
-    context_.reset();
-    acDocManagerPtr()->closeAll();
-    SetDocumentRegistry(nullptr);
-    std::error_code ignored;
-    std::filesystem::remove_all(dir_, ignored);
-  }
-
-  kvlisp::Environment& env() { return env_; }
-  std::string file() const { return (dir_ / "bench_kv_hvac.kv").string(); }
-  AcDbDatabase* drawing() const { return context_->drawing; }
 
  private:
   void AddRows() {
-    tblDuct& ducts = *context_->database.table<tblDuct>();
+    tblDuct& ducts = *context().database.table<tblDuct>();
     for (int i = 1; i <= kDucts; ++i) {
       const double a = (i % 8) * 0.7853981625;
       const double x = (i % 100) * 150.0, y = (i / 100) * 150.0;
@@ -83,11 +52,6 @@ class SystemProject {
       ducts.Update();
     }
   }
-
-  std::filesystem::path dir_;
-  std::optional<ProjectContext> context_;
-  std::optional<ProjectContextScope> scope_;
-  kvlisp::Environment env_;
 };
 
 SystemProject& Project() {

@@ -12,6 +12,7 @@
 #include <filesystem>
 #include <string>
 
+#include "../common/bench_rows.h"
 #include "ProjectDatabase.h"
 
 namespace {
@@ -29,16 +30,7 @@ std::string newProject(bool server, const std::string& name, int ducts) {
   fs::remove_all(folder);
   fs::create_directories(folder);
   std::string path = (folder / (server ? "office_kv_hvac.kvlink" : "office_kv_hvac.kv")).string();
-  ProjectDatabasePtr db;
-  VARIANT_BOOL ok = VARIANT_FALSE;
-  ComCheck(CreateProjectDatabase(db));
-  ComCheck(db->CreateProject(_bstr_t(Utf8ToWide(path)), &ok));
-  if (!ok) throw std::runtime_error("cannot create " + path);
-  std::wstring fill = L"WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < " +
-                      std::to_wstring(ducts) +
-                      L") INSERT INTO tblDuct (WIDTH, DEPTH, DISTANCE1, AIRFLOW, DRAWING) "
-                      L"SELECT 12, 8, (i * 7919) % 100003, \"sa\", \"plan.dwg\" FROM n";
-  if (ducts > 0) ComCheck(db->Execute(_bstr_t(fill), &ok));
+  createBenchProject(path, ducts);
   return path;
 }
 

@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <string>
 
+#include "../common/bench_rows.h"
 #include "ProjectDatabase.h"
 
 namespace {
@@ -36,19 +37,7 @@ class BenchFile {
   std::string path_;
 };
 
-ProjectDatabasePtr createProject(const std::string& file, int ducts) {
-  ProjectDatabasePtr db;
-  VARIANT_BOOL ok = VARIANT_FALSE;
-  ComCheck(CreateProjectDatabase(db));
-  ComCheck(db->CreateProject(_bstr_t(Utf8ToWide(file)), &ok));
-  if (!ok) throw std::runtime_error("cannot create " + file);
-  std::wstring fill = L"WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < " +
-                      std::to_wstring(ducts) +
-                      L") INSERT INTO tblDuct (WIDTH, DEPTH, DISTANCE1, AIRFLOW, DRAWING) "
-                      L"SELECT 12, 8, (i * 7919) % 100003, \"sa\", \"plan.dwg\" FROM n";
-  ComCheck(db->Execute(_bstr_t(fill), &ok));
-  return db;
-}
+ProjectDatabasePtr createProject(const std::string& file, int ducts) { return createBenchProject(file, ducts); }
 
 bool setTable(ProjectDatabase* db, const wchar_t* table, const wchar_t* index) {
   VARIANT_BOOL ok = VARIANT_FALSE;

@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "../common/bench_project.h"
 #include "ap.h"
 #include "ductwork/ductrows.h"
 #include "kvSolid.h"
@@ -40,45 +41,18 @@ const Piece kModule[] = {
     {50, 350, 108, 0, 420, 108, 8, L"FX", 6},
 };
 
-class SolidSystem {
+class SolidSystem : public BenchProject {
  public:
-  SolidSystem() {
-    const char* base = std::getenv("KV_BENCH_DIR");
-    std::string dir = std::string(base ? base : "/tmp") + "/kv_bench_solids_XXXXXX";
-    dir_ = mkdtemp(dir.data());
-    ProjectDatabasePtr db;
-    VARIANT_BOOL ok = VARIANT_FALSE;
-    CreateProjectDatabase(db);
-    db->CreateProject(_bstr_t((dir_ / "bench_kv_hvac.kv").wstring()), &ok);
-    db->Close(&ok);
-    acDocManagerPtr()->closeAll();
-    SetDocumentRegistry(std::make_unique<kvDocumentRegistry>(&ConnectMarkedProject));
-    acDocManagerPtr()->openDocument((dir_ / "system.dwg").wstring().c_str());
-    hvacPerDocData* document = CurrentDocument(DocumentRegistry());
-    ConnectDocument(*document, false);
-    context_.emplace(ContextOf(*document));
-    scope_.emplace(*context_);
-    kvads::setCurrentSession(&env_);
-    env_.loadTopLevel(KV_SOURCE_DIR "/lisp/projectdb.lsp");
-    env_.loadTopLevel(KV_SOURCE_DIR "/lisp/kv_hvac-ducts.lsp");
+  SolidSystem() : BenchProject("kv_bench_solids") {
     kvSolidRegisterClasses();
     RegisterEntityClasses();
     AddRows();
-  }
-  ~SolidSystem() {
-    kvads::setCurrentSession(nullptr);
-    scope_.reset();
-    context_.reset();
-    acDocManagerPtr()->closeAll();
-    SetDocumentRegistry(nullptr);
-    std::error_code ignored;
-    std::filesystem::remove_all(dir_, ignored);
   }
   const std::vector<std::int32_t>& ducts() const { return ducts_; }
 
  private:
   void AddRows() {
-    tblDuct& rows = *context_->database.table<tblDuct>();
+    tblDuct& rows = *context().database.table<tblDuct>();
     std::string links;
     for (int m = 0; m < kModules; ++m) {
       const double ox = (m % 10) * 400.0, oy = (m / 10) * 500.0;
@@ -99,13 +73,9 @@ class SolidSystem {
       }
       ducts_.insert(ducts_.end(), made.begin(), made.end());
     }
-    env_.runTopLevel(links);
+    env().runTopLevel(links);
   }
 
-  std::filesystem::path dir_;
-  std::optional<ProjectContext> context_;
-  std::optional<ProjectContextScope> scope_;
-  kvlisp::Environment env_;
   std::vector<std::int32_t> ducts_;
 };
 
