@@ -119,28 +119,10 @@ bool ProjectDatabaseImpl::StepForward(Cursor& c, bool& found) {
     SetError(ProjectDbError::NoCurrentRecord, "No current record.");
     return false;
   }
-  if (c.aheadPos >= c.ahead.size()) {
-    std::vector<CellRow> batch;
-    batch.reserve(c.nextBatch);
-    bool ok = c.state == State::Fresh ? FetchFirst(c, c.nextBatch, batch, &c.ahead)
-                                      : FetchAfter(c, c.nextBatch, batch, &c.ahead);
-    if (!ok) return false;
-    c.nextBatch = std::min(kMaxBatch, c.nextBatch * 2);
-    c.ahead = std::move(batch);
-    c.aheadPos = 0;
-  }
-  if (c.aheadPos >= c.ahead.size()) {
-    c.emptyAtFirst = c.state == State::Fresh;
-    c.state = State::AfterLast;
-    c.ahead.clear();
-    c.aheadPos = 0;
-    return true;
-  }
-  // The row given up keeps its storage in the used slot, for the next batch to fill.
-  std::swap(c.current, c.ahead[c.aheadPos++]);
-  c.state = State::OnRow;
-  found = true;
-  return true;
+  return c.Advance(found, kMaxBatch, [&](std::vector<CellRow>& batch) {
+    return c.state == State::Fresh ? FetchFirst(c, c.nextBatch, batch, &c.ahead)
+                                   : FetchAfter(c, c.nextBatch, batch, &c.ahead);
+  });
 }
 
 HRESULT ProjectDatabaseImpl::MoveFirst(SAFEARRAY** row, VARIANT_BOOL* found) {

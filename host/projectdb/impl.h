@@ -2,6 +2,7 @@
 // file, cursors, and the connection object itself. Private to the folder.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -89,6 +90,35 @@ struct Cursor {
     ahead.clear();
     aheadPos = 0;
     nextBatch = 16;
+  }
+
+  // Moves the walk one row on, reading the next batch through fetch(batch) when the rows read
+  // ahead are used up; each batch is twice the last, up to maxBatch. Past the last row the cursor
+  // is AfterLast and found false. False only when fetch failed (its error recorded by it). Both
+  // engines walk this way; only how a batch is read differs.
+  template <class Fetch>
+  bool Advance(bool& found, std::size_t maxBatch, Fetch&& fetch) {
+    found = false;
+    if (aheadPos >= ahead.size()) {
+      std::vector<CellRow> batch;
+      batch.reserve(nextBatch);
+      if (!fetch(batch)) return false;
+      nextBatch = std::min(maxBatch, nextBatch * 2);
+      ahead = std::move(batch);
+      aheadPos = 0;
+    }
+    if (aheadPos >= ahead.size()) {
+      emptyAtFirst = state == State::Fresh;
+      state = State::AfterLast;
+      ahead.clear();
+      aheadPos = 0;
+      return true;
+    }
+    // The row given up keeps its storage in the used slot, for the next batch to fill.
+    std::swap(current, ahead[aheadPos++]);
+    state = State::OnRow;
+    found = true;
+    return true;
   }
 };
 

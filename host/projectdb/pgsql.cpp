@@ -961,24 +961,7 @@ class ServerDatabase final : public ComObject<Backend> {
       SetError(ProjectDbError::NoCurrentRecord, "No current record.");
       return false;
     }
-    if (c.aheadPos >= c.ahead.size()) {
-      std::vector<CellRow> batch;
-      if (!Fetch(c, c.nextBatch, batch)) return false;
-      c.nextBatch = std::min<std::size_t>(256, c.nextBatch * 2);
-      c.ahead = std::move(batch);
-      c.aheadPos = 0;
-    }
-    if (c.aheadPos >= c.ahead.size()) {
-      c.emptyAtFirst = c.state == State::Fresh;
-      c.state = State::AfterLast;
-      c.ahead.clear();
-      c.aheadPos = 0;
-      return true;
-    }
-    std::swap(c.current, c.ahead[c.aheadPos++]);
-    c.state = State::OnRow;
-    found = true;
-    return true;
+    return c.Advance(found, 256, [&](std::vector<CellRow>& batch) { return Fetch(c, c.nextBatch, batch); });
   }
 
   HRESULT Answer(Cursor& c, LONG count, SAFEARRAY** row, VARIANT_BOOL* found) {
