@@ -147,16 +147,26 @@ EntryFunction registeredEntry(int funcNumber);
 class CallFrame {
  public:
   explicit CallFrame(resbuf* args);  // takes ownership of args
+  // The arguments stay the caller's, who releases them after the frame ends: LISP builds them on
+  // its stack, as the entry only reads them.
+  struct Borrowed {};
+  CallFrame(const resbuf* args, Borrowed);
   ~CallFrame();
   CallFrame(const CallFrame&) = delete;
   CallFrame& operator=(const CallFrame&) = delete;
 
   const resbuf* args() const { return args_; }
   bool hasResult() const { return hasResult_; }
-  // The cells set by the last acedRet... (null with hasResult() for nil); ownership passes.
+  // The cells set by the last acedRet... (null with hasResult() for nil); they stay the frame's.
+  const resbuf* result() const { return result_; }
+  // The same, with ownership passing to the caller.
   resbuf* takeResult();
   // Replaces the result; takes ownership of cells.
   void setResult(resbuf* cells);
+  // Replaces the result with the frame's own single cell, of `type` and no value yet, and gives
+  // it to be filled: most entries answer one plain value, which then costs no allocation. A
+  // string put in it is the frame's to free.
+  resbuf* setOneCellResult(int type);
   // Replaces the result with cells in acedRetList's list form, not yet checked: LISP reads them as
   // one whole list when they are one, else as the items of a list. Takes ownership of cells.
   void setListResult(resbuf* cells);
@@ -164,8 +174,12 @@ class CallFrame {
   static CallFrame* current();
 
  private:
-  resbuf* args_;
+  void releaseResult();
+
+  const resbuf* args_;
   resbuf* result_ = nullptr;
+  resbuf one_{};
+  bool ownsArgs_ = true;
   bool hasResult_ = false;
   bool listForm_ = false;
   CallFrame* outer_;
@@ -187,6 +201,8 @@ DxfKind dxfValueKind(int groupCode);
 
 // Copies one chain (strings included). Null gives null.
 resbuf* copyChain(const resbuf* rb);
+// Whether a cell of this type owns the string in its value.
+bool holdsString(short type);
 // Host: the arguments of the LISP call in progress, read in place (null outside a call). They
 // live until that call ends; the caller neither changes nor releases them.
 const resbuf* callArgs();

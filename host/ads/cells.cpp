@@ -43,11 +43,11 @@ ACHAR* dupString(const ACHAR* text) {
   return copy;
 }
 
-namespace {
-
 bool holdsString(short type) {
   return type == RTSTR || type == RTDXF0 || (type < 5000 && dxfValueKind(type) == DxfKind::String);
 }
+
+namespace {
 
 // A LISP call makes and releases its argument and result cells by the hundred, all of one size;
 // released cells wait on a free list for the next call instead of going back to malloc, which

@@ -65,23 +65,51 @@ EntryFunction registeredEntry(int funcNumber) {
 
 CallFrame::CallFrame(resbuf* args) : args_(args), outer_(gFrame) { gFrame = this; }
 
+CallFrame::CallFrame(const resbuf* args, Borrowed) : args_(args), ownsArgs_(false), outer_(gFrame) {
+  gFrame = this;
+}
+
 CallFrame::~CallFrame() {
   gFrame = outer_;
-  if (args_) acutRelRb(args_);
-  if (result_) acutRelRb(result_);
+  if (args_ && ownsArgs_) acutRelRb(const_cast<resbuf*>(args_));
+  releaseResult();
+}
+
+void CallFrame::releaseResult() {
+  if (result_ == &one_) {
+    if (holdsString(one_.restype)) std::free(one_.resval.rstring);
+    one_ = resbuf{};
+  } else if (result_) {
+    acutRelRb(result_);
+  }
+  result_ = nullptr;
 }
 
 resbuf* CallFrame::takeResult() {
+  if (result_ == &one_) {
+    resbuf* copy = copyChain(&one_);
+    releaseResult();
+    return copy;
+  }
   resbuf* r = result_;
   result_ = nullptr;
   return r;
 }
 
 void CallFrame::setResult(resbuf* cells) {
-  if (result_) acutRelRb(result_);
+  releaseResult();
   result_ = cells;
   hasResult_ = true;
   listForm_ = false;
+}
+
+resbuf* CallFrame::setOneCellResult(int type) {
+  releaseResult();
+  one_ = resbuf{nullptr, static_cast<short>(type), {}};
+  result_ = &one_;
+  hasResult_ = true;
+  listForm_ = false;
+  return &one_;
 }
 
 void CallFrame::setListResult(resbuf* cells) {
@@ -181,31 +209,54 @@ resbuf* acedGetArgs() {
 
 namespace {
 
-// One result cell, made directly: these run once per module call.
-resbuf* oneCell(int type) { return acutNewRb(type); }
+// The call in progress's own result cell, to be filled; null outside a call. These run once per
+// module call, so a plain value costs no allocation.
+resbuf* oneCell(int type) {
+  kvads::CallFrame* frame = kvads::CallFrame::current();
+  return frame ? frame->setOneCellResult(type) : nullptr;
+}
 
 }  // namespace
 
-int acedRetNil() { return kvads::setResult(oneCell(RTNIL)); }
-int acedRetT() { return kvads::setResult(oneCell(RTT)); }
-int acedRetVoid() { return kvads::setResult(oneCell(RTVOID)); }
+int acedRetNil() { return oneCell(RTNIL) ? RTNORM : RTERROR; }
+int acedRetT() { return oneCell(RTT) ? RTNORM : RTERROR; }
+int acedRetVoid() { return oneCell(RTVOID) ? RTNORM : RTERROR; }
 int acedRetReal(ads_real value) {
   resbuf* rb = oneCell(RTREAL);
+  if (!rb) return RTERROR;
   rb->resval.rreal = value;
-  return kvads::setResult(rb);
+  return RTNORM;
 }
-int acedRetPoint(const ads_point point) { return kvads::setResult(acutBuildList(RT3DPOINT, point, 0)); }
-int acedRetStr(const ACHAR* text) { return kvads::setResult(acutBuildList(RTSTR, text, 0)); }
+int acedRetPoint(const ads_point point) {
+  resbuf* rb = oneCell(RT3DPOINT);
+  if (!rb) return RTERROR;
+  for (int i = 0; i < 3; ++i) rb->resval.rpoint[i] = point ? point[i] : 0.0;
+  return RTNORM;
+}
+int acedRetStr(const ACHAR* text) {
+  resbuf* rb = oneCell(RTSTR);
+  if (!rb) return RTERROR;
+  rb->resval.rstring = kvads::dupString(text);
+  return RTNORM;
+}
 
 // The platform keeps an int result in 16 bits when it fits; wider values travel as a long.
 int acedRetInt(int value) {
-  if (value >= -32768 && value <= 32767) return kvads::setResult(acutBuildList(RTSHORT, value, 0));
-  return kvads::setResult(acutBuildList(RTLONG, static_cast<std::int32_t>(value), 0));
+  const bool isShort = value >= -32768 && value <= 32767;
+  resbuf* rb = oneCell(isShort ? RTSHORT : RTLONG);
+  if (!rb) return RTERROR;
+  if (isShort) rb->resval.rint = static_cast<short>(value);
+  else rb->resval.rlong = static_cast<std::int32_t>(value);
+  return RTNORM;
 }
 
 int acedRetName(const ads_name name, int type) {
   if (type != RTENAME && type != RTPICKS) return RTERROR;
-  return kvads::setResult(acutBuildList(type, name, 0));
+  resbuf* rb = oneCell(type);
+  if (!rb) return RTERROR;
+  rb->resval.rlname[0] = name ? name[0] : 0;
+  rb->resval.rlname[1] = name ? name[1] : 0;
+  return RTNORM;
 }
 
 // The list form of the result: the cells are the list's items, without an enclosing RTLB/RTLE.

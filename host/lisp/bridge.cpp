@@ -8,18 +8,39 @@ using namespace detail;
 
 namespace {
 
-// Appends cells behind a tail pointer.
+// Cells a module call's arguments take from the stack; most calls have a handful of values.
+constexpr std::size_t kLocalArgCells = 8;
+
+// Releases a chain whose first `local` cells are storage of the caller's (linked first, in
+// order): only their strings are freed, the rest of the chain goes back as usual.
+void releaseChain(resbuf* head, const resbuf* local, std::size_t localCount) {
+  resbuf* rb = head;
+  for (; rb && rb >= local && rb < local + localCount; rb = rb->rbnext)
+    if (kvads::holdsString(rb->restype)) std::free(rb->resval.rstring);
+  if (rb) acutRelRb(rb);
+}
+
+// Appends cells behind a tail pointer, taking them from the caller's storage while it lasts.
 class Chain {
  public:
+  Chain() = default;
+  Chain(resbuf* local, std::size_t count) : local_(local), localCount_(count) {}
   ~Chain() {
-    if (head_) acutRelRb(head_);
+    if (head_) releaseChain(head_, local_, localCount_);
   }
   resbuf* add(int type) {
-    resbuf* rb = acutNewRb(type);
+    resbuf* rb;
+    if (localUsed_ < localCount_) {
+      rb = &local_[localUsed_++];
+      *rb = resbuf{nullptr, static_cast<short>(type), {}};
+    } else {
+      rb = acutNewRb(type);
+    }
     *link_ = rb;
     link_ = &rb->rbnext;
     return rb;
   }
+  resbuf* head() const { return head_; }
   resbuf* release() {
     resbuf* h = head_;
     head_ = nullptr;
@@ -30,6 +51,9 @@ class Chain {
  private:
   resbuf* head_ = nullptr;
   resbuf** link_ = &head_;
+  resbuf* local_ = nullptr;
+  std::size_t localCount_ = 0;
+  std::size_t localUsed_ = 0;
 };
 
 // A proper list of exactly two or three numbers travels as a point.
@@ -264,7 +288,12 @@ std::vector<Value> fromCells(const resbuf* rb) {
 Value Environment::Impl::callExternal(const ExsubrObj& f, Args args) {
   kvads::EntryFunction entry = kvads::registeredEntry(f.code);
   if (!entry) throw Error("no function definition: " + f.name);
-  kvads::CallFrame frame(toCells(args));
+  // The arguments' cells are built on the stack: the entry only reads them, and the chain ends
+  // with this call. A call with more or larger arguments goes on in pooled cells.
+  resbuf local[kLocalArgCells];
+  Chain cells(local, kLocalArgCells);
+  for (const Value& v : args) appendCells(cells, v, 0);
+  kvads::CallFrame frame(cells.head(), kvads::CallFrame::Borrowed{});
   int rc;
   try {
     rc = entry();
@@ -280,20 +309,16 @@ Value Environment::Impl::callExternal(const ExsubrObj& f, Args args) {
   }
   if (rc == RSERR) throw Error("ADS request error");
   if (!frame.hasResult()) return Value();
-  const bool listForm = frame.resultInListForm();
-  resbuf* cells = frame.takeResult();
-  struct Release {
-    resbuf* rb;
-    ~Release() { acutRelRb(rb); }
-  } release{cells};
-  if (listForm) return listResult(cells);
+  // The result's cells stay the frame's, released when it ends.
+  const resbuf* result = frame.result();
+  if (frame.resultInListForm()) return listResult(const_cast<resbuf*>(result));
   // Most calls answer one plain cell: it is the result as it stands.
-  if (cells && !cells->rbnext && cells->restype != RTLB && cells->restype != RTLE && cells->restype != RTDOTE)
-    return scalar(cells);
+  if (result && !result->rbnext && result->restype != RTLB && result->restype != RTLE && result->restype != RTDOTE)
+    return scalar(result);
   // The result is the first value; the whole chain is still read, so a malformed one is an error.
   Value first;
   bool seen = false;
-  readCells(cells, [&](Value v) {
+  readCells(result, [&](Value v) {
     if (!seen) first = std::move(v);
     seen = true;
   });

@@ -56,6 +56,31 @@ TEST(Session, ArgumentsAreCopiesAndResultsFollowTheLastRet) {
   acutRelRb(r);
   ads_name n{1, 2};
   EXPECT_EQ(acedRetName(n, RTSTR), RTERROR);
+
+  // A plain string result is the frame's own cell: taken, it is a copy that outlives the frame.
+  {
+    kvads::CallFrame inner(nullptr);
+    EXPECT_EQ(acedRetStr(L"kept"), RTNORM);
+    ASSERT_NE(inner.result(), nullptr);
+    r = inner.takeResult();
+    EXPECT_EQ(inner.result(), nullptr);
+  }
+  ASSERT_NE(r, nullptr);
+  EXPECT_STREQ(r->resval.rstring, L"kept");
+  acutRelRb(r);
+}
+
+// Arguments lent to a frame stay the lender's: the frame neither changes nor releases them.
+TEST(Session, BorrowedArgumentsStayTheCallers) {
+  resbuf* args = acutBuildList(RTSTR, L"a", RTSHORT, 2, 0);
+  {
+    kvads::CallFrame frame(args, kvads::CallFrame::Borrowed{});
+    EXPECT_EQ(kvads::callArgs(), args);
+    acedRetStr(L"x");
+  }
+  EXPECT_STREQ(args->resval.rstring, L"a");
+  EXPECT_EQ(args->rbnext->resval.rint, 2);
+  acutRelRb(args);
 }
 
 TEST(Session, RetListEnclosesTheItems) {

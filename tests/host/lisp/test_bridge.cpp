@@ -135,6 +135,28 @@ int givesReal() {
   acedRetReal(2.5);
   return RSRSLT;
 }
+// Answers the plain value its first argument names, after a string result it then replaces, so
+// that every acedRet... of one value is met and a replaced result must be freed.
+int plainResult() {
+  const resbuf* args = kvads::callArgs();
+  const int which = args && args->restype == RTSHORT ? args->resval.rint : 0;
+  acedRetStr(L"replaced");
+  ads_point p{1, 2, 3};
+  ads_name n{7, 8};
+  switch (which) {
+    case 0: acedRetNil(); break;
+    case 1: acedRetT(); break;
+    case 2: acedRetInt(-5); break;
+    case 3: acedRetInt(100000); break;
+    case 4: acedRetReal(0.25); break;
+    case 5: acedRetPoint(p); break;
+    case 6: acedRetStr(L"\u00e9t\u00e9"); break;
+    case 7: acedRetName(n, RTENAME); break;
+    default: break;  // the string stands
+  }
+  return RSRSLT;
+}
+
 // Calls LISP back with its first argument and returns what LISP answered.
 int callsBack() {
   resbuf* args = acedGetArgs();
@@ -200,6 +222,25 @@ TEST_F(Bridge, ArgumentsAndResultsCrossTheBridge) {
   EXPECT_EQ(ev("(t-none 1)"), "nil") << "no acedRet... gives nil";
   EXPECT_EQ(ev("(t-real)"), "2.5");
   EXPECT_EQ(ev("(type t-real)"), "EXRXSUBR");
+}
+
+// A plain result lives in the frame itself; every kind reads back as it was given, a string
+// given first and then replaced is freed, and nested calls each keep their own.
+TEST_F(Bridge, PlainResultsCrossInTheCallsOwnCell) {
+  acedDefun(L"t-plain", 908);
+  acedRegFunc(plainResult, 908);
+  const char* expected[] = {"nil", "T", "-5", "100000", "0.25", "(1.0 2.0 3.0)", "\"\u00e9t\u00e9\"", "", "\"replaced\""};
+  for (int which = 0; which <= 8; ++which) {
+    const std::string got = ev("(t-plain " + std::to_string(which) + ")");
+    if (which == 7) EXPECT_TRUE(got.starts_with("<Entity name: ")) << got;
+    else EXPECT_EQ(got, expected[which]) << which;
+  }
+  EXPECT_EQ(ev("(type (t-plain 2))"), "INT");
+  EXPECT_EQ(ev("(list (t-plain 6) (t-plain 4) (t-plain 8))"), "(\"\u00e9t\u00e9\" 0.25 \"replaced\")");
+  // A module call inside a module call's arguments: the inner frame's cell is not the outer's.
+  EXPECT_EQ(ev("(t-echo (t-plain 6) (t-plain 3) \"x\" 1 2 3 4 5 6 7 8 (t-plain 8))"),
+            "(\"\u00e9t\u00e9\" 100000 \"x\" 1 2 3 4 5 6 7 8 \"replaced\")")
+      << "more arguments than the call keeps on its stack";
 }
 
 // A list handed over without acedRetList's copy is read exactly as the copy would be, whole lists,
