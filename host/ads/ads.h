@@ -202,7 +202,9 @@ DxfKind dxfValueKind(int groupCode);
 // Copies one chain (strings included). Null gives null.
 resbuf* copyChain(const resbuf* rb);
 // Whether a cell of this type owns the string in its value.
-bool holdsString(short type);
+inline bool holdsString(short type) {
+  return type == RTSTR || type == RTDXF0 || (type < 5000 && dxfValueKind(type) == DxfKind::String);
+}
 // Host: the arguments of the LISP call in progress, read in place (null outside a call). They
 // live until that call ends; the caller neither changes nor releases them.
 const resbuf* callArgs();

@@ -43,10 +43,6 @@ ACHAR* dupString(const ACHAR* text) {
   return copy;
 }
 
-bool holdsString(short type) {
-  return type == RTSTR || type == RTDXF0 || (type < 5000 && dxfValueKind(type) == DxfKind::String);
-}
-
 namespace {
 
 // A LISP call makes and releases its argument and result cells by the hundred, all of one size;

@@ -94,8 +94,8 @@ struct AcApDocManager::Impl {
   AcApDocument* create(const std::wstring& path, std::unique_ptr<AcDbDatabase> db, bool named, bool opened);
   void activate(AcApDocument* doc);
   // The current document first: it is the one every module call locks.
-  bool has(const AcApDocument* doc) const { return (doc != nullptr && doc == current) || hasOther(doc); }
-  bool hasOther(const AcApDocument* doc) const {
+  bool has(const AcApDocument* doc) const { return doc == current ? doc != nullptr : hasOther(doc); }
+  [[gnu::noinline]] bool hasOther(const AcApDocument* doc) const {
     return std::any_of(docs.begin(), docs.end(), [&](const auto& d) { return d.get() == doc; });
   }
 };
@@ -152,21 +152,31 @@ AcApDocumentIterator* AcApDocManager::newAcApDocumentIterator() {
 // Every lock and unlock is told before and after, with the mode it leaves and the mode it gives.
 Acad::ErrorStatus AcApDocManager::lockDocument(AcApDocument* pDoc, AcAp::DocLockMode lockMode,
                                                const ACHAR* pGlobalCmdName, const ACHAR*, bool) {
-  if (pDoc == nullptr || !impl_->has(pDoc)) return Acad::eNoDocument;
-  AcAp::DocLockMode before = pDoc->myLockMode();
+  if (!impl_->has(pDoc)) return Acad::eNoDocument;
+  std::vector<AcAp::DocLockMode>& locks = pDoc->impl()->locks;
+  if (impl_->lockReactors.empty()) {
+    locks.push_back(lockMode);
+    return Acad::eOk;
+  }
+  AcAp::DocLockMode before = locks.empty() ? AcAp::kNone : locks.back();
   impl_->fireLock([&](auto* r) { r->documentLockModeWillChange(pDoc, before, lockMode, before, pGlobalCmdName); });
-  pDoc->impl()->locks.push_back(lockMode);
+  locks.push_back(lockMode);
   impl_->fireLock([&](auto* r) { r->documentLockModeChanged(pDoc, before, lockMode, lockMode, pGlobalCmdName); });
   return Acad::eOk;
 }
 
 Acad::ErrorStatus AcApDocManager::unlockDocument(AcApDocument* pDoc) {
-  if (pDoc == nullptr || !impl_->has(pDoc)) return Acad::eNoDocument;
-  if (pDoc->impl()->locks.empty()) return Acad::eNotApplicable;
-  AcAp::DocLockMode before = pDoc->myLockMode();
-  AcAp::DocLockMode after = pDoc->impl()->locks.size() > 1 ? pDoc->impl()->locks[pDoc->impl()->locks.size() - 2] : AcAp::kNone;
+  if (!impl_->has(pDoc)) return Acad::eNoDocument;
+  std::vector<AcAp::DocLockMode>& locks = pDoc->impl()->locks;
+  if (locks.empty()) return Acad::eNotApplicable;
+  if (impl_->lockReactors.empty()) {
+    locks.pop_back();
+    return Acad::eOk;
+  }
+  AcAp::DocLockMode before = locks.back();
+  AcAp::DocLockMode after = locks.size() > 1 ? locks[locks.size() - 2] : AcAp::kNone;
   impl_->fireLock([&](auto* r) { r->documentLockModeWillChange(pDoc, before, after, before, nullptr); });
-  pDoc->impl()->locks.pop_back();
+  locks.pop_back();
   impl_->fireLock([&](auto* r) { r->documentLockModeChanged(pDoc, before, after, after, nullptr); });
   return Acad::eOk;
 }
