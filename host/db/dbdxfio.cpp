@@ -1,10 +1,12 @@
 // DXF export of a whole drawing (the AC1015 layout other programs read) and import of the
 // tables, blocks and entities such a file holds; proxies go out and come back as the platform's
-// ACAD_PROXY_ENTITY with their class's data.
+// ACAD_PROXY_ENTITY and ACAD_PROXY_OBJECT with their class's data.
 #include <algorithm>
 #include <cstdio>
 #include <fstream>
+#include <memory>
 #include <sstream>
+#include <type_traits>
 
 #include "dbimpl.h"
 
@@ -127,8 +129,9 @@ struct ClassRow {
   bool entity = true;
 };
 constexpr int kFirstClassNumber = 500;
-// The platform's number for a proxy entity's own class, written before its original class's.
+// The platform's numbers for the proxies' own classes, written before their original class's.
 constexpr int kProxyEntityClass = 498;
+constexpr int kProxyObjectClass = 499;
 
 void writeClasses(DxfWriter& w, const std::vector<ClassRow>& classes) {
   w.str(0, "SECTION");
@@ -293,10 +296,20 @@ void writeProxyGroups(DxfWriter& w, const AcDbProxyEntity& proxy, int classNumbe
   w.integer(70, 0);  // the data is in the binary form of a drawing, not DXF groups
 }
 
-int classNumberOf(const std::vector<ClassRow>& classes, const AcDbProxyEntity& proxy) {
+template <class Proxy>
+int classNumberOf(const std::vector<ClassRow>& classes, const Proxy& proxy) {
   for (std::size_t i = 0; i < classes.size(); ++i)
     if (classes[i].name == proxy.originalClassName()) return kFirstClassNumber + static_cast<int>(i);
   return 0;
+}
+
+// A proxy's groups as its filer gives them, parted before its extended data, which goes after
+// the proxy's own groups.
+void partXdata(AcDbDxfMemoryFiler& filer, AcDbDxfMemoryFiler& tail) {
+  auto& groups = filer.groups();
+  auto xdata = std::find_if(groups.begin(), groups.end(), [](const auto& g) { return g.code >= 1000; });
+  tail.groups().assign(xdata, groups.end());
+  groups.erase(xdata, groups.end());
 }
 
 // One entity: its type name, then its own groups; a proxy as the platform writes one.
@@ -304,11 +317,8 @@ void writeEntity(DxfWriter& w, AcDbEntity* e, const std::vector<ClassRow>& class
   AcDbDxfMemoryFiler filer(e->database());
   if (kvdb::dxfGroupsOf(e, filer) != Acad::eOk) return;
   if (auto* proxy = AcDbProxyEntity::cast(e)) {
-    auto& groups = filer.groups();
-    auto xdata = std::find_if(groups.begin(), groups.end(), [](const auto& g) { return g.code >= 1000; });
     AcDbDxfMemoryFiler tail(e->database());
-    tail.groups().assign(xdata, groups.end());
-    groups.erase(xdata, groups.end());
+    partXdata(filer, tail);
     w.str(0, "ACAD_PROXY_ENTITY");
     w.groups(filer);
     writeProxyGroups(w, *proxy, classNumberOf(classes, *proxy));
@@ -341,13 +351,44 @@ void writeBlocks(DxfWriter& w, AcDbDatabase* db, const std::vector<ClassRow>& cl
   w.str(0, "ENDSEC");
 }
 
-void writeObjects(DxfWriter& w) {
+// The objects of the drawing that stand for a class not loaded: they are kept here, so that a
+// drawing goes through DXF without losing them.
+std::vector<AcDbProxyObject*> proxyObjects(AcDbDatabase* db) {
+  std::vector<AcDbStub*> stubs;
+  for (AcDbStub& s : db->impl()->stubs)
+    if (!s.erased && AcDbProxyObject::cast(s.object)) stubs.push_back(&s);
+  std::sort(stubs.begin(), stubs.end(), [](const AcDbStub* a, const AcDbStub* b) { return a->handle < b->handle; });
+  std::vector<AcDbProxyObject*> out;
+  for (AcDbStub* s : stubs) out.push_back(AcDbProxyObject::cast(s->object));
+  return out;
+}
+
+// The root dictionary, then each proxy object as the platform writes one. One without an owner
+// in the file is the root's, as every object of the section must have one.
+void writeObjects(DxfWriter& w, AcDbDatabase* db, const std::vector<ClassRow>& classes) {
   std::string root = w.fresh(), groups = w.fresh();
   w.str(0, "SECTION");
   w.str(2, "OBJECTS");
   w.str(0, "DICTIONARY"), w.str(5, root), w.str(330, "0"), w.str(100, "AcDbDictionary"), w.integer(281, 1);
   w.str(3, "ACAD_GROUP"), w.str(350, groups);
   w.str(0, "DICTIONARY"), w.str(5, groups), w.str(330, root), w.str(100, "AcDbDictionary"), w.integer(281, 1);
+  for (AcDbProxyObject* proxy : proxyObjects(db)) {
+    AcDbDxfMemoryFiler filer(db);
+    if (kvdb::dxfGroupsOf(proxy, filer) != Acad::eOk) continue;
+    AcDbDxfMemoryFiler tail(db);
+    partXdata(filer, tail);
+    for (auto& g : filer.groups())
+      if (g.code == AcDb::kDxfSoftPointerId && (g.text.empty() || g.text == L"0")) g.text = acrxFromUtf8(root);
+    w.str(0, "ACAD_PROXY_OBJECT");
+    w.groups(filer);
+    w.str(100, "AcDbProxyObject");
+    w.integer(90, kProxyObjectClass);
+    w.integer(91, classNumberOf(classes, *proxy));
+    binaryGroups(w, 93, static_cast<long long>(proxy->data().size()) * 8, proxy->data());
+    w.integer(95, 0);
+    w.integer(70, 0);  // the data is in the binary form of a drawing, not DXF groups
+    w.groups(tail);
+  }
   w.str(0, "ENDSEC");
 }
 
@@ -377,6 +418,12 @@ std::vector<ClassRow> customClasses(AcDbDatabase* db) {
         out.push_back({kvdb::dxfNameOf(c), c->name(), c->appName(), c->proxyFlags(), false,
                        c->isDerivedFrom(AcDbEntity::desc())});
     }
+  for (AcDbProxyObject* proxy : proxyObjects(db)) {
+    if (known(proxy->originalClassName())) continue;
+    const AcRxClass* cls = acrxFindAcRxClass(proxy->originalClassName());
+    out.push_back({proxy->originalDxfName(), proxy->originalClassName(), cls ? cls->appName() : L"",
+                   cls ? cls->proxyFlags() : 0, cls == nullptr, false});
+  }
   return out;
 }
 
@@ -397,7 +444,7 @@ Acad::ErrorStatus AcDbDatabase::dxfOut(const ACHAR* fileName, int, bool) {
     for (AcDbObjectId id : kvdb::liveEntities(ms))
       if (auto* e = AcDbEntity::cast(kvdb::objectOf(id))) writeEntity(body, e, classes);
   body.str(0, "ENDSEC");
-  writeObjects(body);
+  writeObjects(body, this, classes);
   body.str(0, "EOF");
   writeHeader(w, this, body.seed());
   std::ofstream out(acrxToUtf8(fileName), std::ios::binary | std::ios::trunc);
@@ -482,6 +529,7 @@ class DxfReader {
         else if (name == "TABLES") tables(i + 2, end);
         else if (name == "BLOCKS") blocks(i + 2, end);
         else if (name == "ENTITIES") entities(i + 2, end, db_->modelSpaceId());
+        else if (name == "OBJECTS") objects(i + 2, end);
         i = end + 1;
         continue;
       }
@@ -512,15 +560,16 @@ class DxfReader {
     }
   }
 
-  // A proxy: the entity's groups, then its own (from the AcDbProxyEntity marker), then extended
-  // data. Its original class comes from the CLASSES section; its picture is kept when it is one
-  // this host wrote, and the class's data is kept as it was filed.
-  AcDbEntity* proxyEntity(std::size_t from, std::size_t to) {
+  // A proxy: the object's groups, then its own (from the AcDbProxyEntity or AcDbProxyObject
+  // marker), then extended data. Its original class comes from the CLASSES section; an entity's
+  // picture is kept when it is one this host wrote, and the class's data is kept as it was filed.
+  template <class Proxy>
+  std::unique_ptr<Proxy> proxyOf(std::size_t from, std::size_t to, const char* marker) {
     std::size_t own = from;
-    while (own < to && !(g_[own].code == 100 && g_[own].value == "AcDbProxyEntity")) ++own;
+    while (own < to && !(g_[own].code == 100 && g_[own].value == marker)) ++own;
     std::size_t xdata = own;
     while (xdata < to && g_[xdata].code < 1000) ++xdata;
-    auto proxy = std::make_unique<AcDbProxyEntity>();
+    auto proxy = std::make_unique<Proxy>();
     AcDbDxfMemoryFiler f(db_);
     fillFiler(g_, from, own, f);
     fillFiler(g_, xdata, to, f);
@@ -543,9 +592,11 @@ class DxfReader {
     std::size_t place = static_cast<std::size_t>(classNumber - kFirstClassNumber);
     if (classNumber >= kFirstClassNumber && place < classes_.size())
       proxy->setOriginal(classes_[place].name, classes_[place].dxfName);
-    std::vector<std::vector<AcGePoint3d>> lines;
-    if (kvdb::pictureFromBytes(picture, lines)) proxy->setGraphics(std::move(lines));
-    // The class's data joins the proxy as it does from a drawing file: behind the entity's part.
+    if constexpr (std::is_same_v<Proxy, AcDbProxyEntity>) {
+      std::vector<std::vector<AcGePoint3d>> lines;
+      if (kvdb::pictureFromBytes(picture, lines)) proxy->setGraphics(std::move(lines));
+    }
+    // The class's data joins the proxy as it does from a drawing file: behind the object's part.
     AcDbDwgMemoryFiler out(db_);
     if (proxy->dwgOut(&out) != Acad::eOk) return nullptr;
     std::vector<unsigned char> bytes = out.buffer();
@@ -553,7 +604,27 @@ class DxfReader {
     AcDbDwgMemoryFiler in(db_);
     in.setBuffer(std::move(bytes));
     if (proxy->dwgIn(&in) != Acad::eOk) return nullptr;
-    return proxy.release();
+    return proxy;
+  }
+
+  AcDbEntity* proxyEntity(std::size_t from, std::size_t to) {
+    return proxyOf<AcDbProxyEntity>(from, to, "AcDbProxyEntity").release();
+  }
+
+  // Proxy objects come in without an owner: the file's handles are not this drawing's. The
+  // section's other objects are the file's own bookkeeping.
+  void objects(std::size_t from, std::size_t end) {
+    for (std::size_t i = nextObject(from, end); i < end;) {
+      std::size_t next = nextObject(i + 1, end);
+      if (g_[i].value == "ACAD_PROXY_OBJECT") {
+        std::unique_ptr<AcDbProxyObject> proxy = proxyOf<AcDbProxyObject>(i + 1, next, "AcDbProxyObject");
+        AcDbObjectId id;
+        if (proxy) proxy->setOwnerId(AcDbObjectId());
+        if (proxy && db_->addAcDbObject(id, proxy.get()) == Acad::eOk) proxy.release()->close();
+        else ++skipped_;
+      }
+      i = next;
+    }
   }
 
   static bool appendHex(const std::string& text, std::vector<unsigned char>& out) {

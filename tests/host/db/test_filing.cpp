@@ -51,8 +51,34 @@ class TestMarker : public AcDbEntity {
 };
 ACRX_DXF_DEFINE_MEMBERS(TestMarker, AcDbEntity, 1, 1, 1, TESTMARKER, "Test|Marker")
 
+// A custom object that is not an entity, versioned the same way.
+class TestNote : public AcDbObject {
+ public:
+  ACRX_DECLARE_MEMBERS(TestNote);
+  static inline int version = 2;
+  std::wstring text;
+  Acad::ErrorStatus dwgOutFields(AcDbDwgFiler* filer) const override {
+    Acad::ErrorStatus es = AcDbObject::dwgOutFields(filer);
+    if (es != Acad::eOk) return es;
+    filer->writeInt32(version);
+    filer->writeString(text);
+    return filer->filerStatus();
+  }
+  Acad::ErrorStatus dwgInFields(AcDbDwgFiler* filer) override {
+    Acad::ErrorStatus es = AcDbObject::dwgInFields(filer);
+    if (es != Acad::eOk) return es;
+    Adesk::Int32 v = 0;
+    filer->readInt32(&v);
+    if (v > version) return Acad::eMakeMeProxy;
+    filer->readString(text);
+    return filer->filerStatus();
+  }
+};
+ACRX_DXF_DEFINE_MEMBERS(TestNote, AcDbObject, 1, 1, 1, TESTNOTE, "Test|Note")
+
 struct Registered {
   Registered() {
+    TestNote::rxInit();
     TestMarker::rxInit();
     acrxBuildClassHierarchy();
   }
@@ -376,6 +402,79 @@ TEST(DbDxf, ProxiesTravelThroughDxf) {
   ASSERT_NE(proxy, nullptr);
   EXPECT_EQ(proxy->data(), data);
   proxy->close();
+}
+
+// The live objects of one class in a drawing, found by handle: objects that are not entities
+// belong to no block.
+template <class T>
+std::vector<AcDbObjectId> objectsOf(AcDbDatabase& db) {
+  std::vector<AcDbObjectId> out;
+  for (Adesk::UInt64 h = 1; h < 4096; ++h) {
+    AcDbObjectId id;
+    if (db.getAcDbObjectId(id, false, AcDbHandle(h)) != Acad::eOk) continue;
+    T* object = nullptr;
+    if (acdbOpenObject(object, id, AcDb::kForRead) != Acad::eOk) continue;
+    object->close();
+    out.push_back(id);
+  }
+  return out;
+}
+
+// An object whose class is not loaded goes through DXF as the platform's ACAD_PROXY_OBJECT and
+// comes back with its class and data, so that the class reads it again once it is here.
+TEST(DbDxf, ProxyObjectsTravelThroughDxf) {
+  auto path = tempFile("note.dwg"), dxf = tempFile("note.dxf"), again = tempFile("note2.dwg");
+  TestNote::version = 3;
+  {
+    AcDbDatabase db;
+    auto* note = new TestNote;
+    note->text = L"kept";
+    AcDbObjectId id;
+    ASSERT_EQ(db.addAcDbObject(id, note), Acad::eOk);
+    note->close();
+    append(db, new AcDbLine(AcGePoint3d(0, 0, 0), AcGePoint3d(1, 1, 0)));
+    ASSERT_EQ(db.saveAs(acrxFromUtf8(path.string()).c_str()), Acad::eOk);
+  }
+  TestNote::version = 2;
+  std::vector<unsigned char> data;
+  {
+    AcDbDatabase db(false, true);
+    ASSERT_EQ(db.readDwgFile(acrxFromUtf8(path.string()).c_str()), Acad::eOk);
+    std::vector<AcDbObjectId> proxies = objectsOf<AcDbProxyObject>(db);
+    ASSERT_EQ(proxies.size(), 1u);
+    AcDbObjectPointer<AcDbProxyObject> proxy(proxies[0], AcDb::kForRead);
+    data = proxy->data();
+    ASSERT_FALSE(data.empty());
+    proxy.close();
+    ASSERT_EQ(db.dxfOut(acrxFromUtf8(dxf.string()).c_str()), Acad::eOk);
+  }
+  std::ifstream in(dxf);
+  std::string text((std::istreambuf_iterator<char>(in)), {});
+  EXPECT_NE(text.find("\nACAD_PROXY_OBJECT\n"), std::string::npos);
+  EXPECT_NE(text.find("\nCLASS\n1\nTESTNOTE\n2\nTestNote\n"), std::string::npos);
+  expectCleanAudit(dxf);
+
+  AcDbDatabase back;
+  ASSERT_EQ(back.dxfIn(acrxFromUtf8(dxf.string()).c_str()), Acad::eOk);
+  std::vector<AcDbObjectId> proxies = objectsOf<AcDbProxyObject>(back);
+  ASSERT_EQ(proxies.size(), 1u) << "the proxy object came back";
+  {
+    AcDbObjectPointer<AcDbProxyObject> proxy(proxies[0], AcDb::kForRead);
+    EXPECT_STREQ(proxy->originalClassName(), L"TestNote");
+    EXPECT_STREQ(proxy->originalDxfName(), L"TESTNOTE");
+    EXPECT_EQ(proxy->data(), data) << "the class's data, byte for byte";
+  }
+  EXPECT_EQ(objectsOf<AcDbLine>(back).size(), 1u) << "beside the drawing's entities";
+  ASSERT_EQ(back.saveAs(acrxFromUtf8(again.string()).c_str()), Acad::eOk);
+  // With its class here again, the object is what it was before it became a proxy.
+  TestNote::version = 3;
+  AcDbDatabase db(false, true);
+  ASSERT_EQ(db.readDwgFile(acrxFromUtf8(again.string()).c_str()), Acad::eOk);
+  std::vector<AcDbObjectId> notes = objectsOf<TestNote>(db);
+  TestNote::version = 2;
+  ASSERT_EQ(notes.size(), 1u);
+  AcDbObjectPointer<TestNote> note(notes[0], AcDb::kForRead);
+  EXPECT_EQ(note->text, L"kept");
 }
 
 // Proxy data that is not hexadecimal is refused, not read as something else; the rest of the
