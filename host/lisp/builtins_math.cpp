@@ -195,11 +195,20 @@ int compare(const Value& x, const Value& y) {
   return (a > b) - (a < b);
 }
 
-template <bool (*Holds)(int)>
+// = and /= take any values: numbers by value, strings by their bytes, anything else (nil, a
+// symbol, an entity name, a number against a string) by identity as eq does, so that a test
+// against a value that may be nil answers rather than fails. The orderings need numbers or
+// strings.
+template <bool (*Holds)(int), bool AnyValues = false>
 Value chain(Environment&, Args a) {
-  for (std::size_t i = 1; i < a.size(); ++i)
-    if (!Holds(compare(a[i - 1], a[i]))) return Value();
-  if (a.size() == 1 && !a[0].isNumber() && !a[0].isString()) badArgument("numberp:", a[0]);
+  for (std::size_t i = 1; i < a.size(); ++i) {
+    const Value& x = a[i - 1];
+    const Value& y = a[i];
+    const bool comparable = (x.isNumber() && y.isNumber()) || (x.isString() && y.isString());
+    const int c = AnyValues && !comparable ? (x.eq(y) ? 0 : 1) : compare(x, y);
+    if (!Holds(c)) return Value();
+  }
+  if (!AnyValues && a.size() == 1 && !a[0].isNumber() && !a[0].isString()) badArgument("numberp:", a[0]);
   return Value::t();
 }
 
@@ -264,8 +273,8 @@ const NativeDef kMath[] = {
     {"min", "(min [number...])", "The least.", lMin},
     {"1+", "(1+ number)", "NUMBER plus one.", lInc},
     {"1-", "(1- number)", "NUMBER less one.", lDec},
-    {"=", "(= a [b...])", "T when all are equal (numbers or strings).", chain<eqOp>},
-    {"/=", "(/= a [b...])", "T when no two neighbours are equal.", chain<neOp>},
+    {"=", "(= a [b...])", "T when all are equal (numbers, strings, else the same object).", chain<eqOp, true>},
+    {"/=", "(/= a [b...])", "T when no two neighbours are equal.", chain<neOp, true>},
     {"<", "(< a [b...])", "T when each is less than the next.", chain<ltOp>},
     {">", "(> a [b...])", "T when each is greater than the next.", chain<gtOp>},
     {"<=", "(<= a [b...])", "T when each is at most the next.", chain<leOp>},

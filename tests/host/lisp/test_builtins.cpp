@@ -50,6 +50,9 @@ TEST_F(LispTest, NumbersFollowIntegerAndRealRules) {
   EXPECT_EQ(ev("(list (zerop 0.0) (zerop 1) (minusp -1) (numberp 1.5) (numberp \"1\"))"), "(T nil T T nil)");
   EXPECT_EQ(ev("(+ 1 \"x\")"), "ERROR: bad argument type: numberp: \"x\"");
   EXPECT_EQ(ev("(< 1 nil)"), "ERROR: bad argument type: numberp: nil");
+  // Equality answers for any values, so that a value that may be nil can be tested directly.
+  EXPECT_EQ(ev("(list (= 1 nil) (= nil nil) (= 'a 'a) (= 'a 'b) (= 1 \"1\") (/= 1 nil) (/= nil nil) (= nil))"),
+            "(nil T T nil nil T nil T)");
   EXPECT_EQ(ev("(zerop 'a)"), "ERROR: bad argument type: numberp: A");
 }
 
