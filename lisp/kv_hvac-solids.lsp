@@ -1,8 +1,8 @@
 ;;; The three-dimensional model of a duct system. The module builds one duct's pieces a call at
 ;;; a time; this layer drives the whole system: every fitting first, since each records how far
 ;;; it reaches into the ducts it joins, then the straight remainders and flexible runs, then the
-;;; diffusers that stand by themselves. KV-3DMODEL builds the model of the current drawing,
-;;; KV-3DSTEP builds it and writes it to a STEP file beside the drawing.
+;;; diffusers that stand by themselves. KV-MODEL (with the other commands) builds the model of
+;;; the current drawing, KV-3DSTEP builds it and writes it to a STEP file beside the drawing.
 
 ;; The entity names of a drawing function's answer (("Solid" . e) ...), nils left out.
 (defun solids-names (answer / names)
@@ -82,11 +82,6 @@
 
 ;; Whether the project's drawings are in millimetres; the commands read it.
 (if (not (boundp '*kv_hvac-solids-metric*)) (setq *kv_hvac-solids-metric* nil))
-
-(defun C:KV-3DMODEL (/ built)
-  (setq built (kv_hvac-solids-build nil 0 nil))
-  (princ (strcat "\n" (itoa (length built)) " solids built."))
-  (princ))
 
 (defun C:KV-3DSTEP (/ built drawing path written)
   (setq built (kv_hvac-solids-build nil 0 nil)
