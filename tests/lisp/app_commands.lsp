@@ -11,8 +11,13 @@
 (defun pt (x y) (strcat "point " (rtos x 2 3) "," (rtos y 2 3)))
 (defun rows (sql) (kvdb-query (projectdb-currentFile) sql))
 
-(setq root "/tmp/kv_lisp_appcmds/")
-(foreach f '("a.dwg" "b.dwg" "c.dwg" "kv_lisp_appcmds_kv_hvac.kv" "a.png" "a.svg" "a.dxf" "a.pdf" "a.step" "explorer.png")
+;; A folder per checkout and back end: two checkouts, or both back ends, may test at once.
+(setq root (strcat "/tmp/kv_lisp_appcmds" (vl-string-translate "/" "_" (getenv "PWD"))
+                  (if (getenv "KV_PROJECTDB_SERVER") "_server" "") "/"))
+;; The project file is named after its folder.
+(setq project (vl-filename-base (vl-string-right-trim "/" root)))
+(foreach f (list "a.dwg" "b.dwg" "c.dwg" (strcat project "_kv_hvac.kv") (strcat project "_kv_hvac.kvlink")
+                "a.png" "a.svg" "a.dxf" "a.pdf" "a.step" "explorer.png")
   (vl-file-delete (strcat root f)))
 (kvhost-new)
 (kvhost-save-as (strcat root "b.dwg"))

@@ -9,7 +9,9 @@
   ok)
 (defun input-error-p (fn args) (vl-catch-all-error-p (vl-catch-all-apply fn args)))
 
-(setq root "/tmp/kv_lisp_bad_input/")
+;; A folder per checkout and back end: two checkouts, or both back ends, may test at once.
+(setq root (strcat "/tmp/kv_lisp_bad_input" (vl-string-translate "/" "_" (getenv "PWD"))
+                  (if (getenv "KV_PROJECTDB_SERVER") "_server" "") "/"))
 (foreach f (list "stale.dwg" "fresh.dwg" "mono.png" "wide.png") (vl-file-delete (strcat root f)))
 (setq home (kvhost-current))
 

@@ -14,7 +14,8 @@
   (if (vl-catch-all-error-p r) (vl-catch-all-error-message r)))
 
 ;; A folder of this checkout's own: several checkouts may run their tests at the same time.
-(setq root (strcat "/tmp/kv_lisp_loaddetail" (vl-string-translate "/" "_" (getenv "PWD")) "/"))
+(setq root (strcat "/tmp/kv_lisp_loaddetail" (vl-string-translate "/" "_" (getenv "PWD"))
+                  (if (getenv "KV_PROJECTDB_SERVER") "_server" "") "/"))
 (foreach f (list "loads.dwg" (strcat (vl-filename-base (vl-string-right-trim "/" root)) "_kv_hvac.kv")
                  (strcat (vl-filename-base (vl-string-right-trim "/" root)) "_kv_hvac.kvlink"))
   (vl-file-delete (strcat root f)))

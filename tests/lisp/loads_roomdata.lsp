@@ -9,7 +9,8 @@
   ok)
 
 ;; A folder of this checkout's own: several checkouts may run their tests at the same time.
-(setq root (strcat "/tmp/kv_lisp_roomdata" (vl-string-translate "/" "_" (getenv "PWD")) "/"))
+(setq root (strcat "/tmp/kv_lisp_roomdata" (vl-string-translate "/" "_" (getenv "PWD"))
+                  (if (getenv "KV_PROJECTDB_SERVER") "_server" "") "/"))
 (foreach f (list "rooms.dwg" (strcat (vl-filename-base (vl-string-right-trim "/" root)) "_kv_hvac.kv")
                  (strcat (vl-filename-base (vl-string-right-trim "/" root)) "_kv_hvac.kvlink"))
   (vl-file-delete (strcat root f)))

@@ -11,8 +11,12 @@
   (setq r (vl-catch-all-apply 'eval (list expr)))
   (if (vl-catch-all-error-p r) (vl-catch-all-error-message r)))
 
-(setq root "/tmp/kv_lisp_roomfns/")
-(foreach f (list "rooms.dwg" "kv_lisp_roomfns_kv_hvac.kv" "kv_lisp_roomfns_kv_hvac.kvlink") (vl-file-delete (strcat root f)))
+;; A folder per checkout and back end: two checkouts, or both back ends, may test at once.
+(setq root (strcat "/tmp/kv_lisp_roomfns" (vl-string-translate "/" "_" (getenv "PWD"))
+                  (if (getenv "KV_PROJECTDB_SERVER") "_server" "") "/"))
+;; The project file is named after its folder.
+(setq project (vl-filename-base (vl-string-right-trim "/" root)))
+(foreach f (list "rooms.dwg" (strcat project "_kv_hvac.kv") (strcat project "_kv_hvac.kvlink")) (vl-file-delete (strcat root f)))
 ;; Saving the drawing first makes the project folder.
 (kvhost-new)
 (fn-check "save" (kvhost-save-as (strcat root "rooms.dwg")))

@@ -20,8 +20,12 @@
 
 (defun near (a b) (< (abs (- a b)) 1e-6))
 
-(setq root "/tmp/kv_lisp_rooms/")
-(foreach f (list "plan.dwg" "ROOMARROW.dwg" "plan.png" "kv_lisp_rooms_kv_hvac.kv" "kv_lisp_rooms_kv_hvac.kvlink")
+;; A folder per checkout and back end: two checkouts, or both back ends, may test at once.
+(setq root (strcat "/tmp/kv_lisp_rooms" (vl-string-translate "/" "_" (getenv "PWD"))
+                  (if (getenv "KV_PROJECTDB_SERVER") "_server" "") "/"))
+;; The project file is named after its folder.
+(setq project (vl-filename-base (vl-string-right-trim "/" root)))
+(foreach f (list "plan.dwg" "ROOMARROW.dwg" "plan.png" (strcat project "_kv_hvac.kv") (strcat project "_kv_hvac.kvlink"))
   (vl-file-delete (strcat root f)))
 ;; The leaders' arrow: a unit triangle with its tip at the block's origin, pointing along +X.
 (kvhost-new)

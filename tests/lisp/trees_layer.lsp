@@ -6,8 +6,12 @@
   (if (not ok) (progn (princ (strcat "\nFAIL " name)) (setq tr-failures (1+ tr-failures))))
   ok)
 
-(setq root "/tmp/kv_lisp_trees/")
-(foreach f (list "trees.dwg" "kv_lisp_trees_kv_hvac.kv" "kv_lisp_trees_kv_hvac.kvlink") (vl-file-delete (strcat root f)))
+;; A folder per checkout and back end: two checkouts, or both back ends, may test at once.
+(setq root (strcat "/tmp/kv_lisp_trees" (vl-string-translate "/" "_" (getenv "PWD"))
+                  (if (getenv "KV_PROJECTDB_SERVER") "_server" "") "/"))
+;; The project file is named after its folder.
+(setq project (vl-filename-base (vl-string-right-trim "/" root)))
+(foreach f (list "trees.dwg" (strcat project "_kv_hvac.kv") (strcat project "_kv_hvac.kvlink")) (vl-file-delete (strcat root f)))
 (kvhost-new)
 (tr-check "save" (kvhost-save-as (strcat root "trees.dwg")))
 (kvhost-close (strcat root "trees.dwg"))
