@@ -1,18 +1,22 @@
 #!/usr/bin/env bash
 # Calls per second from LISP of the loads functions: a twelve-month glass curve and a 20-pair room
-# store, each over an empty loop of the same length, in one run. Usage: bench/loads/lisp_calls.sh BUILD
+# store, each over an empty loop of the same length, in one run (CPU time). Usage: bench/loads/lisp_calls.sh BUILD
 set -euo pipefail
 build=${1:-build}
 kvhost="$build/kvhost"
 n=${KV_BENCH_CALLS:-20000}
 
-# Wall time of one kvhost run, in nanoseconds.
+# CPU time (user + system) of one kvhost run, in nanoseconds, the least of KV_BENCH_RUNS runs (3
+# by default): other work on a shared machine only ever lengthens a run, and wall time counts it.
+runs=${KV_BENCH_RUNS:-3}
 run() {
-  local start end
-  start=$(date +%s%N)
-  "$kvhost" -e "$1" >/dev/null
-  end=$(date +%s%N)
-  echo $((end - start))
+  local TIMEFORMAT='%3U %3S' t best= ns
+  for ((r = 0; r < runs; ++r)); do
+    t=$( { time "$kvhost" -e "$1" >/dev/null 2>&1; } 2>&1 )
+    ns=$(awk -v t="$t" 'BEGIN { split(t, a, " "); printf "%.0f\n", (a[1] + a[2]) * 1e9 }')
+    [[ -z $best || $ns -lt $best ]] && best=$ns
+  done
+  echo "$best"
 }
 
 pairs='"dRoof" 1.5 "dWall" 2.5 "dGlass" 3.5 "dDoor" 1 "dFloor" 2 "dLights" 3 "dPeopleSensible" 4
