@@ -13,6 +13,7 @@
 #include <TopoDS.hxx>
 #include <cairo.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <fstream>
@@ -52,9 +53,12 @@ void Draw(const std::vector<std::vector<Flat>>& edges, const char* path) {
     for (const Flat& p : line) {
       x0 = std::min(x0, p.x), y0 = std::min(y0, p.y), x1 = std::max(x1, p.x), y1 = std::max(y1, p.y);
     }
+  // The picture takes the model's own proportions, its longer side 1400 pixels.
   const int size = 1400, margin = 40;
-  const double scale = (size - 2 * margin) / std::max(x1 - x0, y1 - y0);
-  cairo_surface_t* surface = cairo_image_surface_create(CAIRO_FORMAT_RGB24, size, size);
+  const double scale = (size - 2 * margin) / std::max({x1 - x0, y1 - y0, 1e-9});
+  const int width = std::max(200, static_cast<int>(std::ceil((x1 - x0) * scale)) + 2 * margin);
+  const int height = std::max(200, static_cast<int>(std::ceil((y1 - y0) * scale)) + 2 * margin);
+  cairo_surface_t* surface = cairo_image_surface_create(CAIRO_FORMAT_RGB24, width, height);
   cairo_t* cr = cairo_create(surface);
   cairo_set_source_rgb(cr, 1, 1, 1);
   cairo_paint(cr);
