@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cwctype>
 #include <filesystem>
+#include <utility>
 
 #include "dbimpl.h"
 
@@ -114,7 +115,19 @@ AcDbStub* AcDbDatabase::Impl::stubFor(Adesk::UInt64 handle, bool create) {
 }
 
 AcDbObjectId AcDbDatabase::Impl::add(AcDbObject* obj, AcDbObjectId owner) {
-  AcDbStub* s = newStub(obj);
+  const Adesk::UInt64 wanted = std::exchange(preferredHandle, 0);
+  AcDbStub* s = nullptr;
+  if (wanted != 0) {
+    auto it = byHandle.find(wanted);
+    if (it == byHandle.end()) {
+      s = newStub(obj, wanted);
+    } else if (it->second->object == nullptr && !it->second->erased) {
+      // A slot made for a reference read before its object: the object fills it.
+      s = it->second;
+      s->object = obj;
+    }
+  }
+  if (s == nullptr) s = newStub(obj);
   obj->setStub(s);
   obj->setOwnerId(owner);
   ++liveObjects;

@@ -611,7 +611,7 @@ class DxfReader {
     return proxyOf<AcDbProxyEntity>(from, to, "AcDbProxyEntity").release();
   }
 
-  // Proxy objects come in without an owner: the file's handles are not this drawing's. The
+  // Proxy objects come in without an owner, which the host cannot tell from the file. The
   // section's other objects are the file's own bookkeeping.
   void objects(std::size_t from, std::size_t end) {
     for (std::size_t i = nextObject(from, end); i < end;) {
@@ -620,7 +620,9 @@ class DxfReader {
         std::unique_ptr<AcDbProxyObject> proxy = proxyOf<AcDbProxyObject>(i + 1, next, "AcDbProxyObject");
         AcDbObjectId id;
         if (proxy) proxy->setOwnerId(AcDbObjectId());
-        if (proxy && db_->addAcDbObject(id, proxy.get()) == Acad::eOk) proxy.release()->close();
+        const Adesk::UInt64 handle = handleIn(i + 1, next);
+        if (proxy && withHandle(handle, [&] { return db_->addAcDbObject(id, proxy.get()); }) == Acad::eOk)
+          proxy.release()->close();
         else ++skipped_;
       }
       i = next;
@@ -643,12 +645,37 @@ class DxfReader {
     return true;
   }
 
+  // The handle a group of an object's groups names (5: its own, 330: its owner's), 0 when it
+  // has none or it is not hexadecimal.
+  Adesk::UInt64 handleIn(std::size_t from, std::size_t to, int code = 5) const {
+    for (std::size_t i = from; i < to; ++i) {
+      if (g_[i].code != code) continue;
+      const std::string& text = g_[i].value;
+      char* end = nullptr;
+      const unsigned long long h = std::strtoull(text.c_str(), &end, 16);
+      return !text.empty() && end && *end == 0 ? h : 0;
+    }
+    return 0;
+  }
+
+  // Runs `add` with the file's handle offered to the object it adds; whatever add does, the
+  // offer ends with it.
+  template <class Add>
+  Acad::ErrorStatus withHandle(Adesk::UInt64 handle, Add add) {
+    struct Forget {
+      AcDbDatabase* db;
+      ~Forget() { db->impl()->preferredHandle = 0; }
+    } forget{db_};
+    db_->impl()->preferredHandle = handle;
+    return add();
+  }
+
   template <class Table, class Rec>
-  void addRecord(Acad::ErrorStatus (AcDbDatabase::*get)(Table*&, AcDb::OpenMode), Rec* rec) {
+  void addRecord(Acad::ErrorStatus (AcDbDatabase::*get)(Table*&, AcDb::OpenMode), Rec* rec, Adesk::UInt64 handle) {
     Table* table = nullptr;
     if ((db_->*get)(table, AcDb::kForWrite) != Acad::eOk || table->has(rec->getName())) {
       delete rec;
-    } else if (table->add(rec) != Acad::eOk) {
+    } else if (withHandle(handle, [&] { return table->add(rec); }) != Acad::eOk) {
       delete rec;
     } else {
       rec->close();
@@ -666,17 +693,17 @@ class DxfReader {
         auto* rec = new AcDbLinetypeTableRecord;
         rec->setName(name.c_str());
         rec->setComments(valueOf(g_, i + 1, next, 3).c_str());
-        addRecord(&AcDbDatabase::getLinetypeTable, rec);
+        addRecord(&AcDbDatabase::getLinetypeTable, rec, handleIn(i + 1, next));
       } else if (type == "STYLE" && !name.empty()) {
         auto* rec = new AcDbTextStyleTableRecord;
         rec->setName(name.c_str());
         rec->setFileName(valueOf(g_, i + 1, next, 3).c_str());
         rec->setTextSize(num(acrxToUtf8(valueOf(g_, i + 1, next, 40))));
-        addRecord(&AcDbDatabase::getTextStyleTable, rec);
+        addRecord(&AcDbDatabase::getTextStyleTable, rec, handleIn(i + 1, next));
       } else if (type == "APPID" && !name.empty()) {
         auto* rec = new AcDbRegAppTableRecord;
         rec->setName(name.c_str());
-        addRecord(&AcDbDatabase::getRegAppTable, rec);
+        addRecord(&AcDbDatabase::getRegAppTable, rec, handleIn(i + 1, next));
       }
       i = next;
     }
@@ -712,7 +739,7 @@ class DxfReader {
         default: break;
       }
     }
-    addRecord(&AcDbDatabase::getLayerTable, rec);
+    addRecord(&AcDbDatabase::getLayerTable, rec, handleIn(from, to));
   }
 
   // Block definitions other than the layouts, with their entities.
@@ -733,7 +760,7 @@ class DxfReader {
         if (id.isNull()) {
           auto* btr = new AcDbBlockTableRecord;
           btr->setName(name.c_str());
-          if (bt->add(id, btr) == Acad::eOk) btr->close();
+          if (withHandle(handleIn(i + 1, next, 330), [&] { return bt->add(id, btr); }) == Acad::eOk) btr->close();
           else delete btr, id = AcDbObjectId();
         }
         bt->close();
@@ -750,7 +777,7 @@ class DxfReader {
       AcDbEntity* e = g_[i].value == "ACAD_PROXY_ENTITY" ? proxyEntity(i + 1, next)
                                                          : made(acrxFromUtf8(g_[i].value), i + 1, next);
       if (auto* insert = AcDbBlockReference::cast(e)) next = attributes(*insert, next, end);
-      if (e != nullptr) append(e, blockId);
+      if (e != nullptr) append(e, blockId, handleIn(i + 1, next));
       else if (g_[i].value != "SEQEND") ++skipped_;  // a sequence end without its insert is no loss
       i = next;
     }
@@ -787,14 +814,14 @@ class DxfReader {
     return e;
   }
 
-  void append(AcDbEntity* e, AcDbObjectId blockId) {
+  void append(AcDbEntity* e, AcDbObjectId blockId, Adesk::UInt64 handle) {
     AcDbBlockTableRecord* btr = nullptr;
     if (acdbOpenObject(btr, blockId, AcDb::kForWrite) != Acad::eOk) {
       delete e;
       ++skipped_;
       return;
     }
-    if (btr->appendAcDbEntity(e) == Acad::eOk) e->close();
+    if (withHandle(handle, [&] { return btr->appendAcDbEntity(e); }) == Acad::eOk) e->close();
     else delete e, ++skipped_;
     btr->close();
   }

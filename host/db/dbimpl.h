@@ -59,6 +59,10 @@ struct AcDbDatabase::Impl {
   AcDbStub* stubFor(Adesk::UInt64 handle, bool create);
   // Adds an object: it gets a slot and its owner; it stays open for write.
   AcDbObjectId add(AcDbObject* obj, AcDbObjectId owner);
+  // The handle the next add should give, when no object has it: DXF import keeps a file's
+  // handles where it can, so that references held by handle (in proxies' data, in extended
+  // data) still find their objects. Used by one add, then forgotten.
+  Adesk::UInt64 preferredHandle = 0;
   void buildDefaults();
   void initSysVars();
   // Keeps the model space index in step: queue, and apply the queue before a query.

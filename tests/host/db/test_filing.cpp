@@ -51,17 +51,19 @@ class TestMarker : public AcDbEntity {
 };
 ACRX_DXF_DEFINE_MEMBERS(TestMarker, AcDbEntity, 1, 1, 1, TESTMARKER, "Test|Marker")
 
-// A custom object that is not an entity, versioned the same way.
+// A custom object that is not an entity, versioned the same way, that refers to an entity.
 class TestNote : public AcDbObject {
  public:
   ACRX_DECLARE_MEMBERS(TestNote);
   static inline int version = 2;
   std::wstring text;
+  AcDbObjectId about;
   Acad::ErrorStatus dwgOutFields(AcDbDwgFiler* filer) const override {
     Acad::ErrorStatus es = AcDbObject::dwgOutFields(filer);
     if (es != Acad::eOk) return es;
     filer->writeInt32(version);
     filer->writeString(text);
+    filer->writeHardPointerId(about);
     return filer->filerStatus();
   }
   Acad::ErrorStatus dwgInFields(AcDbDwgFiler* filer) override {
@@ -71,6 +73,9 @@ class TestNote : public AcDbObject {
     filer->readInt32(&v);
     if (v > version) return Acad::eMakeMeProxy;
     filer->readString(text);
+    AcDbHardPointerId id;
+    filer->readHardPointerId(&id);
+    about = id;
     return filer->filerStatus();
   }
 };
@@ -421,18 +426,29 @@ std::vector<AcDbObjectId> objectsOf(AcDbDatabase& db) {
 }
 
 // An object whose class is not loaded goes through DXF as the platform's ACAD_PROXY_OBJECT and
-// comes back with its class and data, so that the class reads it again once it is here.
+// comes back with its class and data, so that the class reads it again once it is here. What it
+// refers to inside that data still answers, as a drawing's handles survive its DXF.
 TEST(DbDxf, ProxyObjectsTravelThroughDxf) {
   auto path = tempFile("note.dwg"), dxf = tempFile("note.dxf"), again = tempFile("note2.dwg");
   TestNote::version = 3;
+  Adesk::UInt64 lineHandle = 0;
   {
     AcDbDatabase db;
+    // An entity erased before the drawing is saved leaves its handle unused.
+    {
+      const AcDbObjectId erased = append(db, new AcDbLine(AcGePoint3d(0, 0, 0), AcGePoint3d(9, 9, 0)));
+      AcDbObjectPointer<AcDbLine> gone(erased, AcDb::kForWrite);
+      ASSERT_EQ(gone->erase(), Acad::eOk);
+    }
+    append(db, new AcDbLine(AcGePoint3d(0, 0, 0), AcGePoint3d(5, 5, 0)));
+    const AcDbObjectId line = append(db, new AcDbLine(AcGePoint3d(0, 0, 0), AcGePoint3d(1, 1, 0)));
+    lineHandle = line.handle().value();
     auto* note = new TestNote;
     note->text = L"kept";
+    note->about = line;
     AcDbObjectId id;
     ASSERT_EQ(db.addAcDbObject(id, note), Acad::eOk);
     note->close();
-    append(db, new AcDbLine(AcGePoint3d(0, 0, 0), AcGePoint3d(1, 1, 0)));
     ASSERT_EQ(db.saveAs(acrxFromUtf8(path.string()).c_str()), Acad::eOk);
   }
   TestNote::version = 2;
@@ -464,7 +480,9 @@ TEST(DbDxf, ProxyObjectsTravelThroughDxf) {
     EXPECT_STREQ(proxy->originalDxfName(), L"TESTNOTE");
     EXPECT_EQ(proxy->data(), data) << "the class's data, byte for byte";
   }
-  EXPECT_EQ(objectsOf<AcDbLine>(back).size(), 1u) << "beside the drawing's entities";
+  std::vector<AcDbObjectId> lines = objectsOf<AcDbLine>(back);
+  ASSERT_EQ(lines.size(), 2u) << "beside the drawing's entities";
+  EXPECT_EQ(lines[1].handle().value(), lineHandle) << "the file's handles are kept";
   ASSERT_EQ(back.saveAs(acrxFromUtf8(again.string()).c_str()), Acad::eOk);
   // With its class here again, the object is what it was before it became a proxy.
   TestNote::version = 3;
@@ -475,6 +493,9 @@ TEST(DbDxf, ProxyObjectsTravelThroughDxf) {
   ASSERT_EQ(notes.size(), 1u);
   AcDbObjectPointer<TestNote> note(notes[0], AcDb::kForRead);
   EXPECT_EQ(note->text, L"kept");
+  AcDbObjectPointer<AcDbLine> line(note->about, AcDb::kForRead);
+  ASSERT_EQ(line.openStatus(), Acad::eOk) << "the entity it refers to";
+  EXPECT_TRUE(line->endPoint().isEqualTo(AcGePoint3d(1, 1, 0)));
 }
 
 // Proxy data that is not hexadecimal is refused, not read as something else; the rest of the
