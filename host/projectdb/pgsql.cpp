@@ -418,9 +418,13 @@ class ServerDatabase final : public Engine {
     return S_OK;
   }
 
-  // SQLite's INSERT OR IGNORE and INSERT OR REPLACE as the server writes them: ON CONFLICT DO
-  // NOTHING, and an update of the listed columns of the row holding the same primary key. False
-  // with the error recorded when a table's key cannot be read.
+  // SQLite's INSERT OR IGNORE and INSERT OR REPLACE as the server writes them. IGNORE is ON
+  // CONFLICT DO NOTHING. REPLACE keeps SQLite's meaning, which no ON CONFLICT clause has: every row
+  // that meets the new row on any unique key goes, then the new row is inserted whole, unlisted
+  // columns taking their defaults. The new rows are read once (the delete could change what a
+  // SELECT reads), and the insert waits for the delete through its count. A unique key whose
+  // columns the statement does not all list is left out: its columns take their defaults, and a
+  // default key is a new one. False with the error recorded when a table's keys cannot be read.
   bool RewriteUpserts(std::string& sql) {
     static const std::regex pattern(R"(\bINSERT\s+OR\s+(REPLACE|IGNORE)\s+INTO\s+("[^"]+"|\w+)\s*\(([^)]*)\))",
                                     std::regex::icase);
@@ -428,49 +432,55 @@ class ServerDatabase final : public Engine {
     std::smatch m;
     while (from < sql.size() && std::regex_search(sql.cbegin() + static_cast<std::ptrdiff_t>(from), sql.cend(), m, pattern)) {
       std::size_t start = from + static_cast<std::size_t>(m.position(0));
-      bool replace = EqualsNoCase(m[1].str(), "replace");
-      std::string table = m[2].str(), columns = m[3].str();
-      std::string conflict = " ON CONFLICT DO NOTHING";
-      if (replace) {
-        Params p;
-        p.Add(Cell{SQLITE_TEXT, 0, 0, table.front() == '"' ? table : LowerAscii(table)});
-        // SQLite replaces the row that any unique key of the new row meets; the server needs the
-        // one key to test named, so the first unique key whose columns the statement lists stands
-        // for it (the primary key when it is listed).
-        std::vector<CellRow> keys;
-        if (!Query("SELECT x.indexrelid::text, a.attname::text FROM pg_index x JOIN pg_attribute a ON a.attrelid = "
-                   "x.indrelid AND a.attnum = ANY(x.indkey) WHERE x.indrelid = to_regclass($1) AND x.indisunique "
-                   "ORDER BY x.indisprimary DESC, x.indexrelid, a.attnum",
-                   p, keys))
-          return false;
-        std::vector<std::string> listed;
-        std::istringstream list(columns);
-        std::string column, sets;
-        while (std::getline(list, column, ',')) {
-          column.erase(0, column.find_first_not_of(" \t"));
-          column.erase(column.find_last_not_of(" \t") + 1);
-          listed.push_back(LowerAscii(column.size() > 1 && column.front() == '"' ? column.substr(1, column.size() - 2) : column));
-          sets += (sets.empty() ? "" : ", ") + column + " = EXCLUDED." + column;
-        }
-        std::string target;
-        for (std::size_t i = 0; i < keys.size() && target.empty();) {
-          std::size_t j = i;
-          bool covered = true;
-          std::string candidate;
-          for (; j < keys.size() && keys[j][0].text == keys[i][0].text; ++j) {
-            covered = covered && std::find(listed.begin(), listed.end(), LowerAscii(keys[j][1].text)) != listed.end();
-            candidate += (candidate.empty() ? "" : ", ") + quoted(keys[j][1].text);
-          }
-          if (covered) target = candidate;
-          i = j;
-        }
-        if (!target.empty() && !sets.empty()) conflict = " ON CONFLICT (" + target + ") DO UPDATE SET " + sets;
-      }
+      std::size_t sourceAt = start + static_cast<std::size_t>(m.length(0));
       std::size_t end = statementEnd(sql, start);
+      std::string table = m[2].str(), columns = m[3].str(), source = sql.substr(sourceAt, end - sourceAt);
       std::string head = "INSERT INTO " + table + " (" + columns + ")";
-      sql = sql.substr(0, start) + head + sql.substr(start + static_cast<std::size_t>(m.length(0)), end - start - static_cast<std::size_t>(m.length(0))) +
-            conflict + sql.substr(end);
-      from = statementEnd(sql, start) + 1;
+      std::string rewritten = head + source + " ON CONFLICT DO NOTHING";
+      if (EqualsNoCase(m[1].str(), "replace")) {
+        std::string meets;
+        if (!UniqueKeysMet(table, columns, meets)) return false;
+        rewritten = meets.empty() ? head + source
+                                  : "WITH kv_new (" + columns + ") AS MATERIALIZED (" + source + "), kv_gone AS (DELETE FROM " +
+                                        table + " AS kv_old USING kv_new WHERE " + meets + " RETURNING 1) " + head +
+                                        " SELECT * FROM kv_new WHERE (SELECT count(*) FROM kv_gone) >= 0";
+      }
+      sql = sql.substr(0, start) + rewritten + sql.substr(end);
+      from = start + rewritten.size() + 1;
+    }
+    return true;
+  }
+
+  // The condition under which a row kv_old meets a new row kv_new on a unique key of table whose
+  // columns are all in the list columns; empty when no key is.
+  bool UniqueKeysMet(const std::string& table, const std::string& columns, std::string& meets) {
+    Params p;
+    p.Add(Cell{SQLITE_TEXT, 0, 0, table.front() == '"' ? table : LowerAscii(table)});
+    std::vector<CellRow> keys;
+    if (!Query("SELECT x.indexrelid::text, a.attname::text FROM pg_index x JOIN pg_attribute a ON a.attrelid = "
+               "x.indrelid AND a.attnum = ANY(x.indkey) WHERE x.indrelid = to_regclass($1) AND x.indisunique "
+               "ORDER BY x.indexrelid, a.attnum",
+               p, keys))
+      return false;
+    std::vector<std::string> listed;
+    std::istringstream list(columns);
+    std::string column;
+    while (std::getline(list, column, ',')) {
+      column.erase(0, column.find_first_not_of(" \t"));
+      column.erase(column.find_last_not_of(" \t") + 1);
+      listed.push_back(LowerAscii(column.size() > 1 && column.front() == '"' ? column.substr(1, column.size() - 2) : column));
+    }
+    for (std::size_t i = 0; i < keys.size();) {
+      std::size_t j = i;
+      bool covered = true;
+      std::string key;
+      for (; j < keys.size() && keys[j][0].text == keys[i][0].text; ++j) {
+        const std::string& name = keys[j][1].text;
+        covered = covered && std::find(listed.begin(), listed.end(), LowerAscii(name)) != listed.end();
+        key += (key.empty() ? "" : " AND ") + ("kv_old." + quoted(name) + " = kv_new." + quoted(name));
+      }
+      if (covered) meets += (meets.empty() ? "(" : " OR (") + key + ")";
+      i = j;
     }
     return true;
   }

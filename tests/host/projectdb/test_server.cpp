@@ -76,12 +76,6 @@ TEST_F(Server, InsertOrReplaceAndOrIgnoreKeepSqlitesMeaning) {
   ASSERT_EQ(trees.size(), 2u);
   EXPECT_EQ(std::wstring(trees[0].bstrVal), L"c");
   EXPECT_EQ(std::wstring(trees[1].bstrVal), L"z");
-  // On a table with a whole-number key, the key decides which row is replaced.
-  ASSERT_TRUE(Execute(L"INSERT OR REPLACE INTO tblMonth (ixMonth, iMonth, sName) VALUES (1, 0, 'Jan')"));
-  std::vector<_variant_t> name = Query(L"SELECT sName FROM tblMonth WHERE ixMonth = 1");
-  ASSERT_EQ(name.size(), 1u);
-  EXPECT_EQ(std::wstring(name[0].bstrVal), L"Jan");
-  EXPECT_EQ(Query(L"SELECT count(*) FROM tblMonth").front().lVal, 12);
 }
 
 TEST_F(Server, ACutConnectionFailsOneCallAndIsMadeAgainByTheNext) {
