@@ -860,6 +860,44 @@ bool CreateServerProject(const std::string& path, ProjectDbError* code, std::str
   return true;
 }
 
+bool DropServerProject(const std::string& path, std::string* schema, std::string* error) {
+  std::string conninfo;
+  if (!readLink(path, conninfo)) {
+    *error = "'" + path + "' is no link to a server project.";
+    return false;
+  }
+  std::string detail;
+  Conn conn = connect(conninfo, &detail);
+  if (!conn) {
+    *error = "Cannot reach the database server: " + detail;
+    return false;
+  }
+  Result named(PQexec(conn.get(), "SELECT current_schema()"));
+  if (!named || PQresultStatus(named.get()) != PGRES_TUPLES_OK || PQntuples(named.get()) != 1 ||
+      PQgetisnull(named.get(), 0, 0)) {
+    *error = "The link names no schema on the server.";
+    return false;
+  }
+  std::string name = PQgetvalue(named.get(), 0, 0);
+  // A link written by hand may name a schema that holds more than one project's tables, or none
+  // of ours: only a schema made for one project is dropped.
+  if (name.rfind("kvp_", 0) != 0) {
+    *error = "The schema " + name + " was not made for one project, so it is left for the server's administrator.";
+    return false;
+  }
+  *schema = name;
+  // A designer still working in the project holds its tables; the drop waits for them as a write
+  // would, then gives up rather than hang.
+  char* escaped = PQescapeIdentifier(conn.get(), name.c_str(), name.size());
+  if (!escaped) {
+    *error = PQerrorMessage(conn.get());
+    return false;
+  }
+  std::string sql = "SET lock_timeout = " + std::to_string(lockPatienceMs()) + "; DROP SCHEMA " + escaped + " CASCADE";
+  PQfreemem(escaped);
+  return run(conn.get(), sql, error);
+}
+
 bool ResyncServerKeys(ProjectDatabase& server) {
   VARIANT_BOOL ok = VARIANT_FALSE;
   server.Execute(_bstr_t(Utf8ToWide(kResyncKeys)), &ok);
