@@ -65,6 +65,8 @@ struct TableInfo {
   std::vector<IndexInfo> indices;
   std::unordered_map<std::string, int> columnByLowerName;
   mutable sqlite3_stmt* byRowid = nullptr;
+  // The server's select list, made once: the key where a file's rowid stands, then every column.
+  std::string serverColumns;
 
   const IndexInfo* FindIndex(std::string_view name) const;
   int FindColumn(std::string_view name) const;  // case-insensitive, -1 if none

@@ -628,12 +628,7 @@ class ServerDatabase final : public Engine {
 
   static std::string KeyName(const TableInfo& t) { return quoted(t.columns[static_cast<std::size_t>(t.keyColumn)]); }
 
-  // The key first, standing where the file back end's rowid stands, then every column.
-  static std::string ColumnList(const TableInfo& t) {
-    std::string list = KeyName(t);
-    for (const std::string& c : t.columns) list += ", " + quoted(c);
-    return list;
-  }
+  static const std::string& ColumnList(const TableInfo& t) { return t.serverColumns; }
   static std::string SelectFrom(const TableInfo& t) { return "SELECT " + ColumnList(t) + " FROM " + quoted(t.name); }
 
   const TableInfo* LoadTable(std::string_view name) override {
@@ -706,6 +701,9 @@ class ServerDatabase final : public Engine {
       info->indices.back().columns.push_back(info->FindColumn(part[1].text));
     }
     for (IndexInfo& ix : info->indices) ix.wideName = Utf8ToWide(ix.name);
+    // Every statement on the table names its columns; the list is long, so it is made once.
+    info->serverColumns = KeyName(*info);
+    for (const std::string& c : info->columns) info->serverColumns += ", " + quoted(c);
     return tables_.emplace(key, std::move(info)).first->second.get();
   }
 
