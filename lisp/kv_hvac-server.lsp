@@ -7,6 +7,9 @@
   (foreach f figures
     (princ (strcat "\n  " (car f) ": " (itoa (cadr f)) " rows, checksum " (caddr f)))))
 
+;; Whether PATH is a link to a server project.
+(defun kv_hvac-server-linkp (path) (= (strcase (vl-filename-extension path)) ".KVLINK"))
+
 ;; Drops the server schema behind LINK; T, or nil with what is left on the server printed.
 (defun kv_hvac-server-drop (link / dropped)
   (setq dropped (vl-catch-all-apply 'kvdb-drop (list link)))
@@ -22,7 +25,7 @@
   (setq figures (vl-catch-all-apply 'kvdb-copy (list from to)))
   (cond
     ((vl-catch-all-error-p figures)
-     (if (= (strcase (vl-filename-extension to)) ".KVLINK") (kv_hvac-server-drop to))
+     (if (kv_hvac-server-linkp to) (kv_hvac-server-drop to))
      (kvdb-retire to)
      (vl-file-delete (strcat to ".moved"))
      (princ (strcat "\nThe project was not moved: " (vl-catch-all-error-message figures)))
@@ -30,12 +33,9 @@
     (T
      (princ (strcat "\nThe project moved to " to ", every table compared:"))
      (kv_hvac-server-report figures)
-     (if (and (= (strcase (vl-filename-extension from)) ".KVLINK") (kv_hvac-server-drop from))
-       (princ "\nThe server's copy is dropped.")
-     )
+     (if (and (kv_hvac-server-linkp from) (kv_hvac-server-drop from)) (princ "\nThe server's copy is dropped."))
      (kvdb-retire from)
-     (princ (strcat "\nThe old " (if (= (strcase (vl-filename-extension from)) ".KVLINK") "link" "database")
-                    " is kept as " from ".moved"))
+     (princ (strcat "\nThe old " (if (kv_hvac-server-linkp from) "link" "database") " is kept as " from ".moved"))
      figures)))
 
 ;; The one project database of FOLDER when its name ends in EXTENSION (".KV" or ".KVLINK"), else nil

@@ -209,7 +209,8 @@ TEST_F(Server, AProjectMovedToTheServerAndBackIsIdenticalTableByTable) {
   env.load("lisp/kv_hvac-server.lsp");
   auto eval = [&](const std::string& source) { return env.evalString(source).print(); };
   std::string folder = "\"" + folder_.string() + "\"";
-  std::string file = folder_.string() + "/office_kv_hvac.kv";
+  // A name of its own, so that the schemas made for it can be told from other tests' on the server.
+  std::string file = folder_.string() + "/moving_kv_hvac.kv";
   ASSERT_EQ(eval("(kvdb-create \"" + file + "\")"), "T");
   for (const char* sql :
        {R"(INSERT INTO tblDuct (WIDTH, FIT1, bDeleted, DISTANCE1, OFFSET) VALUES (12.5, 'it''s \"x\" [a]', -1, 1, NULL))",
@@ -220,6 +221,23 @@ TEST_F(Server, AProjectMovedToTheServerAndBackIsIdenticalTableByTable) {
         R"(INSERT INTO tblKvTree (sName, sTree) VALUES ('floor', '((1 \"A\"))'))"})
     ASSERT_EQ(eval("(kvdb-execute \"" + file + "\" \"" + sql + "\")"), "T") << sql;
   std::string before = eval("(kvdb-checksum \"" + file + "\")");
+
+  // A table the server cannot take (a column named like one of its own) stops the move; the
+  // schema made for it goes again and the file stays the project.
+  auto projectSchemas = [] {
+    PGconn* admin = PQconnectdb(std::getenv("KV_PROJECTDB_SERVER"));
+    PGresult* r = PQexec(admin, "SELECT count(*) FROM pg_namespace WHERE nspname LIKE 'kvp\\_moving\\_kv\\_hvac\\_%'");
+    std::string count = PQresultStatus(r) == PGRES_TUPLES_OK ? PQgetvalue(r, 0, 0) : "?";
+    PQclear(r);
+    PQfinish(admin);
+    return count;
+  };
+  std::string schemas = projectSchemas();
+  ASSERT_EQ(eval("(kvdb-execute \"" + file + "\" \"CREATE TABLE tblOdd (ix INTEGER PRIMARY KEY, ctid TEXT)\")"), "T");
+  EXPECT_EQ(eval("(kv_hvac-server-toServer " + folder + " nil)"), "nil");
+  EXPECT_EQ(projectSchemas(), schemas);
+  EXPECT_EQ(eval("(kvdb-find " + folder + " \"kv_hvac\")"), "\"" + file + "\"");
+  ASSERT_EQ(eval("(kvdb-execute \"" + file + "\" \"DROP TABLE tblOdd\")"), "T");
 
   std::string moved = eval("(kv_hvac-server-toServer " + folder + " nil)");
   EXPECT_EQ(moved, before);
