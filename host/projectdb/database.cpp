@@ -355,20 +355,6 @@ HRESULT ProjectDatabaseImpl::OpenView(BSTR path, VARIANT_BOOL* readOnly, VARIANT
   return S_OK;
 }
 
-HRESULT ProjectDatabaseImpl::IsOpen(VARIANT_BOOL* open) {
-  if (!open) return E_POINTER;
-  SetFlag(open, db_ != nullptr);
-  return S_OK;
-}
-
-HRESULT ProjectDatabaseImpl::Close(VARIANT_BOOL* done) {
-  if (!done) return E_POINTER;
-  ClearError();
-  CloseFile();
-  SetFlag(done, true);
-  return S_OK;
-}
-
 // ---- Tables -------------------------------------------------------------------------------------------
 
 const TableInfo* ProjectDatabaseImpl::LoadTable(std::string_view name) {
@@ -441,20 +427,8 @@ bool ProjectDatabaseImpl::ReadIndices(TableInfo& info) {
 
 // ---- Project files ------------------------------------------------------------------------------------
 
-HRESULT ProjectDatabaseImpl::CreateProject(BSTR path, VARIANT_BOOL* ok) {
-  if (!ok) return E_POINTER;
-  SetFlag(ok, false);
-  ClearError();
-  CloseFile();
-  std::string file = BstrToUtf8(path);
-  ProjectDbError code = ProjectDbError::None;
-  std::string error;
-  if (!CreateProjectFile(file, &code, &error)) {
-    SetError(code, error);
-    return S_OK;
-  }
-  SetFlag(ok, OpenFile(file, false) == OpenOutcome::Open);
-  return S_OK;
+bool ProjectDatabaseImpl::MakeProject(const std::string& path, ProjectDbError* code, std::string* error) {
+  return CreateProjectFile(path, code, error);
 }
 
 HRESULT ProjectDatabaseImpl::Repair(BSTR path, LONG* rowsSaved, VARIANT_BOOL* ok) {

@@ -202,6 +202,36 @@ HRESULT Engine::SetTable(BSTR table, BSTR index, VARIANT_BOOL* ok) {
   return S_OK;
 }
 
+HRESULT Engine::IsOpen(VARIANT_BOOL* open) {
+  if (!open) return E_POINTER;
+  SetFlag(open, Connected());
+  return S_OK;
+}
+
+HRESULT Engine::Close(VARIANT_BOOL* done) {
+  if (!done) return E_POINTER;
+  ClearError();
+  Disconnect();
+  SetFlag(done, true);
+  return S_OK;
+}
+
+HRESULT Engine::CreateProject(BSTR path, VARIANT_BOOL* ok) {
+  if (!ok) return E_POINTER;
+  SetFlag(ok, false);
+  ClearError();
+  Disconnect();
+  std::string target = BstrToUtf8(path);
+  ProjectDbError code = ProjectDbError::None;
+  std::string error;
+  if (!MakeProject(target, &code, &error)) {
+    SetError(code, error);
+    return S_OK;
+  }
+  SetFlag(ok, OpenForWriting(target));
+  return S_OK;
+}
+
 HRESULT Engine::CloseTables(VARIANT_BOOL* done) {
   if (!done) return E_POINTER;
   ClearError();

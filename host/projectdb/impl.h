@@ -141,6 +141,9 @@ class Engine : public ComObject<Backend> {
   HRESULT IsEof(VARIANT_BOOL* eof) override;
   HRESULT IsBof(VARIANT_BOOL* bof) override;
   HRESULT CloseTables(VARIANT_BOOL* done) override;
+  HRESULT IsOpen(VARIANT_BOOL* open) override;
+  HRESULT Close(VARIANT_BOOL* done) override;
+  HRESULT CreateProject(BSTR path, VARIANT_BOOL* ok) override;
   HRESULT HasError(VARIANT_BOOL* hasError) override;
   HRESULT GetLastError(LONG* code, BSTR* text) override;
   std::pair<LONG, std::string> LastErrorUtf8() const override { return {errorCode_, errorText_}; }
@@ -153,6 +156,12 @@ class Engine : public ComObject<Backend> {
   static constexpr std::size_t kMaxBatch = 256;
 
   virtual bool Connected() const = 0;
+  // Closes what is open; the cursors go with it.
+  virtual void Disconnect() = 0;
+  // A new project at path, with its schema and starting rows; false with *code and *error filled.
+  virtual bool MakeProject(const std::string& path, ProjectDbError* code, std::string* error) = 0;
+  // Opens a project for writing; false with the error recorded.
+  virtual bool OpenForWriting(const std::string& path) = 0;
   // The table's description, read once per connection; null with the error recorded.
   virtual const TableInfo* LoadTable(std::string_view name) = 0;
   virtual bool TableIsEmpty(const TableInfo& table) = 0;
@@ -209,15 +218,12 @@ class ProjectDatabaseImpl final : public Engine {
 
   HRESULT QueryInterface(REFIID iid, void** out) override;
   HRESULT Open(BSTR path, short reserved1, short reserved2, BSTR* result) override;
-  HRESULT IsOpen(VARIANT_BOOL* open) override;
   HRESULT AddRecord(SAFEARRAY* row, LONG flags, SAFEARRAY** outRow, VARIANT_BOOL* ok) override;
-  HRESULT Close(VARIANT_BOOL* done) override;
   HRESULT DeleteRecord(VARIANT_BOOL* done) override;
   HRESULT UpdateRecord(SAFEARRAY* row, SAFEARRAY** outRow, VARIANT_BOOL* ok) override;
   HRESULT QueryRow(BSTR sql, SAFEARRAY** values, VARIANT_BOOL* found) override;
   HRESULT Execute(BSTR sql, VARIANT_BOOL* ok) override;
   HRESULT OpenView(BSTR path, VARIANT_BOOL* readOnly, VARIANT_BOOL* ok) override;
-  HRESULT CreateProject(BSTR path, VARIANT_BOOL* ok) override;
   HRESULT Repair(BSTR path, LONG* rowsSaved, VARIANT_BOOL* ok) override;
 
   bool QueryColumns(const std::string& sql, const std::vector<std::string>& columns,
@@ -225,6 +231,9 @@ class ProjectDatabaseImpl final : public Engine {
 
  protected:
   bool Connected() const override { return db_ != nullptr; }
+  void Disconnect() override { CloseFile(); }
+  bool MakeProject(const std::string& path, ProjectDbError* code, std::string* error) override;
+  bool OpenForWriting(const std::string& path) override { return OpenFile(path, false) == OpenOutcome::Open; }
   const TableInfo* LoadTable(std::string_view name) override;
   bool TableIsEmpty(const TableInfo& table) override;
   bool FetchBatch(Cursor& c, std::vector<CellRow>& batch) override;

@@ -295,20 +295,6 @@ class ServerDatabase final : public Engine {
     return S_OK;
   }
 
-  HRESULT IsOpen(VARIANT_BOOL* open) override {
-    if (!open) return E_POINTER;
-    SetFlag(open, conn_ != nullptr);
-    return S_OK;
-  }
-
-  HRESULT Close(VARIANT_BOOL* done) override {
-    if (!done) return E_POINTER;
-    ClearError();
-    CloseServer();
-    SetFlag(done, true);
-    return S_OK;
-  }
-
   HRESULT AddRecord(SAFEARRAY* row, LONG, SAFEARRAY** outRow, VARIANT_BOOL* ok) override {
     return WriteRow(row, outRow, ok, true);
   }
@@ -485,22 +471,6 @@ class ServerDatabase final : public Engine {
     return true;
   }
 
-  HRESULT CreateProject(BSTR path, VARIANT_BOOL* ok) override {
-    if (!ok) return E_POINTER;
-    SetFlag(ok, false);
-    ClearError();
-    CloseServer();
-    std::string link = BstrToUtf8(path);
-    ProjectDbError code = ProjectDbError::None;
-    std::string error;
-    if (!CreateServerProject(link, &code, &error)) {
-      SetError(code, error);
-      return S_OK;
-    }
-    SetFlag(ok, OpenLink(link, false));
-    return S_OK;
-  }
-
   HRESULT Repair(BSTR path, LONG* rowsSaved, VARIANT_BOOL* ok) override {
     if (!rowsSaved || !ok) return E_POINTER;
     *rowsSaved = 0;
@@ -516,6 +486,11 @@ class ServerDatabase final : public Engine {
 
  protected:
   bool Connected() const override { return conn_ != nullptr; }
+  void Disconnect() override { CloseServer(); }
+  bool MakeProject(const std::string& path, ProjectDbError* code, std::string* error) override {
+    return CreateServerProject(path, code, error);
+  }
+  bool OpenForWriting(const std::string& path) override { return OpenLink(path, false); }
 
  private:
   // The engine's error classes under the codes callers test for; false always.
