@@ -1,5 +1,6 @@
-// ProjectDatabase: opening and closing a project file, errors, table descriptions, and the whole
-// file's operations (create, repair). Rows and SQL live in rows.cpp, walking and seeking in cursor.cpp.
+// ProjectDatabase: opening and closing a project file, its errors, table descriptions, and the
+// whole file's operations (create, repair). Rows and SQL live in rows.cpp, walking and seeking in
+// cursor.cpp, and what the file and server engines share in engine.cpp.
 #include <sys/stat.h>
 #include <unistd.h>
 

@@ -1,7 +1,5 @@
-// ProjectDatabase: rows between SQLite and name/value arrays, the writes on the current row, and
-// SQL statements and queries.
-#include <algorithm>
-
+// ProjectDatabase on a file: reading a row by its key, the writes on the current row, and SQL
+// statements and queries (the rows callers receive are made in engine.cpp, for both engines).
 #include "impl.h"
 
 namespace kvprojectdb {
