@@ -404,13 +404,9 @@ class ServerDatabase final : public Engine {
     return S_OK;
   }
 
-  // SQLite's INSERT OR IGNORE and INSERT OR REPLACE as the server writes them. IGNORE is ON
-  // CONFLICT DO NOTHING. REPLACE keeps SQLite's meaning, which no ON CONFLICT clause has: every row
-  // that meets the new row on any unique key goes, then the new row is inserted whole, unlisted
-  // columns taking their defaults. The new rows are read once (the delete could change what a
-  // SELECT reads), and the insert waits for the delete through its count. A unique key whose
-  // columns the statement does not all list is left out: its columns take their defaults, and a
-  // default key is a new one. False with the error recorded when a table's keys cannot be read.
+  // SQLite's INSERT OR IGNORE and INSERT OR REPLACE as the server writes them: IGNORE is ON
+  // CONFLICT DO NOTHING; REPLACE is ReplaceInto's. False with the error recorded when a table's
+  // columns or keys cannot be read.
   bool RewriteUpserts(std::string& sql) {
     static const std::regex pattern(R"(\bINSERT\s+OR\s+(REPLACE|IGNORE)\s+INTO\s+("[^"]+"|\w+)\s*\(([^)]*)\))",
                                     std::regex::icase);
@@ -421,41 +417,48 @@ class ServerDatabase final : public Engine {
       std::size_t sourceAt = start + static_cast<std::size_t>(m.length(0));
       std::size_t end = statementEnd(sql, start);
       std::string table = m[2].str(), columns = m[3].str(), source = sql.substr(sourceAt, end - sourceAt);
-      std::string head = "INSERT INTO " + table + " (" + columns + ")";
-      std::string rewritten = head + source + " ON CONFLICT DO NOTHING";
-      if (EqualsNoCase(m[1].str(), "replace")) {
-        std::string meets;
-        if (!UniqueKeysMet(table, columns, meets)) return false;
-        rewritten = meets.empty() ? head + source
-                                  : "WITH kv_new (" + columns + ") AS MATERIALIZED (" + source + "), kv_gone AS (DELETE FROM " +
-                                        table + " AS kv_old USING kv_new WHERE " + meets + " RETURNING 1) " + head +
-                                        " SELECT * FROM kv_new WHERE (SELECT count(*) FROM kv_gone) >= 0";
-      }
+      std::string rewritten = "INSERT INTO " + table + " (" + columns + ")" + source + " ON CONFLICT DO NOTHING";
+      if (EqualsNoCase(m[1].str(), "replace") && !ReplaceInto(table, columns, source, rewritten)) return false;
       sql = sql.substr(0, start) + rewritten + sql.substr(end);
       from = start + rewritten.size() + 1;
     }
     return true;
   }
 
-  // The condition under which a row kv_old meets a new row kv_new on a unique key of table whose
-  // columns are all in the list columns; empty when no key is.
-  bool UniqueKeysMet(const std::string& table, const std::string& columns, std::string& meets) {
+  // INSERT OR REPLACE INTO table (columns) source, with SQLite's meaning, which no ON CONFLICT
+  // clause has: every row that meets a new one on any unique key goes, then the new rows are
+  // inserted whole, unlisted columns taking their defaults. The new rows are read once, given
+  // their columns' types as a plain insert would (a quoted number into a number column), before
+  // the delete could change what a SELECT among them reads; the insert waits for the delete
+  // through its count. A unique key whose columns are not all listed is left out: they take their
+  // defaults, and a default key is a new one.
+  bool ReplaceInto(const std::string& table, const std::string& columns, const std::string& source, std::string& out) {
     Params p;
     p.Add(Cell{SQLITE_TEXT, 0, 0, table.front() == '"' ? table : LowerAscii(table)});
-    std::vector<CellRow> keys;
-    if (!Query("SELECT x.indexrelid::text, a.attname::text FROM pg_index x JOIN pg_attribute a ON a.attrelid = "
+    std::vector<CellRow> types, keys;
+    if (!Query("SELECT a.attname::text, format_type(a.atttypid, a.atttypmod) FROM pg_attribute a WHERE a.attrelid = "
+               "to_regclass($1) AND a.attnum > 0 AND NOT a.attisdropped",
+               p, types) ||
+        !Query("SELECT x.indexrelid::text, a.attname::text FROM pg_index x JOIN pg_attribute a ON a.attrelid = "
                "x.indrelid AND a.attnum = ANY(x.indkey) WHERE x.indrelid = to_regclass($1) AND x.indisunique "
                "ORDER BY x.indexrelid, a.attnum",
                p, keys))
       return false;
     std::vector<std::string> listed;
+    std::string given, typed;
     std::istringstream list(columns);
     std::string column;
     while (std::getline(list, column, ',')) {
       column.erase(0, column.find_first_not_of(" \t"));
       column.erase(column.find_last_not_of(" \t") + 1);
       listed.push_back(LowerAscii(column.size() > 1 && column.front() == '"' ? column.substr(1, column.size() - 2) : column));
+      std::string name = quoted(listed.back()), cast;
+      for (const CellRow& t : types)
+        if (t[0].text == listed.back()) cast = "::" + t[1].text;
+      given += (given.empty() ? "" : ", ") + name;
+      typed += std::string(typed.empty() ? "" : ", ") + "kv_given." + name + cast + " AS " + name;
     }
+    std::string meets;
     for (std::size_t i = 0; i < keys.size();) {
       std::size_t j = i;
       bool covered = true;
@@ -468,6 +471,13 @@ class ServerDatabase final : public Engine {
       if (covered) meets += (meets.empty() ? "(" : " OR (") + key + ")";
       i = j;
     }
+    if (meets.empty()) {
+      out = "INSERT INTO " + table + " (" + columns + ")" + source;
+      return true;
+    }
+    out = "WITH kv_new AS MATERIALIZED (SELECT " + typed + " FROM (" + source + ") AS kv_given (" + given +
+          ")), kv_gone AS (DELETE FROM " + table + " AS kv_old USING kv_new WHERE " + meets + " RETURNING 1) INSERT INTO " +
+          table + " (" + columns + ") SELECT * FROM kv_new WHERE (SELECT count(*) FROM kv_gone) >= 0";
     return true;
   }
 

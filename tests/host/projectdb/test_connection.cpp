@@ -248,6 +248,12 @@ TEST_F(Connection, InsertOrReplaceRemovesEveryConflictingRowAndKeepsNoUnlistedCo
   EXPECT_EQ(Query(L"select count(*) from tblGlobal")[0].lVal, before);
   EXPECT_EQ(Query(L"select ixGlobal from tblGlobal where ixGlobal = 900").size(), 0u);
   EXPECT_EQ(Query(L"select sText from tblGlobal where sKey = 'K2'")[0].vt, VT_NULL);
+  // Values are stored as a plain insert would store them: a quoted number in a number column.
+  ASSERT_TRUE(Execute(L"INSERT OR REPLACE INTO tblGlobal (ixGlobal, sKey, bNumeric, dNumber) VALUES ('950', 'K4', '0', '2.5')"));
+  std::vector<_variant_t> number = Query(L"select dNumber from tblGlobal where ixGlobal = 950");
+  ASSERT_EQ(number.size(), 1u);
+  EXPECT_EQ(number[0].vt, VT_R8);
+  EXPECT_EQ(number[0].dblVal, 2.5);
   // Several statements with a replace among them still commit together or not at all.
   EXPECT_FALSE(Execute(L"INSERT OR REPLACE INTO tblGlobal (sKey, bNumeric) VALUES ('K3', 0); update tblNothing set x = 1"));
   EXPECT_EQ(std::wstring(Query(L"select sText from tblGlobal where sKey = 'K3'")[0].bstrVal), L"three");
