@@ -1,7 +1,7 @@
 """Rows of a project database for the end-to-end scenarios, read outside our code: a project file
 with Python's own sqlite3, a project behind a link file (.kvlink) with the server's own psql.
-Either way a row comes back as a tuple of Python values (None for null), and query_rows gives
-rows by column name in any case, since the server folds names to lower case."""
+Either way a row is a tuple of Python values (None for null) that also answers to its columns'
+names in any case, since the server folds names to lower case."""
 import glob
 import json
 import sqlite3
@@ -33,25 +33,43 @@ def _server_rows(link, sql):
     return [json.loads(line, object_pairs_hook=list) for line in out.splitlines() if line]
 
 
-class Row(dict):
-    """A row whose columns are found by name in any case."""
+class Row(tuple):
+    """A row by position or by its column's name in any case, as sqlite3.Row gives it."""
 
-    def __getitem__(self, name):
-        return dict.__getitem__(self, name.lower())
+    def __new__(cls, pairs):
+        row = super().__new__(cls, [v for _, v in pairs])
+        row._at = {k.lower(): i for i, (k, _) in enumerate(pairs)}
+        return row
 
-
-def query_rows(path, sql):
-    if path.endswith(".kvlink"):
-        return [Row((k.lower(), v) for k, v in pairs) for pairs in _server_rows(path, sql)]
-    cur = sqlite3.connect(path).execute(sql)
-    names = [c[0].lower() for c in cur.description]
-    return [Row(zip(names, r)) for r in cur.fetchall()]
+    def __getitem__(self, key):
+        return tuple.__getitem__(self, self._at[key.lower()] if isinstance(key, str) else key)
 
 
 def query(path, sql):
+    """The rows of one statement, each a Row."""
     if path.endswith(".kvlink"):
-        return [tuple(v for _, v in pairs) for pairs in _server_rows(path, sql)]
-    return sqlite3.connect(path).execute(sql).fetchall()
+        return [Row(pairs) for pairs in _server_rows(path, sql)]
+    cur = sqlite3.connect(path).execute(sql)
+    names = [c[0] for c in cur.description]
+    return [Row(list(zip(names, r))) for r in cur.fetchall()]
+
+
+class _Cursor(list):
+    def fetchall(self):
+        return list(self)
+
+    def fetchone(self):
+        return self[0] if self else None
+
+
+class connect:
+    """What a check written for sqlite3.connect uses of it, for either kind of project."""
+
+    def __init__(self, path):
+        self.path = path
+
+    def execute(self, sql):
+        return _Cursor(query(self.path, sql))
 
 
 if __name__ == "__main__":

@@ -9,7 +9,7 @@ sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), ".."
 import projectrows  # noqa: E402
 
 project = projectrows.find(sys.argv[1])
-rows = projectrows.query_rows(project, "SELECT * FROM tblDuct ORDER BY ixDuct")
+rows = projectrows.query(project, "SELECT * FROM tblDuct ORDER BY ixDuct")
 faults = []
 
 
