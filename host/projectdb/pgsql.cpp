@@ -458,26 +458,35 @@ class ServerDatabase final : public Engine {
       given += (given.empty() ? "" : ", ") + name;
       typed += std::string(typed.empty() ? "" : ", ") + "kv_given." + name + cast + " AS " + name;
     }
-    std::string meets;
-    for (std::size_t i = 0; i < keys.size();) {
-      std::size_t j = i;
-      bool covered = true;
-      std::string key;
-      for (; j < keys.size() && keys[j][0].text == keys[i][0].text; ++j) {
-        const std::string& name = keys[j][1].text;
-        covered = covered && std::find(listed.begin(), listed.end(), LowerAscii(name)) != listed.end();
-        key += (key.empty() ? "" : " AND ") + ("kv_old." + quoted(name) + " = kv_new." + quoted(name));
+    // Whether row a meets row b on a listed unique key.
+    auto meets = [&](const std::string& a, const std::string& b) {
+      std::string any;
+      for (std::size_t i = 0; i < keys.size();) {
+        std::size_t j = i;
+        bool covered = true;
+        std::string key;
+        for (; j < keys.size() && keys[j][0].text == keys[i][0].text; ++j) {
+          const std::string& name = keys[j][1].text;
+          covered = covered && std::find(listed.begin(), listed.end(), LowerAscii(name)) != listed.end();
+          key += (key.empty() ? "" : " AND ") + (a + "." + quoted(name) + " = " + b + "." + quoted(name));
+        }
+        if (covered) any += (any.empty() ? "(" : " OR (") + key + ")";
+        i = j;
       }
-      if (covered) meets += (meets.empty() ? "(" : " OR (") + key + ")";
-      i = j;
-    }
-    if (meets.empty()) {
+      return any;
+    };
+    if (meets("a", "b").empty()) {
       out = "INSERT INTO " + table + " (" + columns + ")" + source;
       return true;
     }
-    out = "WITH kv_new AS MATERIALIZED (SELECT " + typed + " FROM (" + source + ") AS kv_given (" + given +
-          ")), kv_gone AS (DELETE FROM " + table + " AS kv_old USING kv_new WHERE " + meets + " RETURNING 1) INSERT INTO " +
-          table + " (" + columns + ") SELECT * FROM kv_new WHERE (SELECT count(*) FROM kv_gone) >= 0";
+    // Of new rows that meet each other, the last one given stays, as each replaces those before.
+    std::string kept;
+    for (const std::string& name : listed) kept += (kept.empty() ? "kv_new." : ", kv_new.") + quoted(name);
+    out = "WITH kv_new AS MATERIALIZED (SELECT " + typed + ", row_number() OVER () AS kv_n FROM (" + source +
+          ") AS kv_given (" + given + ")), kv_gone AS (DELETE FROM " + table + " AS kv_old USING kv_new WHERE " +
+          meets("kv_old", "kv_new") + " RETURNING 1) INSERT INTO " + table + " (" + columns + ") SELECT " + kept +
+          " FROM kv_new WHERE (SELECT count(*) FROM kv_gone) >= 0 AND NOT EXISTS (SELECT 1 FROM kv_new AS kv_later "
+          "WHERE kv_later.kv_n > kv_new.kv_n AND (" + meets("kv_later", "kv_new") + "))";
     return true;
   }
 

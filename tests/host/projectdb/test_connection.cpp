@@ -254,6 +254,13 @@ TEST_F(Connection, InsertOrReplaceRemovesEveryConflictingRowAndKeepsNoUnlistedCo
   ASSERT_EQ(number.size(), 1u);
   EXPECT_EQ(number[0].vt, VT_R8);
   EXPECT_EQ(number[0].dblVal, 2.5);
+  // New rows that meet each other: the last one given stays.
+  ASSERT_TRUE(Execute(L"INSERT OR REPLACE INTO tblGlobal (sKey, bNumeric, sText) VALUES ('K5', 0, 'a'), ('K6', 0, 'b'), "
+                      L"('K5', 0, 'c')"));
+  std::vector<_variant_t> k5 = Query(L"select sText from tblGlobal where sKey = 'K5'");
+  ASSERT_EQ(k5.size(), 1u);
+  EXPECT_EQ(std::wstring(k5[0].bstrVal), L"c");
+  EXPECT_EQ(Query(L"select sText from tblGlobal where sKey = 'K6'").size(), 1u);
   // Several statements with a replace among them still commit together or not at all.
   EXPECT_FALSE(Execute(L"INSERT OR REPLACE INTO tblGlobal (sKey, bNumeric) VALUES ('K3', 0); update tblNothing set x = 1"));
   EXPECT_EQ(std::wstring(Query(L"select sText from tblGlobal where sKey = 'K3'")[0].bstrVal), L"three");
