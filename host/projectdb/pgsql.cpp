@@ -395,6 +395,7 @@ class ServerDatabase final : public Engine {
     if (head.rfind("create", 0) == 0 || head.rfind("drop", 0) == 0 || head.rfind("alter", 0) == 0) {
       ForgetCursors();
       tables_.clear();
+      replaceShapes_.clear();
       // A statement prepared on a table whose columns changed would no longer run.
       std::string ignored;
       run(conn_.get(), "DEALLOCATE ALL", &ignored);
@@ -425,6 +426,30 @@ class ServerDatabase final : public Engine {
     return true;
   }
 
+  // A table's column types and unique keys, as ReplaceInto needs them: read once per connection
+  // and schema, since a replace is often of one row, whose cost two more round trips would triple.
+  struct ReplaceShape {
+    std::vector<CellRow> types, keys;
+  };
+
+  const ReplaceShape* ShapeFor(const std::string& table) {
+    std::string name = table.front() == '"' ? table : LowerAscii(table);
+    auto known = replaceShapes_.find(name);
+    if (known != replaceShapes_.end()) return &known->second;
+    Params p;
+    p.Add(Cell{SQLITE_TEXT, 0, 0, name});
+    ReplaceShape shape;
+    if (!Query("SELECT a.attname::text, format_type(a.atttypid, a.atttypmod) FROM pg_attribute a WHERE a.attrelid = "
+               "to_regclass($1) AND a.attnum > 0 AND NOT a.attisdropped",
+               p, shape.types) ||
+        !Query("SELECT x.indexrelid::text, a.attname::text FROM pg_index x JOIN pg_attribute a ON a.attrelid = "
+               "x.indrelid AND a.attnum = ANY(x.indkey) WHERE x.indrelid = to_regclass($1) AND x.indisunique "
+               "ORDER BY x.indexrelid, a.attnum",
+               p, shape.keys))
+      return nullptr;
+    return &replaceShapes_.emplace(name, std::move(shape)).first->second;
+  }
+
   // INSERT OR REPLACE INTO table (columns) source, with SQLite's meaning, which no ON CONFLICT
   // clause has: every row that meets a new one on any unique key goes, then the new rows are
   // inserted whole, unlisted columns taking their defaults. The new rows are read once, given
@@ -433,17 +458,10 @@ class ServerDatabase final : public Engine {
   // through its count. A unique key whose columns are not all listed is left out: they take their
   // defaults, and a default key is a new one.
   bool ReplaceInto(const std::string& table, const std::string& columns, const std::string& source, std::string& out) {
-    Params p;
-    p.Add(Cell{SQLITE_TEXT, 0, 0, table.front() == '"' ? table : LowerAscii(table)});
-    std::vector<CellRow> types, keys;
-    if (!Query("SELECT a.attname::text, format_type(a.atttypid, a.atttypmod) FROM pg_attribute a WHERE a.attrelid = "
-               "to_regclass($1) AND a.attnum > 0 AND NOT a.attisdropped",
-               p, types) ||
-        !Query("SELECT x.indexrelid::text, a.attname::text FROM pg_index x JOIN pg_attribute a ON a.attrelid = "
-               "x.indrelid AND a.attnum = ANY(x.indkey) WHERE x.indrelid = to_regclass($1) AND x.indisunique "
-               "ORDER BY x.indexrelid, a.attnum",
-               p, keys))
-      return false;
+    const ReplaceShape* shape = ShapeFor(table);
+    if (!shape) return false;
+    const std::vector<CellRow>& types = shape->types;
+    const std::vector<CellRow>& keys = shape->keys;
     std::vector<std::string> listed;
     std::string given, typed;
     std::istringstream list(columns);
@@ -608,6 +626,7 @@ class ServerDatabase final : public Engine {
     prepared_.clear();
     ForgetCursors();
     tables_.clear();
+    replaceShapes_.clear();
     conn_.reset();
     link_.clear();
   }
@@ -776,6 +795,7 @@ class ServerDatabase final : public Engine {
   std::string link_;
   std::string setup_;  // the session settings, given again after a reconnection
   std::map<std::string, std::unique_ptr<TableInfo>> tables_;
+  std::map<std::string, ReplaceShape> replaceShapes_;  // by the table's name as statements give it
 };
 
 // A schema name from the project folder's name, unique on the server.
