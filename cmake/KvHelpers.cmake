@@ -45,3 +45,14 @@ function(kv_server_tests name)
                                   "KV_PROJECTDB_SERVER=set:host=${KV_PGSERVER_DIR} user=kv dbname=postgres"
                                   FIXTURES_REQUIRED pgserver)
 endfunction()
+
+# kv_on_server(NAME): a test whose name starts "server." runs with its projects on the throw-away
+# server, as kv_server_tests' cases do; any other is left as it is. For end-to-end scenarios that
+# are registered once per engine in a loop over the prefixes "" and "server.".
+function(kv_on_server name)
+  if(name MATCHES "^server\\.")
+    set_property(TEST ${name} APPEND PROPERTY FIXTURES_REQUIRED pgserver)
+    set_property(TEST ${name} APPEND PROPERTY ENVIRONMENT_MODIFICATION
+                 "KV_PROJECTDB_SERVER=set:host=${KV_PGSERVER_DIR} user=kv dbname=postgres")
+  endif()
+endfunction()

@@ -7,21 +7,35 @@
   (foreach f figures
     (princ (strcat "\n  " (car f) ": " (itoa (cadr f)) " rows, checksum " (caddr f)))))
 
+;; Whether PATH is a link to a server project.
+(defun kv_hvac-server-linkp (path) (= (strcase (vl-filename-extension path)) ".KVLINK"))
+
+;; Drops the server schema behind LINK; T, or nil with what is left on the server printed.
+(defun kv_hvac-server-drop (link / dropped)
+  (setq dropped (vl-catch-all-apply 'kvdb-drop (list link)))
+  (if (vl-catch-all-error-p dropped)
+    (progn (princ (strcat "\n" (vl-catch-all-error-message dropped))) nil)
+    T))
+
 ;; Copies project FROM into the newly made project TO, and retires FROM when the copy is proved;
-;; on any failure TO goes (its link or file) and FROM stays as it was. The figures, or nil.
+;; on any failure TO goes (its link and server schema, or its file) and FROM stays as it was. A
+;; server project left behind is dropped only once every table has been compared, so the server
+;; keeps no stale copy that a designer could still open and write to. The figures, or nil.
 (defun kv_hvac-server-move (from to / figures)
   (setq figures (vl-catch-all-apply 'kvdb-copy (list from to)))
   (cond
     ((vl-catch-all-error-p figures)
+     (if (kv_hvac-server-linkp to) (kv_hvac-server-drop to))
      (kvdb-retire to)
      (vl-file-delete (strcat to ".moved"))
      (princ (strcat "\nThe project was not moved: " (vl-catch-all-error-message figures)))
      nil)
     (T
-     (kvdb-retire from)
      (princ (strcat "\nThe project moved to " to ", every table compared:"))
      (kv_hvac-server-report figures)
-     (princ (strcat "\nThe old database is kept as " from ".moved"))
+     (if (and (kv_hvac-server-linkp from) (kv_hvac-server-drop from)) (princ "\nThe server's copy is dropped."))
+     (kvdb-retire from)
+     (princ (strcat "\nThe old " (if (kv_hvac-server-linkp from) "link" "database") " is kept as " from ".moved"))
      figures)))
 
 ;; The one project database of FOLDER when its name ends in EXTENSION (".KV" or ".KVLINK"), else nil

@@ -145,7 +145,9 @@ BENCHMARK(BM_EightWriters)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond)->UseMa
 int main(int argc, char** argv) {
   fs::path serverDir = workFolder() / "server";
   fs::create_directories(workFolder());
-  std::string start = std::string("KV_PG_FSYNC=on ") + KV_PG_TEST_SERVER + " start " + serverDir.string();
+  // The server's data lives where the project files do, so both engines sync to one file system.
+  std::string start = "KV_PG_FSYNC=on KV_PG_TMP='" + workFolder().string() + "' " + KV_PG_TEST_SERVER + " start " +
+                      serverDir.string();
   FILE* pipe = popen(start.c_str(), "r");
   char conninfo[512] = {};
   if (!pipe || !std::fgets(conninfo, sizeof conninfo, pipe) || pclose(pipe) != 0) {

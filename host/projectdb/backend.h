@@ -37,6 +37,11 @@ ComPtr<Backend> MakeRoutingBackend();
 bool CreateServerProject(const std::string& path, ProjectDbError* code, std::string* error,
                          const std::string& server = "");
 
+// Drops the schema of the server project the link file at path names (only a schema such a link
+// was made with: "kvp_..."); the link itself stays. The schema's name goes to *schema once it is
+// known; false with *error filled, the schema kept, when it cannot be dropped.
+bool DropServerProject(const std::string& path, std::string* schema, std::string* error);
+
 // The LISP functions' connection to the project at path, opened on first use (a LISP error when it
 // cannot be), and the end of it.
 Backend& ConnectProject(std::string_view function, const std::string& path);

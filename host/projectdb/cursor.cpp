@@ -7,8 +7,6 @@ namespace kvprojectdb {
 
 namespace {
 
-constexpr std::size_t kMaxBatch = 256;
-
 std::string quoted(const std::string& name) { return "\"" + name + "\""; }
 
 // Steps a bound statement, appending up to limit rows to out; false on an SQLite error. Rows
@@ -39,20 +37,6 @@ std::string ProjectDatabaseImpl::OrderBy(const Cursor& c) const {
   std::string order = " ORDER BY ";
   for (int column : c.index->columns) order += quoted(c.table->columns[static_cast<std::size_t>(column)]) + ", ";
   return order + "rowid";
-}
-
-Cursor* ProjectDatabaseImpl::Current() {
-  if (!RequireOpen()) return nullptr;
-  if (!current_) SetError(ProjectDbError::NoCurrentRecord, "No current record: no table is selected.");
-  return current_;
-}
-
-void ProjectDatabaseImpl::Invalidate(const TableInfo* table, const Cursor* except) {
-  for (auto& [info, cursor] : cursors_)
-    if ((!table || info == table) && &cursor != except) {
-      cursor.ahead.clear();
-      cursor.aheadPos = 0;
-    }
 }
 
 bool ProjectDatabaseImpl::TableIsEmpty(const TableInfo& table) {
@@ -110,127 +94,27 @@ std::string ProjectDatabaseImpl::AfterSql(const Cursor& c, std::size_t level, bo
   return SelectFrom(*c.table) + " WHERE " + where + OrderBy(c) + " LIMIT ?" + std::to_string(k + 2);
 }
 
-// Moves one row on. Past the end the cursor is AfterLast; a move from there is an error, as
-// moving beyond the end always was for callers.
-bool ProjectDatabaseImpl::StepForward(Cursor& c, bool& found) {
-  found = false;
-  using State = Cursor::State;
-  if (c.state == State::AfterLast || c.state == State::NoMatch) {
-    SetError(ProjectDbError::NoCurrentRecord, "No current record.");
-    return false;
-  }
-  return c.Advance(found, kMaxBatch, [&](std::vector<CellRow>& batch) {
-    return c.state == State::Fresh ? FetchFirst(c, c.nextBatch, batch, &c.ahead)
-                                   : FetchAfter(c, c.nextBatch, batch, &c.ahead);
-  });
+bool ProjectDatabaseImpl::FetchBatch(Cursor& c, std::vector<CellRow>& batch) {
+  return c.state == Cursor::State::Fresh ? FetchFirst(c, c.nextBatch, batch, &c.ahead)
+                                         : FetchAfter(c, c.nextBatch, batch, &c.ahead);
 }
 
-HRESULT ProjectDatabaseImpl::MoveFirst(SAFEARRAY** row, VARIANT_BOOL* found) {
-  if (!row || !found) return E_POINTER;
-  *row = nullptr;
-  SetFlag(found, false);
-  ClearError();
-  Cursor* c = Current();
-  if (!c) return S_OK;
-  c->Forget();
-  bool got = false;
-  if (!StepForward(*c, got) || !got) return S_OK;
-  *row = MakeRow(*c->table, c->current);
-  SetFlag(found, true);
-  return *row ? S_OK : E_OUTOFMEMORY;
-}
-
-HRESULT ProjectDatabaseImpl::MoveNext(LONG count, SAFEARRAY** row, VARIANT_BOOL* found) {
-  if (!row || !found) return E_POINTER;
-  *row = nullptr;
-  SetFlag(found, false);
-  if (count < 1) return E_NOTIMPL;  // moving backwards is not offered by this host
-  ClearError();
-  Cursor* c = Current();
-  if (!c) return S_OK;
-  bool got = false;
-  for (LONG i = 0; i < count; ++i)
-    if (!StepForward(*c, got) || !got) return S_OK;
-  *row = MakeRow(*c->table, c->current);
-  SetFlag(found, true);
-  return *row ? S_OK : E_OUTOFMEMORY;
-}
-
-HRESULT ProjectDatabaseImpl::SeekKeys(const VARIANT* const* keys, int count, SAFEARRAY** row, VARIANT_BOOL* found) {
-  if (!row || !found) return E_POINTER;
-  *row = nullptr;
-  SetFlag(found, false);
-  ClearError();
-  Cursor* c = Current();
-  if (!c) return S_OK;
-  const std::vector<int>& cols = c->index->columns;
-  if (count > static_cast<int>(std::max<std::size_t>(cols.size(), 1))) return E_INVALIDARG;
-  std::vector<Cell> values(static_cast<std::size_t>(count));
-  for (int i = 0; i < count; ++i)
-    if (!Cell::FromVariant(*keys[i], values[static_cast<std::size_t>(i)])) return DISP_E_TYPEMISMATCH;
-  sqlite3_stmt*& s = c->index->seek[count - 1];
+bool ProjectDatabaseImpl::SeekRow(const Cursor& c, const std::vector<Cell>& keys, std::vector<CellRow>& rows) {
+  const std::vector<int>& cols = c.index->columns;
+  sqlite3_stmt*& s = c.index->seek[keys.size() - 1];
   if (!s) {
     std::string where;
     if (cols.empty()) where = "rowid = ?1";
-    for (std::size_t j = 0; j < cols.size() && j < values.size(); ++j)
-      where += (j ? " AND " : "") + quoted(c->table->columns[static_cast<std::size_t>(cols[j])]) + " IS ?" + std::to_string(j + 1) + " COLLATE BINARY";
-    s = Prepare(SelectFrom(*c->table) + " WHERE " + where + OrderBy(*c) + " LIMIT 1");
+    for (std::size_t j = 0; j < cols.size() && j < keys.size(); ++j)
+      where += (j ? " AND " : "") + quoted(c.table->columns[static_cast<std::size_t>(cols[j])]) + " IS ?" +
+               std::to_string(j + 1) + " COLLATE BINARY";
+    s = Prepare(SelectFrom(*c.table) + " WHERE " + where + OrderBy(c) + " LIMIT 1");
   }
-  if (!s) return S_OK;
-  std::vector<CellRow> rows;
-  {
-    StmtScope scope(s);
-    for (std::size_t j = 0; j < values.size(); ++j) values[j].Bind(s, static_cast<int>(j) + 1);
-    int rc = readRows(s, 1, rows);
-    if (rc != SQLITE_DONE) {
-      Fail(rc, "Cannot seek in " + c->table->name);
-      return S_OK;
-    }
-  }
-  c->Forget();
-  if (rows.empty()) {
-    c->state = Cursor::State::NoMatch;
-    return S_OK;
-  }
-  c->state = Cursor::State::OnRow;
-  c->current = std::move(rows.front());
-  *row = MakeRow(*c->table, c->current);
-  SetFlag(found, true);
-  return *row ? S_OK : E_OUTOFMEMORY;
-}
-
-HRESULT ProjectDatabaseImpl::Seek(const VARIANT& key, SAFEARRAY** row, VARIANT_BOOL* found) {
-  const VARIANT* keys[] = {&key};
-  return SeekKeys(keys, 1, row, found);
-}
-
-HRESULT ProjectDatabaseImpl::Seek2(const VARIANT& key1, const VARIANT& key2, SAFEARRAY** row, VARIANT_BOOL* found) {
-  const VARIANT* keys[] = {&key1, &key2};
-  return SeekKeys(keys, 2, row, found);
-}
-
-HRESULT ProjectDatabaseImpl::Seek3(const VARIANT& key1, const VARIANT& key2, const VARIANT& key3, SAFEARRAY** row,
-                                   VARIANT_BOOL* found) {
-  const VARIANT* keys[] = {&key1, &key2, &key3};
-  return SeekKeys(keys, 3, row, found);
-}
-
-HRESULT ProjectDatabaseImpl::IsEof(VARIANT_BOOL* eof) {
-  if (!eof) return E_POINTER;
-  using State = Cursor::State;
-  State st = current_ ? current_->state : State::AfterLast;
-  SetFlag(eof, !db_ || !current_ || st == State::AfterLast || st == State::NoMatch ||
-                   (st == State::Fresh && TableIsEmpty(*current_->table)));
-  return S_OK;
-}
-
-HRESULT ProjectDatabaseImpl::IsBof(VARIANT_BOOL* bof) {
-  if (!bof) return E_POINTER;
-  using State = Cursor::State;
-  State st = current_ ? current_->state : State::AfterLast;
-  SetFlag(bof, !db_ || !current_ || (st == State::AfterLast && current_->emptyAtFirst) ||
-                   (st == State::Fresh && TableIsEmpty(*current_->table)));
-  return S_OK;
+  if (!s) return false;
+  StmtScope scope(s);
+  for (std::size_t j = 0; j < keys.size(); ++j) keys[j].Bind(s, static_cast<int>(j) + 1);
+  int rc = readRows(s, 1, rows);
+  return rc == SQLITE_DONE || Fail(rc, "Cannot seek in " + c.table->name);
 }
 
 }  // namespace kvprojectdb

@@ -1,5 +1,6 @@
-// ProjectDatabase: opening and closing a project file, errors, table descriptions, and the whole
-// file's operations (create, repair). Rows and SQL live in rows.cpp, walking and seeking in cursor.cpp.
+// ProjectDatabase: opening and closing a project file, its errors, table descriptions, and the
+// whole file's operations (create, repair). Rows and SQL live in rows.cpp, walking and seeking in
+// cursor.cpp, and what the file and server engines share in engine.cpp.
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -159,16 +160,6 @@ HRESULT QueryProjectDatabase(ProjectDatabase* self, REFIID iid, void** out) {
 
 HRESULT ProjectDatabaseImpl::QueryInterface(REFIID iid, void** out) { return QueryProjectDatabase(this, iid, out); }
 
-void ProjectDatabaseImpl::ClearError() {
-  errorCode_ = 0;
-  errorText_.clear();
-}
-
-void ProjectDatabaseImpl::SetError(ProjectDbError code, std::string text) {
-  errorCode_ = static_cast<LONG>(code);
-  errorText_ = Utf8ToWide(text);
-}
-
 bool ProjectDatabaseImpl::Fail(int rc, std::string_view what) {
   std::string detail = db_ ? sqlite3_errmsg(db_.get()) : sqlite3_errstr(rc);
   std::string text = std::string(what) + ": " + detail;
@@ -191,17 +182,6 @@ bool ProjectDatabaseImpl::Fail(int rc, std::string_view what) {
       else SetError(ProjectDbError::SyntaxError, text);
   }
   return false;
-}
-
-bool ProjectDatabaseImpl::RequireOpen() {
-  if (db_) return true;
-  SetError(ProjectDbError::NotOpen, "Object invalid or no longer set: the database is not open.");
-  return false;
-}
-
-HRESULT ProjectDatabaseImpl::RefuseClosedWrite() {
-  RequireOpen();
-  return PROJECTDB_E_NOTOPEN;
 }
 
 sqlite3_stmt* ProjectDatabaseImpl::Prepare(const std::string& sql) {
@@ -334,8 +314,7 @@ void ProjectDatabaseImpl::AddMissingTables() {
 }
 
 void ProjectDatabaseImpl::CloseFile() {
-  cursors_.clear();
-  current_ = nullptr;
+  ForgetCursors();
   tables_.clear();
   statements_.clear();
   db_.reset();
@@ -375,42 +354,6 @@ HRESULT ProjectDatabaseImpl::OpenView(BSTR path, VARIANT_BOOL* readOnly, VARIANT
   SetFlag(readOnly, fileExists(file) && !writable);
   SetFlag(ok, outcome == OpenOutcome::Open);
   return S_OK;
-}
-
-HRESULT ProjectDatabaseImpl::IsOpen(VARIANT_BOOL* open) {
-  if (!open) return E_POINTER;
-  SetFlag(open, db_ != nullptr);
-  return S_OK;
-}
-
-HRESULT ProjectDatabaseImpl::CloseTables(VARIANT_BOOL* done) {
-  if (!done) return E_POINTER;
-  ClearError();
-  cursors_.clear();
-  current_ = nullptr;
-  SetFlag(done, true);
-  return S_OK;
-}
-
-HRESULT ProjectDatabaseImpl::Close(VARIANT_BOOL* done) {
-  if (!done) return E_POINTER;
-  ClearError();
-  CloseFile();
-  SetFlag(done, true);
-  return S_OK;
-}
-
-HRESULT ProjectDatabaseImpl::HasError(VARIANT_BOOL* hasError) {
-  if (!hasError) return E_POINTER;
-  SetFlag(hasError, errorCode_ != 0);
-  return S_OK;
-}
-
-HRESULT ProjectDatabaseImpl::GetLastError(LONG* code, BSTR* text) {
-  if (!code || !text) return E_POINTER;
-  *code = errorCode_;
-  *text = SysAllocString(errorText_.c_str());
-  return *text ? S_OK : E_OUTOFMEMORY;
 }
 
 // ---- Tables -------------------------------------------------------------------------------------------
@@ -483,58 +426,10 @@ bool ProjectDatabaseImpl::ReadIndices(TableInfo& info) {
   return rc == SQLITE_DONE || Fail(rc, "Cannot read the indices of " + info.name);
 }
 
-HRESULT ProjectDatabaseImpl::SetTable(BSTR table, BSTR index, VARIANT_BOOL* ok) {
-  if (!ok) return E_POINTER;
-  ClearError();
-  SetFlag(ok, false);
-  if (!RequireOpen()) return S_OK;
-  // Record objects name their table before every step: the same table again costs no lookup.
-  std::wstring_view tableName(table ? table : L"", SysStringLen(table));
-  std::wstring_view indexWide(index ? index : L"", SysStringLen(index));
-  if (current_ && tableName == current_->table->wideName && (indexWide.empty() || indexWide == current_->index->wideName)) {
-    SetFlag(ok, true);
-    return S_OK;
-  }
-  const TableInfo* info = LoadTable(BstrToUtf8(table));
-  if (!info) return S_OK;
-  Cursor& cursor = cursors_[info];
-  if (!cursor.table) {
-    cursor.table = info;
-    cursor.index = info->indices.empty() ? nullptr : &info->indices.front();
-  }
-  std::string indexName = BstrToUtf8(index);
-  if (!indexName.empty()) {
-    const IndexInfo* ix = info->FindIndex(indexName);
-    if (!ix) {
-      SetError(ProjectDbError::NotAnIndex, "'" + indexName + "' isn't an index in table '" + info->name + "'.");
-      return S_OK;
-    }
-    if (ix != cursor.index) {
-      cursor.index = ix;
-      cursor.Forget();
-    }
-  }
-  current_ = &cursor;
-  SetFlag(ok, true);
-  return S_OK;
-}
-
 // ---- Project files ------------------------------------------------------------------------------------
 
-HRESULT ProjectDatabaseImpl::CreateProject(BSTR path, VARIANT_BOOL* ok) {
-  if (!ok) return E_POINTER;
-  SetFlag(ok, false);
-  ClearError();
-  CloseFile();
-  std::string file = BstrToUtf8(path);
-  ProjectDbError code = ProjectDbError::None;
-  std::string error;
-  if (!CreateProjectFile(file, &code, &error)) {
-    SetError(code, error);
-    return S_OK;
-  }
-  SetFlag(ok, OpenFile(file, false) == OpenOutcome::Open);
-  return S_OK;
+bool ProjectDatabaseImpl::MakeProject(const std::string& path, ProjectDbError* code, std::string* error) {
+  return CreateProjectFile(path, code, error);
 }
 
 HRESULT ProjectDatabaseImpl::Repair(BSTR path, LONG* rowsSaved, VARIANT_BOOL* ok) {

@@ -65,6 +65,8 @@ struct TableInfo {
   std::vector<IndexInfo> indices;
   std::unordered_map<std::string, int> columnByLowerName;
   mutable sqlite3_stmt* byRowid = nullptr;
+  // The server's select list, made once: the key where a file's rowid stands, then every column.
+  std::string serverColumns;
 
   const IndexInfo* FindIndex(std::string_view name) const;
   int FindColumn(std::string_view name) const;  // case-insensitive, -1 if none
@@ -122,42 +124,120 @@ struct Cursor {
   }
 };
 
-class ProjectDatabaseImpl final : public ComObject<Backend> {
+using Fields = std::vector<std::pair<int, Cell>>;
+
+// What both engines do alike above the rows they read: errors, a cursor per table and the one the
+// calls work on, walking, seeking, and the checks before and the answer after a write. An engine
+// says only how it describes a table, reads a batch of a walk and finds a key.
+class Engine : public ComObject<Backend> {
+ public:
+  HRESULT SetTable(BSTR table, BSTR index, VARIANT_BOOL* ok) override;
+  HRESULT MoveFirst(SAFEARRAY** row, VARIANT_BOOL* found) override;
+  HRESULT MoveNext(LONG count, SAFEARRAY** row, VARIANT_BOOL* found) override;
+  HRESULT Seek(const VARIANT& key, SAFEARRAY** row, VARIANT_BOOL* found) override;
+  HRESULT Seek2(const VARIANT& key1, const VARIANT& key2, SAFEARRAY** row, VARIANT_BOOL* found) override;
+  HRESULT Seek3(const VARIANT& key1, const VARIANT& key2, const VARIANT& key3, SAFEARRAY** row,
+                VARIANT_BOOL* found) override;
+  HRESULT IsEof(VARIANT_BOOL* eof) override;
+  HRESULT IsBof(VARIANT_BOOL* bof) override;
+  HRESULT CloseTables(VARIANT_BOOL* done) override;
+  HRESULT IsOpen(VARIANT_BOOL* open) override;
+  HRESULT Close(VARIANT_BOOL* done) override;
+  HRESULT CreateProject(BSTR path, VARIANT_BOOL* ok) override;
+  HRESULT HasError(VARIANT_BOOL* hasError) override;
+  HRESULT GetLastError(LONG* code, BSTR* text) override;
+  std::pair<LONG, std::string> LastErrorUtf8() const override { return {errorCode_, errorText_}; }
+
+  // Rows and values as callers receive them, from whichever engine holds the project.
+  static SAFEARRAY* MakeRow(const TableInfo& table, const CellRow& row);
+  static VARIANT CellToVariant(const Cell& c, bool boolean);
+
+ protected:
+  static constexpr std::size_t kMaxBatch = 256;
+
+  virtual bool Connected() const = 0;
+  // Closes what is open; the cursors go with it.
+  virtual void Disconnect() = 0;
+  // A new project at path, with its schema and starting rows; false with *code and *error filled.
+  virtual bool MakeProject(const std::string& path, ProjectDbError* code, std::string* error) = 0;
+  // Opens a project for writing; false with the error recorded.
+  virtual bool OpenForWriting(const std::string& path) = 0;
+  // The table's description, read once per connection; null with the error recorded.
+  virtual const TableInfo* LoadTable(std::string_view name) = 0;
+  virtual bool TableIsEmpty(const TableInfo& table) = 0;
+  // Appends the next c.nextBatch rows of c's walk (from its start when c is Fresh) to batch.
+  virtual bool FetchBatch(Cursor& c, std::vector<CellRow>& batch) = 0;
+  // The first row in c's order whose leading index columns (the key for an index of none) equal
+  // keys, into rows; rows left empty when none does. False with the error recorded.
+  virtual bool SeekRow(const Cursor& c, const std::vector<Cell>& keys, std::vector<CellRow>& rows) = 0;
+
+  void ClearError();
+  void SetError(ProjectDbError code, std::string text);
+  bool RequireOpen();
+  // Records NotOpen and gives the failing answer of a write on a closed connection.
+  HRESULT RefuseClosedWrite();
+  Cursor* Current();
+  // Drops the rows read ahead by the cursors of table (all tables when null) except one, after a
+  // write through this connection may have changed them.
+  void Invalidate(const TableInfo* table, const Cursor* except);
+  void ForgetCursors();
+  // Moves one row on. Past the end the cursor is AfterLast; a move from there is an error, as
+  // moving beyond the end always was for callers.
+  bool StepForward(Cursor& c, bool& found);
+  // The cursor a write works on and, unless fields is null, the fields row names. Null when the
+  // write cannot go on; hr is then the call's answer (S_OK with the error recorded, or a failing
+  // code for a malformed call). onRow: the write needs a current row.
+  Cursor* StartWrite(SAFEARRAY* row, Fields* fields, bool onRow, HRESULT& hr);
+  // The row a write stored becomes current and is answered whole.
+  HRESULT FinishWrite(Cursor& c, CellRow&& stored, bool adding, SAFEARRAY** outRow, VARIANT_BOOL* ok);
+  // After the delete of c's row; deleted false: another connection had deleted it first.
+  HRESULT FinishDelete(Cursor& c, bool deleted, VARIANT_BOOL* done);
+  // Records that the current row was deleted through another connection; answers S_OK.
+  HRESULT RowGoneElsewhere();
+
+  LONG errorCode_ = 0;
+  std::string errorText_;
+  std::map<const TableInfo*, Cursor> cursors_;
+  Cursor* current_ = nullptr;
+
+ private:
+  HRESULT SeekKeys(const VARIANT* const* keys, int count, SAFEARRAY** row, VARIANT_BOOL* found);
+  HRESULT Answer(Cursor& c, LONG count, SAFEARRAY** row, VARIANT_BOOL* found);
+};
+
+// The statements that write fields (parameters numbered in field order, written mark then number:
+// "?1" for a file, "$1" for a server): an INSERT, and an UPDATE of the row whose key, named by
+// key, is the parameter after them.
+std::string InsertSql(const TableInfo& table, const Fields& fields, char mark);
+std::string UpdateSql(const TableInfo& table, const Fields& fields, char mark, const std::string& key);
+
+class ProjectDatabaseImpl final : public Engine {
  public:
   ProjectDatabaseImpl() = default;
   ~ProjectDatabaseImpl() override;
 
   HRESULT QueryInterface(REFIID iid, void** out) override;
   HRESULT Open(BSTR path, short reserved1, short reserved2, BSTR* result) override;
-  HRESULT SetTable(BSTR table, BSTR index, VARIANT_BOOL* ok) override;
-  HRESULT MoveFirst(SAFEARRAY** row, VARIANT_BOOL* found) override;
-  HRESULT MoveNext(LONG count, SAFEARRAY** row, VARIANT_BOOL* found) override;
-  HRESULT IsOpen(VARIANT_BOOL* open) override;
   HRESULT AddRecord(SAFEARRAY* row, LONG flags, SAFEARRAY** outRow, VARIANT_BOOL* ok) override;
-  HRESULT CloseTables(VARIANT_BOOL* done) override;
-  HRESULT Close(VARIANT_BOOL* done) override;
   HRESULT DeleteRecord(VARIANT_BOOL* done) override;
-  HRESULT GetLastError(LONG* code, BSTR* text) override;
-  HRESULT HasError(VARIANT_BOOL* hasError) override;
   HRESULT UpdateRecord(SAFEARRAY* row, SAFEARRAY** outRow, VARIANT_BOOL* ok) override;
-  HRESULT Seek(const VARIANT& key, SAFEARRAY** row, VARIANT_BOOL* found) override;
-  HRESULT Seek2(const VARIANT& key1, const VARIANT& key2, SAFEARRAY** row, VARIANT_BOOL* found) override;
-  HRESULT Seek3(const VARIANT& key1, const VARIANT& key2, const VARIANT& key3, SAFEARRAY** row,
-                VARIANT_BOOL* found) override;
   HRESULT QueryRow(BSTR sql, SAFEARRAY** values, VARIANT_BOOL* found) override;
   HRESULT Execute(BSTR sql, VARIANT_BOOL* ok) override;
   HRESULT OpenView(BSTR path, VARIANT_BOOL* readOnly, VARIANT_BOOL* ok) override;
-  HRESULT IsEof(VARIANT_BOOL* eof) override;
-  HRESULT IsBof(VARIANT_BOOL* bof) override;
-  HRESULT CreateProject(BSTR path, VARIANT_BOOL* ok) override;
   HRESULT Repair(BSTR path, LONG* rowsSaved, VARIANT_BOOL* ok) override;
 
   bool QueryColumns(const std::string& sql, const std::vector<std::string>& columns,
                     std::vector<CellRow>& rows) override;
-  std::pair<LONG, std::string> LastErrorUtf8() const override { return {errorCode_, WideToUtf8(errorText_)}; }
-  // Rows and values as callers receive them, from whichever engine holds the project.
-  static SAFEARRAY* MakeRow(const TableInfo& table, const CellRow& row);
-  static VARIANT CellToVariant(const Cell& c, bool boolean);
+
+ protected:
+  bool Connected() const override { return db_ != nullptr; }
+  void Disconnect() override { CloseFile(); }
+  bool MakeProject(const std::string& path, ProjectDbError* code, std::string* error) override;
+  bool OpenForWriting(const std::string& path) override { return OpenFile(path, false) == OpenOutcome::Open; }
+  const TableInfo* LoadTable(std::string_view name) override;
+  bool TableIsEmpty(const TableInfo& table) override;
+  bool FetchBatch(Cursor& c, std::vector<CellRow>& batch) override;
+  bool SeekRow(const Cursor& c, const std::vector<Cell>& keys, std::vector<CellRow>& rows) override;
 
  private:
   enum class OpenOutcome { Open, Failed, NeedsRepair };
@@ -167,13 +247,8 @@ class ProjectDatabaseImpl final : public ComObject<Backend> {
   // indices first.
   OpenOutcome OpenFile(const std::string& path, bool readOnly, bool viewOnly = false);
   void CloseFile();
-  void ClearError();
-  void SetError(ProjectDbError code, std::string text);
   // Records the error of a failed SQLite call under the closest engine code; answers false.
   bool Fail(int rc, std::string_view what);
-  bool RequireOpen();
-  // Records NotOpen and gives the failing answer of a write on a closed connection.
-  HRESULT RefuseClosedWrite();
   sqlite3_stmt* Prepare(const std::string& sql);
   bool Run(sqlite3_stmt* s);  // steps to the end; false (error recorded) on failure
   // Steps a write with RETURNING to the end, keeping its first row (empty when none).
@@ -188,23 +263,13 @@ class ProjectDatabaseImpl final : public ComObject<Backend> {
   bool QuickCheckPasses();  // false closes the file: it needs repair
   bool AddMissingIndices();  // false: the error is recorded, the file left as it was
   void AddMissingTables();
-  const TableInfo* LoadTable(std::string_view name);
   bool ReadColumns(TableInfo& info);
   bool ReadIndices(TableInfo& info);
-  bool ReadFields(SAFEARRAY* row, const TableInfo& table, std::vector<std::pair<int, Cell>>& fields, HRESULT& hr);
   bool ReadRowById(const TableInfo& table, std::int64_t rowid, CellRow& out);
-  // Drops the rows read ahead by the cursors of table (all tables when null) except one, after a
-  // write through this connection may have changed them.
-  void Invalidate(const TableInfo* table, const Cursor* except);
 
-  // Walking (cursor.cpp).
-  Cursor* Current();
-  // Both append to out; used-up rows in spare lend their storage.
+  // Walking (cursor.cpp). Both append to out; used-up rows in spare lend their storage.
   bool FetchFirst(Cursor& c, std::size_t limit, std::vector<CellRow>& out, std::vector<CellRow>* spare = nullptr);
   bool FetchAfter(Cursor& c, std::size_t limit, std::vector<CellRow>& out, std::vector<CellRow>* spare = nullptr);
-  bool StepForward(Cursor& c, bool& found);
-  HRESULT SeekKeys(const VARIANT* const* keys, int count, SAFEARRAY** row, VARIANT_BOOL* found);
-  bool TableIsEmpty(const TableInfo& table);
   std::string SelectFrom(const TableInfo& table) const;
   std::string OrderBy(const Cursor& c) const;
   // The statement of one level of FetchAfter.
@@ -213,19 +278,9 @@ class ProjectDatabaseImpl final : public ComObject<Backend> {
   DbHandle db_;
   std::string path_;
   bool readOnly_ = false;
-  LONG errorCode_ = 0;
-  std::wstring errorText_;
   std::unordered_map<std::string, StmtHandle> statements_;
   std::map<std::string, std::unique_ptr<TableInfo>> tables_;  // by lower-case name
-  std::map<const TableInfo*, Cursor> cursors_;
-  Cursor* current_ = nullptr;
 };
-
-// Checks the shape of a name/value array and maps each name to a column; the key column is left
-// out, since the database owns it. False with hr failing for a malformed array, or with unknown
-// naming a field the table does not have.
-bool ReadRowFields(SAFEARRAY* row, const TableInfo& table, std::vector<std::pair<int, Cell>>& fields, HRESULT& hr,
-                   std::string& unknown);
 
 // QueryRow on any engine: the first column of every row QueryColumns answers, as one array.
 HRESULT AnswerQueryRow(Backend& db, BSTR sql, SAFEARRAY** values, VARIANT_BOOL* found);

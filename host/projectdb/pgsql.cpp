@@ -268,7 +268,7 @@ std::size_t statementEnd(const std::string& sql, std::size_t from) {
   return sql.size();
 }
 
-class ServerDatabase final : public ComObject<Backend> {
+class ServerDatabase final : public Engine {
  public:
   ~ServerDatabase() override { CloseServer(); }
 
@@ -295,134 +295,6 @@ class ServerDatabase final : public ComObject<Backend> {
     return S_OK;
   }
 
-  HRESULT IsOpen(VARIANT_BOOL* open) override {
-    if (!open) return E_POINTER;
-    SetFlag(open, conn_ != nullptr);
-    return S_OK;
-  }
-
-  HRESULT CloseTables(VARIANT_BOOL* done) override {
-    if (!done) return E_POINTER;
-    ClearError();
-    cursors_.clear();
-    current_ = nullptr;
-    SetFlag(done, true);
-    return S_OK;
-  }
-
-  HRESULT Close(VARIANT_BOOL* done) override {
-    if (!done) return E_POINTER;
-    ClearError();
-    CloseServer();
-    SetFlag(done, true);
-    return S_OK;
-  }
-
-  HRESULT HasError(VARIANT_BOOL* hasError) override {
-    if (!hasError) return E_POINTER;
-    SetFlag(hasError, errorCode_ != 0);
-    return S_OK;
-  }
-
-  HRESULT GetLastError(LONG* code, BSTR* text) override {
-    if (!code || !text) return E_POINTER;
-    *code = errorCode_;
-    *text = SysAllocString(Utf8ToWide(errorText_).c_str());
-    return *text ? S_OK : E_OUTOFMEMORY;
-  }
-
-  std::pair<LONG, std::string> LastErrorUtf8() const override { return {errorCode_, errorText_}; }
-
-  HRESULT SetTable(BSTR table, BSTR index, VARIANT_BOOL* ok) override {
-    if (!ok) return E_POINTER;
-    ClearError();
-    SetFlag(ok, false);
-    if (!RequireOpen()) return S_OK;
-    std::wstring_view tableName(table ? table : L"", SysStringLen(table));
-    std::wstring_view indexWide(index ? index : L"", SysStringLen(index));
-    if (current_ && tableName == current_->table->wideName &&
-        (indexWide.empty() || indexWide == current_->index->wideName)) {
-      SetFlag(ok, true);
-      return S_OK;
-    }
-    const TableInfo* info = LoadTable(BstrToUtf8(table));
-    if (!info) return S_OK;
-    Cursor& cursor = cursors_[info];
-    if (!cursor.table) {
-      cursor.table = info;
-      cursor.index = &info->indices.front();
-    }
-    std::string indexName = BstrToUtf8(index);
-    if (!indexName.empty()) {
-      const IndexInfo* ix = info->FindIndex(indexName);
-      if (!ix) {
-        SetError(ProjectDbError::NotAnIndex, "'" + indexName + "' isn't an index in table '" + Display(*info) + "'.");
-        return S_OK;
-      }
-      if (ix != cursor.index) {
-        cursor.index = ix;
-        cursor.Forget();
-      }
-    }
-    current_ = &cursor;
-    SetFlag(ok, true);
-    return S_OK;
-  }
-
-  HRESULT MoveFirst(SAFEARRAY** row, VARIANT_BOOL* found) override {
-    if (!row || !found) return E_POINTER;
-    *row = nullptr;
-    SetFlag(found, false);
-    ClearError();
-    Cursor* c = Current();
-    if (!c) return S_OK;
-    c->Forget();
-    return Answer(*c, 1, row, found);
-  }
-
-  HRESULT MoveNext(LONG count, SAFEARRAY** row, VARIANT_BOOL* found) override {
-    if (!row || !found) return E_POINTER;
-    *row = nullptr;
-    SetFlag(found, false);
-    if (count < 1) return E_NOTIMPL;  // moving backwards is not offered by this host
-    ClearError();
-    Cursor* c = Current();
-    if (!c) return S_OK;
-    return Answer(*c, count, row, found);
-  }
-
-  HRESULT Seek(const VARIANT& key, SAFEARRAY** row, VARIANT_BOOL* found) override {
-    const VARIANT* keys[] = {&key};
-    return SeekKeys(keys, 1, row, found);
-  }
-  HRESULT Seek2(const VARIANT& k1, const VARIANT& k2, SAFEARRAY** row, VARIANT_BOOL* found) override {
-    const VARIANT* keys[] = {&k1, &k2};
-    return SeekKeys(keys, 2, row, found);
-  }
-  HRESULT Seek3(const VARIANT& k1, const VARIANT& k2, const VARIANT& k3, SAFEARRAY** row,
-                VARIANT_BOOL* found) override {
-    const VARIANT* keys[] = {&k1, &k2, &k3};
-    return SeekKeys(keys, 3, row, found);
-  }
-
-  HRESULT IsEof(VARIANT_BOOL* eof) override {
-    if (!eof) return E_POINTER;
-    using State = Cursor::State;
-    State st = current_ ? current_->state : State::AfterLast;
-    SetFlag(eof, !conn_ || !current_ || st == State::AfterLast || st == State::NoMatch ||
-                     (st == State::Fresh && TableIsEmpty(*current_->table)));
-    return S_OK;
-  }
-
-  HRESULT IsBof(VARIANT_BOOL* bof) override {
-    if (!bof) return E_POINTER;
-    using State = Cursor::State;
-    State st = current_ ? current_->state : State::AfterLast;
-    SetFlag(bof, !conn_ || !current_ || (st == State::AfterLast && current_->emptyAtFirst) ||
-                     (st == State::Fresh && TableIsEmpty(*current_->table)));
-    return S_OK;
-  }
-
   HRESULT AddRecord(SAFEARRAY* row, LONG, SAFEARRAY** outRow, VARIANT_BOOL* ok) override {
     return WriteRow(row, outRow, ok, true);
   }
@@ -431,84 +303,44 @@ class ServerDatabase final : public ComObject<Backend> {
     return WriteRow(row, outRow, ok, false);
   }
 
-  // A new row (adding) or the current row changed; the row as stored becomes current and is
-  // answered whole.
+  // A new row (adding) or the current row changed; the row as stored comes back whole.
   HRESULT WriteRow(SAFEARRAY* row, SAFEARRAY** outRow, VARIANT_BOOL* ok, bool adding) {
     if (!outRow || !ok) return E_POINTER;
     *outRow = nullptr;
     SetFlag(ok, false);
-    ClearError();
-    if (!conn_) return RefuseClosedWrite();
-    Cursor* cursor = Current();
-    if (!cursor) return S_OK;
+    Fields fields;
+    HRESULT hr;
+    Cursor* cursor = StartWrite(row, &fields, !adding, hr);
+    if (!cursor) return hr;
     const TableInfo& table = *cursor->table;
     Params params;
-    std::vector<int> columns;
-    HRESULT hr;
-    if (!ReadFields(row, table, columns, params, hr)) return hr;
-    if (!adding && cursor->state != Cursor::State::OnRow) {
-      SetError(ProjectDbError::NoCurrentRecord, "No current record.");
-      return S_OK;
-    }
-    std::string names, marks, sets;
-    for (std::size_t i = 0; i < columns.size(); ++i) {
-      std::string column = quoted(table.columns[static_cast<std::size_t>(columns[i])]);
-      std::string mark = "$" + std::to_string(i + 1);
-      names += (i ? ", " : "") + column;
-      marks += (i ? ", " : "") + mark;
-      sets += (i ? ", " : "") + column + " = " + mark;
-    }
+    for (const auto& field : fields) params.Add(field.second);
     std::string sql;
     if (adding) {
-      sql = "INSERT INTO " + quoted(table.name) +
-            (columns.empty() ? " DEFAULT VALUES" : " (" + names + ") VALUES (" + marks + ")") + " RETURNING " +
-            ColumnList(table);
+      sql = InsertSql(table, fields, '$') + " RETURNING " + ColumnList(table);
     } else {
       params.Add(cursor->current[0]);
-      std::string where = " WHERE " + KeyName(table) + " = $" + std::to_string(columns.size() + 1);
-      sql = columns.empty() ? "SELECT " + ColumnList(table) + " FROM " + quoted(table.name) + where
-                            : "UPDATE " + quoted(table.name) + " SET " + sets + where + " RETURNING " + ColumnList(table);
+      sql = fields.empty() ? SelectFrom(table) + " WHERE " + KeyName(table) + " = $1" : UpdateSql(table, fields, '$', KeyName(table)) + " RETURNING " + ColumnList(table);
     }
     std::vector<CellRow> stored;
     if (!Query(sql, params, stored)) return S_OK;
-    if (stored.empty()) {
-      SetError(ProjectDbError::NoCurrentRecord, "No current record: the row was deleted elsewhere.");
-      return S_OK;
-    }
-    Invalidate(&table, cursor);
-    if (adding) cursor->Forget();
-    cursor->state = Cursor::State::OnRow;
-    cursor->current = std::move(stored.front());
-    *outRow = ProjectDatabaseImpl::MakeRow(table, cursor->current);
-    SetFlag(ok, true);
-    return *outRow ? S_OK : E_OUTOFMEMORY;
+    if (stored.empty()) return RowGoneElsewhere();
+    return FinishWrite(*cursor, std::move(stored.front()), adding, outRow, ok);
   }
 
   HRESULT DeleteRecord(VARIANT_BOOL* done) override {
     if (!done) return E_POINTER;
     SetFlag(done, false);
-    ClearError();
-    if (!conn_) return RefuseClosedWrite();
-    Cursor* cursor = Current();
-    if (!cursor) return S_OK;
-    if (cursor->state != Cursor::State::OnRow) {
-      SetError(ProjectDbError::NoCurrentRecord, "No current record.");
-      return S_OK;
-    }
+    HRESULT hr;
+    Cursor* cursor = StartWrite(nullptr, nullptr, true, hr);
+    if (!cursor) return hr;
     Params params;
     params.Add(cursor->current[0]);
     std::vector<CellRow> gone;
     std::string sql = "DELETE FROM " + quoted(cursor->table->name) + " WHERE " + KeyName(*cursor->table) +
                       " = $1 RETURNING 1";
     if (!Query(sql, params, gone)) return S_OK;
-    if (gone.empty()) {
-      SetError(ProjectDbError::NoCurrentRecord, "No current record: the row was deleted elsewhere.");
-      return S_OK;
-    }
-    Invalidate(cursor->table, cursor);
-    cursor->state = Cursor::State::Gap;
-    SetFlag(done, true);
-    return S_OK;
+    return FinishDelete(*cursor, !gone.empty(), done);
   }
 
   HRESULT QueryRow(BSTR sql, SAFEARRAY** values, VARIANT_BOOL* found) override {
@@ -561,9 +393,9 @@ class ServerDatabase final : public ComObject<Backend> {
     Invalidate(nullptr, nullptr);
     std::string head = LowerAscii(text.substr(text.find_first_not_of(" \t\r\n") == std::string::npos ? 0 : text.find_first_not_of(" \t\r\n")));
     if (head.rfind("create", 0) == 0 || head.rfind("drop", 0) == 0 || head.rfind("alter", 0) == 0) {
-      cursors_.clear();
-      current_ = nullptr;
+      ForgetCursors();
       tables_.clear();
+      replaceShapes_.clear();
       // A statement prepared on a table whose columns changed would no longer run.
       std::string ignored;
       run(conn_.get(), "DEALLOCATE ALL", &ignored);
@@ -573,9 +405,9 @@ class ServerDatabase final : public ComObject<Backend> {
     return S_OK;
   }
 
-  // SQLite's INSERT OR IGNORE and INSERT OR REPLACE as the server writes them: ON CONFLICT DO
-  // NOTHING, and an update of the listed columns of the row holding the same primary key. False
-  // with the error recorded when a table's key cannot be read.
+  // SQLite's INSERT OR IGNORE and INSERT OR REPLACE as the server writes them: IGNORE is ON
+  // CONFLICT DO NOTHING; REPLACE is ReplaceInto's. False with the error recorded when a table's
+  // columns or keys cannot be read.
   bool RewriteUpserts(std::string& sql) {
     static const std::regex pattern(R"(\bINSERT\s+OR\s+(REPLACE|IGNORE)\s+INTO\s+("[^"]+"|\w+)\s*\(([^)]*)\))",
                                     std::regex::icase);
@@ -583,67 +415,97 @@ class ServerDatabase final : public ComObject<Backend> {
     std::smatch m;
     while (from < sql.size() && std::regex_search(sql.cbegin() + static_cast<std::ptrdiff_t>(from), sql.cend(), m, pattern)) {
       std::size_t start = from + static_cast<std::size_t>(m.position(0));
-      bool replace = EqualsNoCase(m[1].str(), "replace");
-      std::string table = m[2].str(), columns = m[3].str();
-      std::string conflict = " ON CONFLICT DO NOTHING";
-      if (replace) {
-        Params p;
-        p.Add(Cell{SQLITE_TEXT, 0, 0, table.front() == '"' ? table : LowerAscii(table)});
-        // SQLite replaces the row that any unique key of the new row meets; the server needs the
-        // one key to test named, so the first unique key whose columns the statement lists stands
-        // for it (the primary key when it is listed).
-        std::vector<CellRow> keys;
-        if (!Query("SELECT x.indexrelid::text, a.attname::text FROM pg_index x JOIN pg_attribute a ON a.attrelid = "
-                   "x.indrelid AND a.attnum = ANY(x.indkey) WHERE x.indrelid = to_regclass($1) AND x.indisunique "
-                   "ORDER BY x.indisprimary DESC, x.indexrelid, a.attnum",
-                   p, keys))
-          return false;
-        std::vector<std::string> listed;
-        std::istringstream list(columns);
-        std::string column, sets;
-        while (std::getline(list, column, ',')) {
-          column.erase(0, column.find_first_not_of(" \t"));
-          column.erase(column.find_last_not_of(" \t") + 1);
-          listed.push_back(LowerAscii(column.size() > 1 && column.front() == '"' ? column.substr(1, column.size() - 2) : column));
-          sets += (sets.empty() ? "" : ", ") + column + " = EXCLUDED." + column;
-        }
-        std::string target;
-        for (std::size_t i = 0; i < keys.size() && target.empty();) {
-          std::size_t j = i;
-          bool covered = true;
-          std::string candidate;
-          for (; j < keys.size() && keys[j][0].text == keys[i][0].text; ++j) {
-            covered = covered && std::find(listed.begin(), listed.end(), LowerAscii(keys[j][1].text)) != listed.end();
-            candidate += (candidate.empty() ? "" : ", ") + quoted(keys[j][1].text);
-          }
-          if (covered) target = candidate;
-          i = j;
-        }
-        if (!target.empty() && !sets.empty()) conflict = " ON CONFLICT (" + target + ") DO UPDATE SET " + sets;
-      }
+      std::size_t sourceAt = start + static_cast<std::size_t>(m.length(0));
       std::size_t end = statementEnd(sql, start);
-      std::string head = "INSERT INTO " + table + " (" + columns + ")";
-      sql = sql.substr(0, start) + head + sql.substr(start + static_cast<std::size_t>(m.length(0)), end - start - static_cast<std::size_t>(m.length(0))) +
-            conflict + sql.substr(end);
-      from = statementEnd(sql, start) + 1;
+      std::string table = m[2].str(), columns = m[3].str(), source = sql.substr(sourceAt, end - sourceAt);
+      std::string rewritten = "INSERT INTO " + table + " (" + columns + ")" + source + " ON CONFLICT DO NOTHING";
+      if (EqualsNoCase(m[1].str(), "replace") && !ReplaceInto(table, columns, source, rewritten)) return false;
+      sql = sql.substr(0, start) + rewritten + sql.substr(end);
+      from = start + rewritten.size() + 1;
     }
     return true;
   }
 
-  HRESULT CreateProject(BSTR path, VARIANT_BOOL* ok) override {
-    if (!ok) return E_POINTER;
-    SetFlag(ok, false);
-    ClearError();
-    CloseServer();
-    std::string link = BstrToUtf8(path);
-    ProjectDbError code = ProjectDbError::None;
-    std::string error;
-    if (!CreateServerProject(link, &code, &error)) {
-      SetError(code, error);
-      return S_OK;
+  // A table's column types and unique keys, as ReplaceInto needs them: read once per connection
+  // and schema, since a replace is often of one row, whose cost two more round trips would triple.
+  struct ReplaceShape {
+    std::vector<CellRow> types, keys;
+  };
+
+  const ReplaceShape* ShapeFor(const std::string& table) {
+    std::string name = table.front() == '"' ? table : LowerAscii(table);
+    auto known = replaceShapes_.find(name);
+    if (known != replaceShapes_.end()) return &known->second;
+    Params p;
+    p.Add(Cell{SQLITE_TEXT, 0, 0, name});
+    ReplaceShape shape;
+    if (!Query("SELECT a.attname::text, format_type(a.atttypid, a.atttypmod) FROM pg_attribute a WHERE a.attrelid = "
+               "to_regclass($1) AND a.attnum > 0 AND NOT a.attisdropped",
+               p, shape.types) ||
+        !Query("SELECT x.indexrelid::text, a.attname::text FROM pg_index x JOIN pg_attribute a ON a.attrelid = "
+               "x.indrelid AND a.attnum = ANY(x.indkey) WHERE x.indrelid = to_regclass($1) AND x.indisunique "
+               "ORDER BY x.indexrelid, a.attnum",
+               p, shape.keys))
+      return nullptr;
+    return &replaceShapes_.emplace(name, std::move(shape)).first->second;
+  }
+
+  // INSERT OR REPLACE INTO table (columns) source, with SQLite's meaning, which no ON CONFLICT
+  // clause has: every row that meets a new one on any unique key goes, then the new rows are
+  // inserted whole, unlisted columns taking their defaults. The new rows are read once, given
+  // their columns' types as a plain insert would (a quoted number into a number column), before
+  // the delete could change what a SELECT among them reads; the insert waits for the delete
+  // through its count. A unique key whose columns are not all listed is left out: they take their
+  // defaults, and a default key is a new one.
+  bool ReplaceInto(const std::string& table, const std::string& columns, const std::string& source, std::string& out) {
+    const ReplaceShape* shape = ShapeFor(table);
+    if (!shape) return false;
+    const std::vector<CellRow>& types = shape->types;
+    const std::vector<CellRow>& keys = shape->keys;
+    std::vector<std::string> listed;
+    std::string given, typed;
+    std::istringstream list(columns);
+    std::string column;
+    while (std::getline(list, column, ',')) {
+      column.erase(0, column.find_first_not_of(" \t"));
+      column.erase(column.find_last_not_of(" \t") + 1);
+      listed.push_back(LowerAscii(column.size() > 1 && column.front() == '"' ? column.substr(1, column.size() - 2) : column));
+      std::string name = quoted(listed.back()), cast;
+      for (const CellRow& t : types)
+        if (t[0].text == listed.back()) cast = "::" + t[1].text;
+      given += (given.empty() ? "" : ", ") + name;
+      typed += std::string(typed.empty() ? "" : ", ") + "kv_given." + name + cast + " AS " + name;
     }
-    SetFlag(ok, OpenLink(link, false));
-    return S_OK;
+    // Whether row a meets row b on a listed unique key.
+    auto meets = [&](const std::string& a, const std::string& b) {
+      std::string any;
+      for (std::size_t i = 0; i < keys.size();) {
+        std::size_t j = i;
+        bool covered = true;
+        std::string key;
+        for (; j < keys.size() && keys[j][0].text == keys[i][0].text; ++j) {
+          const std::string& name = keys[j][1].text;
+          covered = covered && std::find(listed.begin(), listed.end(), LowerAscii(name)) != listed.end();
+          key += (key.empty() ? "" : " AND ") + (a + "." + quoted(name) + " = " + b + "." + quoted(name));
+        }
+        if (covered) any += (any.empty() ? "(" : " OR (") + key + ")";
+        i = j;
+      }
+      return any;
+    };
+    if (meets("a", "b").empty()) {
+      out = "INSERT INTO " + table + " (" + columns + ")" + source;
+      return true;
+    }
+    // Of new rows that meet each other, the last one given stays, as each replaces those before.
+    std::string kept;
+    for (const std::string& name : listed) kept += (kept.empty() ? "kv_new." : ", kv_new.") + quoted(name);
+    out = "WITH kv_new AS MATERIALIZED (SELECT " + typed + ", row_number() OVER () AS kv_n FROM (" + source +
+          ") AS kv_given (" + given + ")), kv_gone AS (DELETE FROM " + table + " AS kv_old USING kv_new WHERE " +
+          meets("kv_old", "kv_new") + " RETURNING 1) INSERT INTO " + table + " (" + columns + ") SELECT " + kept +
+          " FROM kv_new WHERE (SELECT count(*) FROM kv_gone) >= 0 AND NOT EXISTS (SELECT 1 FROM kv_new AS kv_later "
+          "WHERE kv_later.kv_n > kv_new.kv_n AND (" + meets("kv_later", "kv_new") + "))";
+    return true;
   }
 
   HRESULT Repair(BSTR path, LONG* rowsSaved, VARIANT_BOOL* ok) override {
@@ -659,27 +521,15 @@ class ServerDatabase final : public ComObject<Backend> {
     return S_OK;
   }
 
+ protected:
+  bool Connected() const override { return conn_ != nullptr; }
+  void Disconnect() override { CloseServer(); }
+  bool MakeProject(const std::string& path, ProjectDbError* code, std::string* error) override {
+    return CreateServerProject(path, code, error);
+  }
+  bool OpenForWriting(const std::string& path) override { return OpenLink(path, false); }
+
  private:
-  void ClearError() {
-    errorCode_ = 0;
-    errorText_.clear();
-  }
-  void SetError(ProjectDbError code, std::string text) {
-    errorCode_ = static_cast<LONG>(code);
-    errorText_ = std::move(text);
-  }
-
-  bool RequireOpen() {
-    if (conn_) return true;
-    SetError(ProjectDbError::NotOpen, "Object invalid or no longer set: the database is not open.");
-    return false;
-  }
-
-  HRESULT RefuseClosedWrite() {
-    RequireOpen();
-    return PROJECTDB_E_NOTOPEN;
-  }
-
   // The engine's error classes under the codes callers test for; false always.
   bool Fail(const PGresult* r, const std::string& what) {
     const char* state = r ? PQresultErrorField(r, PG_DIAG_SQLSTATE) : nullptr;
@@ -774,9 +624,9 @@ class ServerDatabase final : public ComObject<Backend> {
 
   void CloseServer() {
     prepared_.clear();
-    cursors_.clear();
-    current_ = nullptr;
+    ForgetCursors();
     tables_.clear();
+    replaceShapes_.clear();
     conn_.reset();
     link_.clear();
   }
@@ -789,17 +639,12 @@ class ServerDatabase final : public ComObject<Backend> {
     return nullptr;
   }
 
-  static std::string Display(const TableInfo& t) { return WideToUtf8(t.wideName); }
   static std::string KeyName(const TableInfo& t) { return quoted(t.columns[static_cast<std::size_t>(t.keyColumn)]); }
 
-  // The key first, standing where the file back end's rowid stands, then every column.
-  static std::string ColumnList(const TableInfo& t) {
-    std::string list = KeyName(t);
-    for (const std::string& c : t.columns) list += ", " + quoted(c);
-    return list;
-  }
+  static const std::string& ColumnList(const TableInfo& t) { return t.serverColumns; }
+  static std::string SelectFrom(const TableInfo& t) { return "SELECT " + ColumnList(t) + " FROM " + quoted(t.name); }
 
-  const TableInfo* LoadTable(std::string_view name) {
+  const TableInfo* LoadTable(std::string_view name) override {
     std::string key = LowerAscii(name);
     auto found = tables_.find(key);
     if (found != tables_.end()) return found->second.get();
@@ -869,42 +714,15 @@ class ServerDatabase final : public ComObject<Backend> {
       info->indices.back().columns.push_back(info->FindColumn(part[1].text));
     }
     for (IndexInfo& ix : info->indices) ix.wideName = Utf8ToWide(ix.name);
+    // Every statement on the table names its columns; the list is long, so it is made once.
+    info->serverColumns = KeyName(*info);
+    for (const std::string& c : info->columns) info->serverColumns += ", " + quoted(c);
     return tables_.emplace(key, std::move(info)).first->second.get();
-  }
-
-  bool ReadFields(SAFEARRAY* row, const TableInfo& table, std::vector<int>& columns, Params& params, HRESULT& hr) {
-    std::vector<std::pair<int, Cell>> fields;
-    std::string unknown;
-    if (!ReadRowFields(row, table, fields, hr, unknown)) {
-      if (!unknown.empty())
-        SetError(ProjectDbError::FieldNotFound,
-                 "Item not found in this collection: no field '" + unknown + "' in " + Display(table) + ".");
-      return false;
-    }
-    for (auto& [column, cell] : fields) {
-      columns.push_back(column);
-      params.Add(cell);
-    }
-    return true;
   }
 
   // ---- Walking --------------------------------------------------------------------------------------
 
-  Cursor* Current() {
-    if (!RequireOpen()) return nullptr;
-    if (!current_) SetError(ProjectDbError::NoCurrentRecord, "No current record: no table is selected.");
-    return current_;
-  }
-
-  void Invalidate(const TableInfo* table, const Cursor* except) {
-    for (auto& [info, cursor] : cursors_)
-      if ((!table || info == table) && &cursor != except) {
-        cursor.ahead.clear();
-        cursor.aheadPos = 0;
-      }
-  }
-
-  bool TableIsEmpty(const TableInfo& table) {
+  bool TableIsEmpty(const TableInfo& table) override {
     std::vector<CellRow> rows;
     return !Query("SELECT 1 FROM " + quoted(table.name) + " LIMIT 1", {}, rows) || rows.empty();
   }
@@ -928,7 +746,7 @@ class ServerDatabase final : public ComObject<Backend> {
 
   // The rows after the current one in index order, in one statement: those equal in the first L
   // index columns and past it in column L, for every L, and those equal in all with a later key.
-  bool Fetch(Cursor& c, std::size_t limit, std::vector<CellRow>& out) {
+  bool FetchBatch(Cursor& c, std::vector<CellRow>& out) override {
     const std::size_t k = c.index->columns.size();
     auto value = [&](std::size_t j) -> const Cell& { return c.current[static_cast<std::size_t>(c.index->columns[j]) + 1]; };
     Params params;
@@ -949,64 +767,26 @@ class ServerDatabase final : public ComObject<Backend> {
         where += (where.empty() ? " WHERE (" : " OR (") + term + ")";
       }
     }
-    std::string sql = "SELECT " + ColumnList(*c.table) + " FROM " + quoted(c.table->name) + where + OrderBy(c) +
-                      " LIMIT " + std::to_string(limit);
+    std::string sql = SelectFrom(*c.table) + where + OrderBy(c) +
+                      " LIMIT " + std::to_string(c.nextBatch);
     return Query(sql, params, out);
   }
 
-  bool StepForward(Cursor& c, bool& found) {
-    found = false;
-    using State = Cursor::State;
-    if (c.state == State::AfterLast || c.state == State::NoMatch) {
-      SetError(ProjectDbError::NoCurrentRecord, "No current record.");
-      return false;
-    }
-    return c.Advance(found, 256, [&](std::vector<CellRow>& batch) { return Fetch(c, c.nextBatch, batch); });
-  }
-
-  HRESULT Answer(Cursor& c, LONG count, SAFEARRAY** row, VARIANT_BOOL* found) {
-    bool got = false;
-    for (LONG i = 0; i < count; ++i)
-      if (!StepForward(c, got) || !got) return S_OK;
-    *row = ProjectDatabaseImpl::MakeRow(*c.table, c.current);
-    SetFlag(found, true);
-    return *row ? S_OK : E_OUTOFMEMORY;
-  }
-
-  HRESULT SeekKeys(const VARIANT* const* keys, int count, SAFEARRAY** row, VARIANT_BOOL* found) {
-    if (!row || !found) return E_POINTER;
-    *row = nullptr;
-    SetFlag(found, false);
-    ClearError();
-    Cursor* c = Current();
-    if (!c) return S_OK;
-    const std::vector<int>& cols = c->index->columns;
-    if (count > static_cast<int>(std::max<std::size_t>(cols.size(), 1))) return E_INVALIDARG;
+  bool SeekRow(const Cursor& c, const std::vector<Cell>& keys, std::vector<CellRow>& rows) override {
+    const std::vector<int>& cols = c.index->columns;
     Params params;
     std::string where;
-    for (int i = 0; i < count; ++i) {
-      Cell value;
-      if (!Cell::FromVariant(*keys[i], value)) return DISP_E_TYPEMISMATCH;
-      std::string column = cols.empty() ? KeyName(*c->table) : IndexColumn(*c, static_cast<std::size_t>(i));
-      where += (i ? " AND " : " WHERE ") + Matches(column, value, params);
+    for (std::size_t i = 0; i < keys.size(); ++i) {
+      std::string column = cols.empty() ? KeyName(*c.table) : IndexColumn(c, i);
+      where += (i ? " AND " : " WHERE ") + Matches(column, keys[i], params);
     }
-    std::vector<CellRow> rows;
-    if (!Query("SELECT " + ColumnList(*c->table) + " FROM " + quoted(c->table->name) + where + OrderBy(*c) + " LIMIT 1",
-               params, rows)) {
-      // A key that cannot be a value of its column (text for a number) matches no row, as in a file.
-      if (errorCode_ != static_cast<LONG>(ProjectDbError::SyntaxError)) return S_OK;
-      ClearError();
-    }
-    c->Forget();
-    if (rows.empty()) {
-      c->state = Cursor::State::NoMatch;
-      return S_OK;
-    }
-    c->state = Cursor::State::OnRow;
-    c->current = std::move(rows.front());
-    *row = ProjectDatabaseImpl::MakeRow(*c->table, c->current);
-    SetFlag(found, true);
-    return *row ? S_OK : E_OUTOFMEMORY;
+    if (Query(SelectFrom(*c.table) + where + OrderBy(c) + " LIMIT 1",
+              params, rows))
+      return true;
+    // A key that cannot be a value of its column (text for a number) matches no row, as in a file.
+    if (errorCode_ != static_cast<LONG>(ProjectDbError::SyntaxError)) return false;
+    ClearError();
+    return true;
   }
 
   Conn conn_;
@@ -1014,11 +794,8 @@ class ServerDatabase final : public ComObject<Backend> {
   long statementsMade_ = 0;
   std::string link_;
   std::string setup_;  // the session settings, given again after a reconnection
-  LONG errorCode_ = 0;
-  std::string errorText_;
   std::map<std::string, std::unique_ptr<TableInfo>> tables_;
-  std::map<const TableInfo*, Cursor> cursors_;
-  Cursor* current_ = nullptr;
+  std::map<std::string, ReplaceShape> replaceShapes_;  // by the table's name as statements give it
 };
 
 // A schema name from the project folder's name, unique on the server.
@@ -1093,6 +870,44 @@ bool CreateServerProject(const std::string& path, ProjectDbError* code, std::str
     return false;
   }
   return true;
+}
+
+bool DropServerProject(const std::string& path, std::string* schema, std::string* error) {
+  std::string conninfo;
+  if (!readLink(path, conninfo)) {
+    *error = "'" + path + "' is no link to a server project.";
+    return false;
+  }
+  std::string detail;
+  Conn conn = connect(conninfo, &detail);
+  if (!conn) {
+    *error = "Cannot reach the database server: " + detail;
+    return false;
+  }
+  Result named(PQexec(conn.get(), "SELECT current_schema()"));
+  if (!named || PQresultStatus(named.get()) != PGRES_TUPLES_OK || PQntuples(named.get()) != 1 ||
+      PQgetisnull(named.get(), 0, 0)) {
+    *error = "The link names no schema on the server.";
+    return false;
+  }
+  std::string name = PQgetvalue(named.get(), 0, 0);
+  // A link written by hand may name a schema that holds more than one project's tables, or none
+  // of ours: only a schema made for one project is dropped.
+  if (name.rfind("kvp_", 0) != 0) {
+    *error = "The schema " + name + " was not made for one project, so it is left for the server's administrator.";
+    return false;
+  }
+  *schema = name;
+  // A designer still working in the project holds its tables; the drop waits for them as a write
+  // would, then gives up rather than hang.
+  char* escaped = PQescapeIdentifier(conn.get(), name.c_str(), name.size());
+  if (!escaped) {
+    *error = PQerrorMessage(conn.get());
+    return false;
+  }
+  std::string sql = "SET lock_timeout = " + std::to_string(lockPatienceMs()) + "; DROP SCHEMA " + escaped + " CASCADE";
+  PQfreemem(escaped);
+  return run(conn.get(), sql, error);
 }
 
 bool ResyncServerKeys(ProjectDatabase& server) {

@@ -1,78 +1,10 @@
-// ProjectDatabase: rows between SQLite and name/value arrays, the writes on the current row, and
-// SQL statements and queries.
-#include <algorithm>
-
+// ProjectDatabase on a file: reading a row by its key, the writes on the current row, and SQL
+// statements and queries (the rows callers receive are made in engine.cpp, for both engines).
 #include "impl.h"
 
 namespace kvprojectdb {
 
-namespace {
-
-// Nearly all stored text is ASCII: it is widened straight into the BSTR, without a wide copy.
-// One pass: the text is widened as it is checked, and only a text found not to be ASCII is
-// converted again.
-BSTR TextToBstr(const std::string& text) {
-  BSTR out = SysAllocStringLen(nullptr, static_cast<std::uint32_t>(text.size()));
-  if (!out) return out;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    auto ch = static_cast<unsigned char>(text[i]);
-    if (ch >= 0x80) {
-      SysFreeString(out);
-      std::wstring wide = Utf8ToWide(text);
-      return SysAllocStringLen(wide.data(), static_cast<std::uint32_t>(wide.size()));
-    }
-    out[i] = static_cast<OLECHAR>(ch);
-  }
-  return out;
-}
-
-}  // namespace
-
 // ---- Rows -------------------------------------------------------------------------------------------
-
-VARIANT ProjectDatabaseImpl::CellToVariant(const Cell& c, bool boolean) {
-  VARIANT v;
-  VariantInit(&v);
-  switch (c.type) {
-    case SQLITE_INTEGER:
-      if (boolean) {
-        v.vt = VT_BOOL;
-        v.boolVal = c.i ? VARIANT_TRUE : VARIANT_FALSE;
-      } else if (c.i >= INT32_MIN && c.i <= INT32_MAX) {
-        v.vt = VT_I4;
-        v.lVal = static_cast<LONG>(c.i);
-      } else {
-        v.vt = VT_R8;
-        v.dblVal = static_cast<double>(c.i);
-      }
-      break;
-    case SQLITE_FLOAT:
-      v.vt = VT_R8;
-      v.dblVal = c.d;
-      break;
-    case SQLITE_TEXT:
-      v.vt = VT_BSTR;
-      v.bstrVal = TextToBstr(c.text);
-      break;
-    default: v.vt = VT_NULL;
-  }
-  return v;
-}
-
-SAFEARRAY* ProjectDatabaseImpl::MakeRow(const TableInfo& table, const CellRow& row) {
-  std::size_t n = table.columns.size();
-  SAFEARRAY* array = SafeArrayCreateVector(VT_VARIANT, 0, static_cast<ULONG>(2 * n));
-  if (!array) return nullptr;
-  auto* items = static_cast<VARIANT*>(array->pvData);
-  if (table.rowNames.empty())
-    for (const std::wstring& name : table.wideColumns) table.rowNames.add(name);
-  for (std::size_t i = 0; i < n; ++i) {
-    items[2 * i].vt = VT_BSTR;
-    items[2 * i].bstrVal = table.rowNames.share(i);
-    if (i + 1 < row.size()) items[2 * i + 1] = CellToVariant(row[i + 1], table.boolean[i]);
-  }
-  return array;
-}
 
 bool ProjectDatabaseImpl::ReadRowById(const TableInfo& table, std::int64_t rowid, CellRow& out) {
   if (!table.byRowid) table.byRowid = Prepare(SelectFrom(table) + " WHERE rowid = ?1");
@@ -92,145 +24,59 @@ bool ProjectDatabaseImpl::ReadRowById(const TableInfo& table, std::int64_t rowid
   return true;
 }
 
-// A malformed array is the caller's bug (E_INVALIDARG); an unknown name is a database error.
-bool ReadRowFields(SAFEARRAY* row, const TableInfo& table, std::vector<std::pair<int, Cell>>& fields, HRESULT& hr,
-                   std::string& unknown) {
-  hr = S_OK;
-  if (!row || row->cDims != 1 || row->rgsabound[0].cElements % 2 != 0) {
-    hr = E_INVALIDARG;
-    return false;
-  }
-  auto* items = static_cast<VARIANT*>(row->pvData);
-  for (ULONG i = 0; i < row->rgsabound[0].cElements; i += 2) {
-    if (items[i].vt != VT_BSTR) {
-      hr = E_INVALIDARG;
-      return false;
-    }
-    std::string name = BstrToUtf8(items[i].bstrVal);
-    int column = table.FindColumn(name);
-    if (column < 0) {
-      unknown = name;
-      return false;
-    }
-    Cell cell;
-    if (!Cell::FromVariant(items[i + 1], cell)) {
-      hr = DISP_E_TYPEMISMATCH;
-      return false;
-    }
-    if (column != table.keyColumn) fields.emplace_back(column, std::move(cell));
-  }
-  return true;
-}
-
-bool ProjectDatabaseImpl::ReadFields(SAFEARRAY* row, const TableInfo& table,
-                                     std::vector<std::pair<int, Cell>>& fields, HRESULT& hr) {
-  std::string unknown;
-  if (ReadRowFields(row, table, fields, hr, unknown)) return true;
-  if (!unknown.empty())
-    SetError(ProjectDbError::FieldNotFound, "Item not found in this collection: no field '" + unknown + "' in " + table.name + ".");
-  return false;
-}
-
 // ---- Writes -------------------------------------------------------------------------------------------
 
 HRESULT ProjectDatabaseImpl::AddRecord(SAFEARRAY* row, LONG, SAFEARRAY** outRow, VARIANT_BOOL* ok) {
   if (!outRow || !ok) return E_POINTER;
   *outRow = nullptr;
   SetFlag(ok, false);
-  ClearError();
-  if (!db_) return RefuseClosedWrite();
-  Cursor* cursor = Current();
-  if (!cursor) return S_OK;
-  const TableInfo& table = *cursor->table;
-  std::vector<std::pair<int, Cell>> fields;
+  Fields fields;
   HRESULT hr;
-  if (!ReadFields(row, table, fields, hr)) return hr;
-  std::string names, marks;
-  for (std::size_t i = 0; i < fields.size(); ++i) {
-    names += (i ? ", \"" : "\"") + table.columns[fields[i].first] + "\"";
-    marks += i ? ", ?" : "?";
-  }
-  std::string sql = fields.empty() ? "INSERT INTO \"" + table.name + "\" DEFAULT VALUES"
-                                   : "INSERT INTO \"" + table.name + "\" (" + names + ") VALUES (" + marks + ")";
-  sqlite3_stmt* s = Prepare(sql + " RETURNING rowid, *");
+  Cursor* cursor = StartWrite(row, &fields, false, hr);
+  if (!cursor) return hr;
+  sqlite3_stmt* s = Prepare(InsertSql(*cursor->table, fields, '?') + " RETURNING rowid, *");
   if (!s) return S_OK;
   for (std::size_t i = 0; i < fields.size(); ++i) fields[i].second.Bind(s, static_cast<int>(i) + 1);
   CellRow stored;
-  if (!RunReturning(s, table, stored)) return S_OK;
-  Invalidate(&table, cursor);
-  cursor->Forget();
-  cursor->state = Cursor::State::OnRow;
-  cursor->current = std::move(stored);
-  *outRow = MakeRow(table, cursor->current);
-  SetFlag(ok, true);
-  return *outRow ? S_OK : E_OUTOFMEMORY;
+  if (!RunReturning(s, *cursor->table, stored)) return S_OK;
+  return FinishWrite(*cursor, std::move(stored), true, outRow, ok);
 }
 
 HRESULT ProjectDatabaseImpl::UpdateRecord(SAFEARRAY* row, SAFEARRAY** outRow, VARIANT_BOOL* ok) {
   if (!outRow || !ok) return E_POINTER;
   *outRow = nullptr;
   SetFlag(ok, false);
-  ClearError();
-  if (!db_) return RefuseClosedWrite();
-  Cursor* cursor = Current();
-  if (!cursor) return S_OK;
-  const TableInfo& table = *cursor->table;
-  std::vector<std::pair<int, Cell>> fields;
+  Fields fields;
   HRESULT hr;
-  if (!ReadFields(row, table, fields, hr)) return hr;
-  if (cursor->state != Cursor::State::OnRow) {
-    SetError(ProjectDbError::NoCurrentRecord, "No current record.");
-    return S_OK;
-  }
+  Cursor* cursor = StartWrite(row, &fields, true, hr);
+  if (!cursor) return hr;
+  const TableInfo& table = *cursor->table;
   std::int64_t rowid = cursor->current[0].i;
-  std::string sets;
-  for (std::size_t i = 0; i < fields.size(); ++i)
-    sets += (i ? ", \"" : "\"") + table.columns[fields[i].first] + "\" = ?";
   CellRow stored;
   if (fields.empty()) {
     if (!ReadRowById(table, rowid, stored)) return S_OK;
   } else {
-    sqlite3_stmt* s = Prepare("UPDATE \"" + table.name + "\" SET " + sets + " WHERE rowid = ?" +
-                              std::to_string(fields.size() + 1) + " RETURNING rowid, *");
+    sqlite3_stmt* s = Prepare(UpdateSql(table, fields, '?', "rowid") + " RETURNING rowid, *");
     if (!s) return S_OK;
     for (std::size_t i = 0; i < fields.size(); ++i) fields[i].second.Bind(s, static_cast<int>(i) + 1);
     sqlite3_bind_int64(s, static_cast<int>(fields.size()) + 1, rowid);
     if (!RunReturning(s, table, stored)) return S_OK;
-    if (stored.empty()) {
-      SetError(ProjectDbError::NoCurrentRecord, "No current record: the row was deleted elsewhere.");
-      return S_OK;
-    }
+    if (stored.empty()) return RowGoneElsewhere();
   }
-  Invalidate(&table, cursor);
-  cursor->current = std::move(stored);
-  *outRow = MakeRow(table, cursor->current);
-  SetFlag(ok, true);
-  return *outRow ? S_OK : E_OUTOFMEMORY;
+  return FinishWrite(*cursor, std::move(stored), false, outRow, ok);
 }
 
 HRESULT ProjectDatabaseImpl::DeleteRecord(VARIANT_BOOL* done) {
   if (!done) return E_POINTER;
   SetFlag(done, false);
-  ClearError();
-  if (!db_) return RefuseClosedWrite();
-  Cursor* cursor = Current();
-  if (!cursor) return S_OK;
-  if (cursor->state != Cursor::State::OnRow) {
-    SetError(ProjectDbError::NoCurrentRecord, "No current record.");
-    return S_OK;
-  }
+  HRESULT hr;
+  Cursor* cursor = StartWrite(nullptr, nullptr, true, hr);
+  if (!cursor) return hr;
   sqlite3_stmt* s = Prepare("DELETE FROM \"" + cursor->table->name + "\" WHERE rowid = ?1");
   if (!s) return S_OK;
   sqlite3_bind_int64(s, 1, cursor->current[0].i);
   if (!Run(s)) return S_OK;
-  if (sqlite3_changes(db_.get()) == 0) {
-    SetError(ProjectDbError::NoCurrentRecord, "No current record: the row was deleted elsewhere.");
-    return S_OK;
-  }
-  Invalidate(cursor->table, cursor);
-  cursor->state = Cursor::State::Gap;
-  SetFlag(done, true);
-  return S_OK;
+  return FinishDelete(*cursor, sqlite3_changes(db_.get()) != 0, done);
 }
 
 // ---- SQL ----------------------------------------------------------------------------------------------
@@ -318,8 +164,7 @@ HRESULT ProjectDatabaseImpl::Execute(BSTR sql, VARIANT_BOOL* ok) {
   if (ownTransaction && !Commit()) return S_OK;
   Invalidate(nullptr, nullptr);
   if (schemaChanged) {
-    cursors_.clear();
-    current_ = nullptr;
+    ForgetCursors();
     tables_.clear();
     statements_.clear();
   }

@@ -197,6 +197,21 @@ Value retire(Environment&, Args args) {
   return Value::string(path + ".moved");
 }
 
+// (kvdb-drop link): drops the server schema of the project LINK names, closing this process's
+// connection to it first; the schema's name, or a LISP error that names it and says how to drop it
+// by hand. The link file stays.
+Value drop(Environment&, Args args) {
+  const std::string& path = kvlisp::argString(args, 0);
+  if (!IsLinkPath(path)) fail("kvdb-drop", "'" + path + "' is no link to a server project.");
+  ForgetProjectConnection(path);
+  std::string schema, error;
+  if (!DropServerProject(path, &schema, &error))
+    fail("kvdb-drop", schema.empty() ? error
+                                     : "the server keeps schema " + schema + " (" + error +
+                                           "); its administrator can drop it with: DROP SCHEMA " + schema + " CASCADE");
+  return Value::string(schema);
+}
+
 const kvlisp::NativeDef kFunctions[] = {
     {"kvdb-checksum", "(kvdb-checksum path)",
      "For every table of the project at PATH, by name: (table rows checksum).", checksums},
@@ -205,6 +220,8 @@ const kvlisp::NativeDef kFunctions[] = {
      "proves the copy by row counts and checksums; the figures, as kvdb-checksum gives them.",
      copy},
     {"kvdb-retire", "(kvdb-retire path)", "Closes the project at PATH and renames its file to PATH.moved.", retire},
+    {"kvdb-drop", "(kvdb-drop link)",
+     "Drops the server schema of the project LINK names (the link file stays); the schema's name.", drop},
 };
 
 const kvlisp::NativeRegistrar registrar(kFunctions);

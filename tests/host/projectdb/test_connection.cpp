@@ -227,6 +227,45 @@ TEST_F(Connection, SqlInTheAccessDialectRunsAsWritten) {
   EXPECT_EQ(LastError().first, 0);  // the next call clears the error
 }
 
+// INSERT OR REPLACE removes every row the new one meets on any unique key, then inserts it whole:
+// columns it does not list are not kept from a replaced row but take their defaults.
+TEST_F(Connection, InsertOrReplaceRemovesEveryConflictingRowAndKeepsNoUnlistedColumn) {
+  ASSERT_TRUE(Execute(L"INSERT INTO tblGlobal (ixGlobal, sKey, bNumeric, sText, dNumber) VALUES (900, 'K1', 0, 'one', 5); "
+                      L"INSERT INTO tblGlobal (ixGlobal, sKey, bNumeric, sText) VALUES (901, 'K2', 0, 'two')"));
+  long before = Query(L"select count(*) from tblGlobal")[0].lVal;
+  // Meets row 900 on the key and row 901 on sKey: both go, one row comes.
+  ASSERT_TRUE(Execute(L"INSERT OR REPLACE INTO tblGlobal (ixGlobal, sKey, bNumeric) VALUES (900, 'K2', -1)"));
+  EXPECT_EQ(Query(L"select count(*) from tblGlobal")[0].lVal, before - 1);
+  std::vector<_variant_t> key = Query(L"select sKey from tblGlobal where ixGlobal = 900");
+  ASSERT_EQ(key.size(), 1u);
+  EXPECT_EQ(std::wstring(key[0].bstrVal), L"K2");
+  EXPECT_EQ(Query(L"select ixGlobal from tblGlobal where sKey = 'K1' or ixGlobal = 901").size(), 0u);
+  EXPECT_EQ(Query(L"select sText from tblGlobal where ixGlobal = 900")[0].vt, VT_NULL);
+  EXPECT_EQ(Query(L"select dNumber from tblGlobal where ixGlobal = 900")[0].vt, VT_NULL);
+  // Meeting nothing, it is a plain insert; meeting on the text key alone, the new row has a new key.
+  ASSERT_TRUE(Execute(L"INSERT OR REPLACE INTO tblGlobal (sKey, bNumeric, sText) VALUES ('K3', 0, 'three')"));
+  ASSERT_TRUE(Execute(L"INSERT OR REPLACE INTO tblGlobal (sKey, bNumeric) VALUES ('K2', 0)"));
+  EXPECT_EQ(Query(L"select count(*) from tblGlobal")[0].lVal, before);
+  EXPECT_EQ(Query(L"select ixGlobal from tblGlobal where ixGlobal = 900").size(), 0u);
+  EXPECT_EQ(Query(L"select sText from tblGlobal where sKey = 'K2'")[0].vt, VT_NULL);
+  // Values are stored as a plain insert would store them: a quoted number in a number column.
+  ASSERT_TRUE(Execute(L"INSERT OR REPLACE INTO tblGlobal (ixGlobal, sKey, bNumeric, dNumber) VALUES ('950', 'K4', '0', '2.5')"));
+  std::vector<_variant_t> number = Query(L"select dNumber from tblGlobal where ixGlobal = 950");
+  ASSERT_EQ(number.size(), 1u);
+  EXPECT_EQ(number[0].vt, VT_R8);
+  EXPECT_EQ(number[0].dblVal, 2.5);
+  // New rows that meet each other: the last one given stays.
+  ASSERT_TRUE(Execute(L"INSERT OR REPLACE INTO tblGlobal (sKey, bNumeric, sText) VALUES ('K5', 0, 'a'), ('K6', 0, 'b'), "
+                      L"('K5', 0, 'c')"));
+  std::vector<_variant_t> k5 = Query(L"select sText from tblGlobal where sKey = 'K5'");
+  ASSERT_EQ(k5.size(), 1u);
+  EXPECT_EQ(std::wstring(k5[0].bstrVal), L"c");
+  EXPECT_EQ(Query(L"select sText from tblGlobal where sKey = 'K6'").size(), 1u);
+  // Several statements with a replace among them still commit together or not at all.
+  EXPECT_FALSE(Execute(L"INSERT OR REPLACE INTO tblGlobal (sKey, bNumeric) VALUES ('K3', 0); update tblNothing set x = 1"));
+  EXPECT_EQ(std::wstring(Query(L"select sText from tblGlobal where sKey = 'K3'")[0].bstrVal), L"three");
+}
+
 TEST_F(Connection, MalformedCallsFailAndDatabaseErrorsAreRecorded) {
   ASSERT_TRUE(SetTable(L"tblDuct"));
   SAFEARRAY* out = nullptr;

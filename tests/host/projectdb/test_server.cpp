@@ -43,6 +43,19 @@ class Server : public ProjectFixture {
     std::getline(in, line);
     return line;
   }
+
+  // Whether the server holds a schema of that name, asked on a connection of the test's own.
+  static bool SchemaExists(const std::string& schema) {
+    PGconn* admin = PQconnectdb(std::getenv("KV_PROJECTDB_SERVER"));
+    EXPECT_EQ(PQstatus(admin), CONNECTION_OK) << PQerrorMessage(admin);
+    const char* values[] = {schema.c_str()};
+    PGresult* r = PQexecParams(admin, "SELECT count(*) FROM pg_namespace WHERE nspname = $1", 1, nullptr, values, nullptr,
+                               nullptr, 0);
+    bool exists = PQresultStatus(r) == PGRES_TUPLES_OK && std::string(PQgetvalue(r, 0, 0)) == "1";
+    PQclear(r);
+    PQfinish(admin);
+    return exists;
+  }
 };
 
 TEST_F(Server, ARowLockedByAnotherDesignerIsADiskOrNetworkErrorAfterTheWait) {
@@ -76,12 +89,6 @@ TEST_F(Server, InsertOrReplaceAndOrIgnoreKeepSqlitesMeaning) {
   ASSERT_EQ(trees.size(), 2u);
   EXPECT_EQ(std::wstring(trees[0].bstrVal), L"c");
   EXPECT_EQ(std::wstring(trees[1].bstrVal), L"z");
-  // On a table with a whole-number key, the key decides which row is replaced.
-  ASSERT_TRUE(Execute(L"INSERT OR REPLACE INTO tblMonth (ixMonth, iMonth, sName) VALUES (1, 0, 'Jan')"));
-  std::vector<_variant_t> name = Query(L"SELECT sName FROM tblMonth WHERE ixMonth = 1");
-  ASSERT_EQ(name.size(), 1u);
-  EXPECT_EQ(std::wstring(name[0].bstrVal), L"Jan");
-  EXPECT_EQ(Query(L"SELECT count(*) FROM tblMonth").front().lVal, 12);
 }
 
 TEST_F(Server, ACutConnectionFailsOneCallAndIsMadeAgainByTheNext) {
@@ -202,7 +209,8 @@ TEST_F(Server, AProjectMovedToTheServerAndBackIsIdenticalTableByTable) {
   env.load("lisp/kv_hvac-server.lsp");
   auto eval = [&](const std::string& source) { return env.evalString(source).print(); };
   std::string folder = "\"" + folder_.string() + "\"";
-  std::string file = folder_.string() + "/office_kv_hvac.kv";
+  // A name of its own, so that the schemas made for it can be told from other tests' on the server.
+  std::string file = folder_.string() + "/moving_kv_hvac.kv";
   ASSERT_EQ(eval("(kvdb-create \"" + file + "\")"), "T");
   for (const char* sql :
        {R"(INSERT INTO tblDuct (WIDTH, FIT1, bDeleted, DISTANCE1, OFFSET) VALUES (12.5, 'it''s \"x\" [a]', -1, 1, NULL))",
@@ -213,6 +221,23 @@ TEST_F(Server, AProjectMovedToTheServerAndBackIsIdenticalTableByTable) {
         R"(INSERT INTO tblKvTree (sName, sTree) VALUES ('floor', '((1 \"A\"))'))"})
     ASSERT_EQ(eval("(kvdb-execute \"" + file + "\" \"" + sql + "\")"), "T") << sql;
   std::string before = eval("(kvdb-checksum \"" + file + "\")");
+
+  // A table the server cannot take (a column named like one of its own) stops the move; the
+  // schema made for it goes again and the file stays the project.
+  auto projectSchemas = [] {
+    PGconn* admin = PQconnectdb(std::getenv("KV_PROJECTDB_SERVER"));
+    PGresult* r = PQexec(admin, "SELECT count(*) FROM pg_namespace WHERE nspname LIKE 'kvp\\_moving\\_kv\\_hvac\\_%'");
+    std::string count = PQresultStatus(r) == PGRES_TUPLES_OK ? PQgetvalue(r, 0, 0) : "?";
+    PQclear(r);
+    PQfinish(admin);
+    return count;
+  };
+  std::string schemas = projectSchemas();
+  ASSERT_EQ(eval("(kvdb-execute \"" + file + "\" \"CREATE TABLE tblOdd (ix INTEGER PRIMARY KEY, ctid TEXT)\")"), "T");
+  EXPECT_EQ(eval("(kv_hvac-server-toServer " + folder + " nil)"), "nil");
+  EXPECT_EQ(projectSchemas(), schemas);
+  EXPECT_EQ(eval("(kvdb-find " + folder + " \"kv_hvac\")"), "\"" + file + "\"");
+  ASSERT_EQ(eval("(kvdb-execute \"" + file + "\" \"DROP TABLE tblOdd\")"), "T");
 
   std::string moved = eval("(kv_hvac-server-toServer " + folder + " nil)");
   EXPECT_EQ(moved, before);
@@ -231,12 +256,45 @@ TEST_F(Server, AProjectMovedToTheServerAndBackIsIdenticalTableByTable) {
   db_->Close(&done);
   std::string onServer = eval("(kvdb-checksum \"" + link + "\")");
   EXPECT_NE(onServer, before);
+  std::string schema = eval("(car (kvdb-query \"" + link + "\" \"SELECT current_schema()\"))");
+  schema = schema.substr(1, schema.size() - 2);
+  ASSERT_TRUE(SchemaExists(schema)) << schema;
 
+  // A move back that cannot finish leaves the project on the server, link and schema, as it was.
+  ASSERT_EQ(eval("(kvdb-execute \"" + link + "\" \"CREATE TABLE sqlite_kept (ix INTEGER PRIMARY KEY)\")"), "T");
+  EXPECT_EQ(eval("(kv_hvac-server-toFile " + folder + ")"), "nil");
+  EXPECT_EQ(eval("(kvdb-find " + folder + " \"kv_hvac\")"), "\"" + link + "\"");
+  EXPECT_FALSE(std::filesystem::exists(file));
+  EXPECT_TRUE(SchemaExists(schema));
+  ASSERT_EQ(eval("(kvdb-execute \"" + link + "\" \"DROP TABLE sqlite_kept\")"), "T");
+
+  // Once every table is proved in the file, the server's copy goes and the link is kept aside.
   EXPECT_EQ(eval("(kv_hvac-server-toFile " + folder + ")"), onServer);
+  EXPECT_FALSE(SchemaExists(schema));
+  EXPECT_TRUE(std::filesystem::exists(link + ".moved"));
   EXPECT_EQ(eval("(kvdb-find " + folder + " \"kv_hvac\")"), "\"" + file + "\"");
   EXPECT_EQ(eval("(kvdb-checksum \"" + file + "\")"), onServer);
   // A folder whose project is already in a file is not moved to a file again.
   EXPECT_EQ(eval("(kv_hvac-server-toFile " + folder + ")"), "nil");
+}
+
+// Only a schema made for one project is dropped: a link written by hand to a shared schema is
+// refused, and the error says what the server keeps.
+TEST_F(Server, DroppingALinkedProjectTouchesOnlyItsOwnSchema) {
+  kvlisp::Environment env;
+  CreateProject();
+  std::string schema = env.evalString("(kvdb-drop \"" + file_ + "\")").print();
+  EXPECT_EQ(schema.rfind("\"kvp_", 0), 0u) << schema;
+  EXPECT_FALSE(SchemaExists(schema.substr(1, schema.size() - 2)));
+  std::string shared = (folder_ / "shared_kv_hvac.kvlink").string();
+  std::ofstream(shared) << std::getenv("KV_PROJECTDB_SERVER") << " options='-csearch_path=public'\n";
+  try {
+    env.evalString("(kvdb-drop \"" + shared + "\")");
+    ADD_FAILURE() << "a shared schema was dropped";
+  } catch (const kvlisp::Error& e) {
+    EXPECT_NE(std::string(e.what()).find("public was not made for one project"), std::string::npos) << e.what();
+  }
+  EXPECT_TRUE(SchemaExists("public"));
 }
 
 }  // namespace

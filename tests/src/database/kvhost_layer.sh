@@ -1,11 +1,14 @@
 #!/bin/sh
 # End to end in kvhost: a layer key resolved into a new project's drawing, and a folder with no
 # database or two candidate databases connecting nothing. Usage: kvhost_layer.sh KVHOST WORKDIR
+# With KV_PROJECTDB_SERVER set, the projects are made on that server behind link files.
 set -u
 kvhost=$1
 work=$2
 rm -rf "$work" && mkdir -p "$work/new" "$work/none" "$work/two" || exit 1
 fail() { echo "FAIL $*"; exit 1; }
+ext=kv
+[ -n "${KV_PROJECTDB_SERVER:-}" ] && ext=kvlink
 
 # kvhost makes the project file of a folder that has none.
 out=$("$kvhost" --project "$work/new" --open "$work/new/a.dwg" \
@@ -13,7 +16,7 @@ out=$("$kvhost" --project "$work/new" --open "$work/new/a.dwg" \
   -e "(kvhost-export-dxf \"$work/new/a.dxf\")") || fail "kvhost: $out"
 echo "$out" | grep -q '\[M-ROOM-OTLN\]' || fail "layer name not printed: $out"
 grep -qx 'M-ROOM-OTLN' "$work/new/a.dxf" || fail "layer M-ROOM-OTLN not in the drawing"
-[ -f "$work/new/new_kv_hvac.kv" ] || fail "no project file made for the new project"
+[ -f "$work/new/new_kv_hvac.$ext" ] || fail "no project file made for the new project"
 
 # A new project's own layer system resolves its ductwork keys without falling back to "0".
 out=$("$kvhost" --project "$work/new" --open "$work/new/a.dwg" \
@@ -25,7 +28,7 @@ echo "$out" | grep -q 'does not exist' && fail "a key of system 1 is missing: $o
 
 # A layer row whose line weight is no weight makes the layer with the default weight.
 out=$("$kvhost" --project "$work/new" --open "$work/new/b.dwg" \
-  -e "(kvdb-execute \"$work/new/new_kv_hvac.kv\" \"update tblLayer set sLineweight = '9999' where sName = 'M-ROOM-LEAD'\")" \
+  -e "(kvdb-execute \"$work/new/new_kv_hvac.$ext\" \"update tblLayer set sLineweight = '9999' where sName = 'M-ROOM-LEAD'\")" \
   -e '(princ (strcat "[" (kv_hvac-getLayer "ROOM LEADER" nil) "]"))' \
   -e "(kvhost-export-dxf \"$work/new/b.dxf\")") || fail "kvhost: $out"
 echo "$out" | grep -q '\[M-ROOM-LEAD\]' || fail "layer with a bad weight not made: $out"
@@ -40,7 +43,7 @@ expect_unconnected() {
   echo "$out" | grep -q '(result nil)' || fail "a layer came back in $1: $out"
 }
 expect_unconnected "$work/none"
-"$kvhost" -e "(kvdb-create \"$work/two/a_kv_hvac.kv\")" -e "(kvdb-create \"$work/two/b_kv_hvac.kv\")" >/dev/null \
+"$kvhost" -e "(kvdb-create \"$work/two/a_kv_hvac.$ext\")" -e "(kvdb-create \"$work/two/b_kv_hvac.$ext\")" >/dev/null \
   || fail "cannot create the two candidates"
 expect_unconnected "$work/two"
 echo "PASS"

@@ -2,14 +2,18 @@
 # End to end in kvhost, through the module's LISP rows and guard: the Project Explorer over a
 # project of three drawings hands a pick back to LISP, and the diffuser blocks dialog moves the
 # schedule rows of a deleted kind to the layer's replacement on OK only (read back with Python's
-# sqlite3). Usage: explorer_blocks_kvhost.sh KVHOST WORKDIR
+# sqlite3, or psql for a project on the server KV_PROJECTDB_SERVER names).
+# Usage: explorer_blocks_kvhost.sh KVHOST WORKDIR
 set -u
 kvhost=$1
 work=$2
 rm -rf "$work" && mkdir -p "$work/p" || exit 1
 XDG_CONFIG_HOME="$work/config"; export XDG_CONFIG_HOME
 fail() { echo "FAIL $*"; exit 1; }
-file="$work/p/p_kv_hvac.kv"
+ext=kv
+[ -n "${KV_PROJECTDB_SERVER:-}" ] && ext=kvlink
+file="$work/p/p_kv_hvac.$ext"
+PYTHONPATH="$(dirname "$0")/../.."; export PYTHONPATH
 host() { "$kvhost" --project "$work/p" --open "$work/p/a.dwg" "$@"; }
 
 host -e '(setq f (projectdb-currentFile))' \
@@ -28,7 +32,7 @@ out=$(host -e '(kvhost-input "click #1")' -e '(prin1 (kv_hvac-ProjectExplorer 0 
 echo "$out" | grep -qF '(("state" . 1) ("ixL" . 0) ("devType" . 2))' || fail "Exit on a heading: $out"
 
 schedule() {
-  python3 -c "import sqlite3,sys; c=sqlite3.connect(sys.argv[1]); print([r[0] for r in c.execute('select ixDwgDiff from tblDiffS order by ixDiffS')], [r[0] for r in c.execute('select ixDwgDiff from tblDwgDiff order by ixDwgDiff')])" "$file"
+  python3 -c "import sys; from projectrows import query as q; print([r[0] for r in q(sys.argv[1], 'select ixDwgDiff from tblDiffS order by ixDiffS')], [r[0] for r in q(sys.argv[1], 'select ixDwgDiff from tblDwgDiff order by ixDwgDiff')])" "$file"
 }
 out=$(host -e '(kvhost-input "click #1052" "click #2")' -e '(kv_hvac-dwgDiff)') || fail "kvhost: $out"
 [ "$(schedule)" = "[1, 1] [1, 2]" ] || fail "Cancel changed the tables: $(schedule)"

@@ -1,17 +1,15 @@
 #!/usr/bin/env python3
-"""Reads the rows the duct system scenario left in its project file with Python's own sqlite3,
-outside our code, and checks what the module and the application layer wrote. Prints PASS."""
-import glob
-import sqlite3
+"""Reads the rows the duct system scenario left in its project database outside our code (Python's
+own sqlite3 for a file, psql for a server project), and checks what the module and the
+application layer wrote. Prints PASS."""
+import os
 import sys
 
-folder = sys.argv[1]
-files = glob.glob(f"{folder}/*_kv_hvac.kv")
-if len(files) != 1:
-    sys.exit(f"FAIL: one project file expected in {folder}, found {files}")
-db = sqlite3.connect(files[0])
-rows = [dict(zip([c[0] for c in cur.description], r))
-        for cur in [db.execute("SELECT * FROM tblDuct ORDER BY ixDuct")] for r in cur.fetchall()]
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", ".."))
+import projectrows  # noqa: E402
+
+project = projectrows.find(sys.argv[1])
+rows = projectrows.query(project, "SELECT * FROM tblDuct ORDER BY ixDuct")
 faults = []
 
 
@@ -38,7 +36,7 @@ expect("flexible ducts", [(r["SHAPE"], r["WIDTH"]) for r in flex], [("rd", 8.0)]
 # Templates carry the section of the duct they were made from, never its ends.
 ends = {tuple(r[c] for c in ("X1", "Y1", "Z1", "X2", "Y2", "Z2")) for r in rows}
 expect("every duct has its own ends", len(ends), len(rows))
-diffusers = db.execute("SELECT ixDuct FROM tblDiffL").fetchall()
+diffusers = projectrows.query(project, "SELECT ixDuct FROM tblDiffL")
 expect("the diffuser hangs on the flexible duct", [d[0] for d in diffusers], [flex[0]["ixDuct"]] if flex else [])
 if faults:
     print("\n".join(faults))

@@ -2,15 +2,18 @@
 """A two-room example (and a zone holding both) calculated by the application layer in kvhost,
 checked against the same calculation done here straight from the method's equations: the hourly
 CLTD and SCL curves are the module's table output read as data, and for July at 40 N the published
-tables as well. The results are read from the project file with Python's own sqlite3.
+tables as well. The results are read from the project database outside our code: Python's own
+sqlite3 for a file, psql for a project on a server (KV_PROJECTDB_SERVER).
 
 usage: check_loadcalc.py KVHOST WORKDIR SOURCEDIR        prints PASS, or the faults and exits 1
 """
 import os
 import shutil
-import sqlite3
 import subprocess
 import sys
+
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", ".."))
+import projectrows  # noqa: E402
 
 KVHOST, WORK, SOURCE = sys.argv[1], sys.argv[2], sys.argv[3]
 DATA = os.path.join(SOURCE, "tools", "cltdgen", "data")
@@ -220,8 +223,7 @@ def main():
     os.makedirs(WORK)
     out = run_kvhost(scenario())
     curves = module_curves()
-    db = sqlite3.connect([os.path.join(WORK, f) for f in os.listdir(WORK) if f.endswith("_kv_hvac.kv")][0])
-    db.row_factory = sqlite3.Row
+    db = projectrows.connect(projectrows.find(WORK))
 
     def stored(where):
         return {(r["iMonth"], r["iHour"]): r for r in db.execute(f"SELECT * FROM tblLoadRoomCooling WHERE {where}")}
