@@ -61,11 +61,14 @@
       (setq *todo-hvac* (append *todo-hvac* (list (cons drawing work))))))
   T)
 
-;; The work left for DRAWING, in the order it was left.
+;; The work left for DRAWING, in the order it is to run: the drawing joins its project before its
+;; rooms are listed there. (Ordered by kind, not by when it was left: a database server keeps no
+;; order of insertion.)
 (defun todo-hvac-pending (drawing / file)
   (if (setq file (todo-hvac-table))
     (kvdb-query file (strcat "SELECT sWork FROM tblKvToDo WHERE sDrawing = '" (room-hvac-quote drawing)
-                             "' ORDER BY rowid") "sWork")
+                             "' ORDER BY CASE sWork WHEN 'join' THEN 0 WHEN 'rooms' THEN 1 ELSE 2 END, sWork")
+                "sWork")
     (mapcar 'cdr (vl-remove-if-not '(lambda (x) (= (car x) drawing)) *todo-hvac*))))
 
 (defun todo-hvac-done (drawing work / file)

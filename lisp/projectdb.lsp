@@ -100,10 +100,15 @@
   (cond
     ((setq existing (kvdb-find folder "kv_hvac")) existing)
     (T
-     (setq name (strcat folder "/" (projectdb-baseName folder)
-                        (if (getenv "KV_PROJECTDB_SERVER") "_kv_hvac.kvlink" "_kv_hvac.kv")))
+     (setq name (strcat folder "/" (projectdb-newFileName folder)))
      (kvdb-create name)
      name)))
+
+;; The name a new project's database file takes in FOLDER: a file, or a link to the server named
+;; for new projects.
+(defun projectdb-newFileName (folder)
+  (strcat (projectdb-baseName (vl-string-right-trim " /\\" folder))
+          (if (getenv "KV_PROJECTDB_SERVER") "_kv_hvac.kvlink" "_kv_hvac.kv")))
 
 ;; The last part of a path: "/a/b/office" gives "office".
 (defun projectdb-baseName (path / i)

@@ -136,7 +136,8 @@ Value compact(Environment&, Args args) {
   connections().erase(path);
   long before = 0, after = 0;
   std::string error;
-  if (!CompactProjectFile(path, &before, &after, &error)) {
+  if (IsLinkPath(path)) error = "'" + path + "' links to a project on a database server, which gives back free space itself.";
+  if (IsLinkPath(path) || !CompactProjectFile(path, &before, &after, &error)) {
     acutPrintf(L"\n%s", Utf8ToWide(error).c_str());
     return Value();
   }

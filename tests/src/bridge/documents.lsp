@@ -6,10 +6,12 @@
 (if (null root) (progn (princ "\nKV_BRIDGE_WORK is not set") (exit 2)))
 (defun at (relative) (strcat root "/" relative))
 
-;; Each folder is a project with its own database.
-(kvdb-create (at "one/office_kv_hvac.kv"))
-(kvdb-create (at "two/plant_kv_hvac.kv"))
-(kvdb-create (at "three/annex_kv_hvac.kv"))
+;; Each folder is a project with its own database: a file, or a link to a schema on the server
+;; when one is named for new projects.
+(setq ext (if (getenv "KV_PROJECTDB_SERVER") "_kv_hvac.kvlink" "_kv_hvac.kv"))
+(foreach project '("one/office" "two/plant" "three/annex")
+  (if (not (kvdb-create (at (strcat project ext))))
+    (progn (princ (strcat "\nno database for " project)) (exit 2))))
 
 (defun step (title) (princ (strcat "\n== " title)) (c:checkkv))
 
