@@ -111,8 +111,7 @@
           (if (getenv "KV_PROJECTDB_SERVER") "_kv_hvac.kvlink" "_kv_hvac.kv")))
 
 ;; The last part of a path: "/a/b/office" gives "office".
-(defun projectdb-baseName (path / i)
-  (setq i (strlen path))
-  (while (and (> i 0) (not (member (substr path i 1) '("/" "\\"))))
-    (setq i (1- i)))
-  (substr path (1+ i)))
+(defun projectdb-baseName (path / slash backslash)
+  (setq slash (vl-string-position (ascii "/") path nil T)
+        backslash (vl-string-position (ascii "\\") path nil T))
+  (substr path (+ 2 (max (if slash slash -1) (if backslash backslash -1)))))
