@@ -11,9 +11,9 @@
 (defun pt (x y) (strcat "point " (rtos x 2 3) "," (rtos y 2 3)))
 (defun rows (sql) (kvdb-query (projectdb-currentFile) sql))
 
-;; A folder per checkout and back end: two checkouts, or both back ends, may test at once.
-(setq root (strcat "/tmp/kv_lisp_appcmds" (vl-string-translate "/" "_" (getenv "PWD"))
-                  (if (getenv "KV_PROJECTDB_SERVER") "_server" "") "/"))
+;; The work folder ctest gives this run, its own for each checkout and back end; by hand, a
+;; folder in /tmp.
+(setq root (strcat (cond ((getenv "KV_SCENARIO_DIR")) ("/tmp/kv_lisp_appcmds")) "/"))
 ;; The project file is named after its folder.
 (setq project (vl-filename-base (vl-string-right-trim "/" root)))
 (foreach f (list "a.dwg" "b.dwg" "c.dwg" (strcat project "_kv_hvac.kv") (strcat project "_kv_hvac.kvlink")

@@ -7,9 +7,9 @@
   (if (not ok) (progn (princ (strcat "\nFAIL " name)) (setq drawing-failures (1+ drawing-failures))))
   ok)
 
-;; A folder per checkout and back end: two checkouts, or both back ends, may test at once.
-(setq root (strcat "/tmp/kv_lisp_drawing" (vl-string-translate "/" "_" (getenv "PWD"))
-                  (if (getenv "KV_PROJECTDB_SERVER") "_server" "") "/"))
+;; The work folder ctest gives this run, its own for each checkout and back end; by hand, a
+;; folder in /tmp.
+(setq root (strcat (cond ((getenv "KV_SCENARIO_DIR")) ("/tmp/kv_lisp_drawing")) "/"))
 (foreach f (list "a/one.dwg" "a/two.dwg" "b/three.dwg" "c/moved.dwg" "a/one.dxf" "a/one.png" "a/one.svg")
   (vl-file-delete (strcat root f)))
 (setq home (kvhost-current))

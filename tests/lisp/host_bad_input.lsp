@@ -9,9 +9,9 @@
   ok)
 (defun input-error-p (fn args) (vl-catch-all-error-p (vl-catch-all-apply fn args)))
 
-;; A folder per checkout and back end: two checkouts, or both back ends, may test at once.
-(setq root (strcat "/tmp/kv_lisp_bad_input" (vl-string-translate "/" "_" (getenv "PWD"))
-                  (if (getenv "KV_PROJECTDB_SERVER") "_server" "") "/"))
+;; The work folder ctest gives this run, its own for each checkout and back end; by hand, a
+;; folder in /tmp.
+(setq root (strcat (cond ((getenv "KV_SCENARIO_DIR")) ("/tmp/kv_lisp_bad_input")) "/"))
 (foreach f (list "stale.dwg" "fresh.dwg" "mono.png" "wide.png") (vl-file-delete (strcat root f)))
 (setq home (kvhost-current))
 

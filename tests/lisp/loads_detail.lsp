@@ -13,9 +13,9 @@
   (setq r (vl-catch-all-apply 'eval (list expr)))
   (if (vl-catch-all-error-p r) (vl-catch-all-error-message r)))
 
-;; A folder of this checkout's own: several checkouts may run their tests at the same time.
-(setq root (strcat "/tmp/kv_lisp_loaddetail" (vl-string-translate "/" "_" (getenv "PWD"))
-                  (if (getenv "KV_PROJECTDB_SERVER") "_server" "") "/"))
+;; The work folder ctest gives this run, its own for each checkout and back end; by hand, a
+;; folder in /tmp.
+(setq root (strcat (cond ((getenv "KV_SCENARIO_DIR")) ("/tmp/kv_lisp_loaddetail")) "/"))
 (foreach f (list "loads.dwg" (strcat (vl-filename-base (vl-string-right-trim "/" root)) "_kv_hvac.kv")
                  (strcat (vl-filename-base (vl-string-right-trim "/" root)) "_kv_hvac.kvlink"))
   (vl-file-delete (strcat root f)))

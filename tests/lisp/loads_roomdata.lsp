@@ -8,9 +8,9 @@
   (if (not ok) (progn (princ (strcat "\nFAIL " name)) (setq rd-failures (1+ rd-failures))))
   ok)
 
-;; A folder of this checkout's own: several checkouts may run their tests at the same time.
-(setq root (strcat "/tmp/kv_lisp_roomdata" (vl-string-translate "/" "_" (getenv "PWD"))
-                  (if (getenv "KV_PROJECTDB_SERVER") "_server" "") "/"))
+;; The work folder ctest gives this run, its own for each checkout and back end; by hand, a
+;; folder in /tmp.
+(setq root (strcat (cond ((getenv "KV_SCENARIO_DIR")) ("/tmp/kv_lisp_roomdata")) "/"))
 (foreach f (list "rooms.dwg" (strcat (vl-filename-base (vl-string-right-trim "/" root)) "_kv_hvac.kv")
                  (strcat (vl-filename-base (vl-string-right-trim "/" root)) "_kv_hvac.kvlink"))
   (vl-file-delete (strcat root f)))

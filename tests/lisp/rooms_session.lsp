@@ -20,9 +20,9 @@
 
 (defun near (a b) (< (abs (- a b)) 1e-6))
 
-;; A folder per checkout and back end: two checkouts, or both back ends, may test at once.
-(setq root (strcat "/tmp/kv_lisp_rooms" (vl-string-translate "/" "_" (getenv "PWD"))
-                  (if (getenv "KV_PROJECTDB_SERVER") "_server" "") "/"))
+;; The work folder ctest gives this run, its own for each checkout and back end; by hand, a
+;; folder in /tmp.
+(setq root (strcat (cond ((getenv "KV_SCENARIO_DIR")) ("/tmp/kv_lisp_rooms")) "/"))
 ;; The project file is named after its folder.
 (setq project (vl-filename-base (vl-string-right-trim "/" root)))
 (foreach f (list "plan.dwg" "ROOMARROW.dwg" "plan.png" (strcat project "_kv_hvac.kv") (strcat project "_kv_hvac.kvlink"))

@@ -6,9 +6,9 @@
   (if (not ok) (progn (princ (strcat "\nFAIL " name)) (setq tr-failures (1+ tr-failures))))
   ok)
 
-;; A folder per checkout and back end: two checkouts, or both back ends, may test at once.
-(setq root (strcat "/tmp/kv_lisp_trees" (vl-string-translate "/" "_" (getenv "PWD"))
-                  (if (getenv "KV_PROJECTDB_SERVER") "_server" "") "/"))
+;; The work folder ctest gives this run, its own for each checkout and back end; by hand, a
+;; folder in /tmp.
+(setq root (strcat (cond ((getenv "KV_SCENARIO_DIR")) ("/tmp/kv_lisp_trees")) "/"))
 ;; The project file is named after its folder.
 (setq project (vl-filename-base (vl-string-right-trim "/" root)))
 (foreach f (list "trees.dwg" (strcat project "_kv_hvac.kv") (strcat project "_kv_hvac.kvlink")) (vl-file-delete (strcat root f)))
