@@ -190,8 +190,4 @@
               " WHERE ixDuct = " (itoa ix)))))
 
 ;; TEXT as an SQL literal.
-(defun ducts-sqlText (text / at)
-  (setq at 0)
-  (while (setq at (vl-string-search "\"" text at))
-    (setq text (strcat (substr text 1 at) "\"" (substr text (1+ at))) at (+ at 2)))
-  (strcat "\"" text "\""))
+(defun ducts-sqlText (text) (strcat "\"" (projectdb-doubled text "\"") "\""))

@@ -36,13 +36,8 @@
     (kvdb-execute file (strcat "INSERT OR REPLACE INTO tblRoomL (ixRoomL, sName) VALUES ("
                                (itoa ix) ", '" (room-hvac-quote name) "')"))))
 
-;; NAME with each single quote doubled, for a SQL literal. It searches from quote to quote, so a
-;; long name (a drawing's full path) costs one pass, not one per character.
-(defun room-hvac-quote (name / at)
-  (setq at 0)
-  (while (setq at (vl-string-search "'" name at))
-    (setq name (strcat (substr name 1 at) "'" (substr name (1+ at))) at (+ at 2)))
-  name)
+;; NAME with each single quote doubled, for a SQL literal.
+(defun room-hvac-quote (name) (projectdb-doubled name "'"))
 
 ;; The room entity of index IX in the current drawing, or nil.
 (defun room-hvac-entity (ix)

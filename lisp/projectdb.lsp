@@ -110,6 +110,15 @@
   (strcat (projectdb-baseName (vl-string-right-trim " /\\" folder))
           (if (getenv "KV_PROJECTDB_SERVER") "_kv_hvac.kvlink" "_kv_hvac.kv")))
 
+;; TEXT with each MARK (a one-character string) doubled, as SQL escapes a quote inside a literal.
+;; It searches from mark to mark, so a long text (a drawing's full path) costs one pass, not one
+;; per character.
+(defun projectdb-doubled (text mark / at)
+  (setq at 0)
+  (while (setq at (vl-string-search mark text at))
+    (setq text (strcat (substr text 1 at) mark (substr text (1+ at))) at (+ at 2)))
+  text)
+
 ;; The last part of a path: "/a/b/office" gives "office".
 (defun projectdb-baseName (path / slash backslash)
   (setq slash (vl-string-position (ascii "/") path nil T)

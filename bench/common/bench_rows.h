@@ -22,3 +22,14 @@ inline ProjectDatabasePtr createBenchProject(const std::string& file, int ducts)
   ComCheck(db->Execute(_bstr_t(fill), &ok));
   return db;
 }
+
+// A row of one field for AddRecord or UpdateRecord: its name, then its value.
+inline SafeArrayPtr oneField(const wchar_t* name, const _variant_t& value) {
+  SafeArrayPtr row(SafeArrayCreateVector(VT_VARIANT, 0, 2));
+  LONG at = 0;
+  _variant_t n(name);
+  SafeArrayPutElement(row.get(), &at, &n);
+  at = 1;
+  SafeArrayPutElement(row.get(), &at, &value);
+  return row;
+}

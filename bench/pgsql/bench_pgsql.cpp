@@ -48,16 +48,6 @@ void setTable(ProjectDatabase* db) {
   ComCheck(db->SetTable(_bstr_t(L"tblDuct"), _bstr_t(L"ixDuct"), &ok));
 }
 
-SafeArrayPtr oneField(const wchar_t* name, const _variant_t& value) {
-  SafeArrayPtr row(SafeArrayCreateVector(VT_VARIANT, 0, 2));
-  LONG at = 0;
-  _variant_t n(name);
-  SafeArrayPutElement(row.get(), &at, &n);
-  at = 1;
-  SafeArrayPutElement(row.get(), &at, &value);
-  return row;
-}
-
 constexpr int kRows = 10000;
 
 // Argument 0: the file, 1: the server.

@@ -45,16 +45,6 @@ bool setTable(ProjectDatabase* db, const wchar_t* table, const wchar_t* index) {
   return ok;
 }
 
-SafeArrayPtr oneField(const wchar_t* name, const _variant_t& value) {
-  SafeArrayPtr row(SafeArrayCreateVector(VT_VARIANT, 0, 2));
-  LONG at = 0;
-  _variant_t n(name);
-  SafeArrayPutElement(row.get(), &at, &n);
-  at = 1;
-  SafeArrayPutElement(row.get(), &at, &value);
-  return row;
-}
-
 // Raw SQLite on the same file with the component's settings (WAL, full sync, busy timeout).
 struct RawDb {
   sqlite3* db = nullptr;

@@ -648,14 +648,7 @@ class DxfReader {
   // The handle a group of an object's groups names (5: its own, 330: its owner's), 0 when it
   // has none or it is not hexadecimal.
   Adesk::UInt64 handleIn(std::size_t from, std::size_t to, int code = 5) const {
-    for (std::size_t i = from; i < to; ++i) {
-      if (g_[i].code != code) continue;
-      const std::string& text = g_[i].value;
-      char* end = nullptr;
-      const unsigned long long h = std::strtoull(text.c_str(), &end, 16);
-      return !text.empty() && end && *end == 0 ? h : 0;
-    }
-    return 0;
+    return AcDbHandle(valueOf(g_, from, to, code).c_str()).value();
   }
 
   // Runs `add` with the file's handle offered to the object it adds; whatever add does, the
