@@ -75,7 +75,7 @@
     ((kvdb-candidates (getvar "DWGPREFIX") "kv_hvac")
      (princ "\nThe folder holds several project files; keep one and run KV-PROJECT again."))
     (T
-     (setq name (projectdb-newFileName (getvar "DWGPREFIX")))
+     (setq name (projectdb-baseName (kvdb-newPath (getvar "DWGPREFIX") "kv_hvac")))
      (if (equal (cmd-hvac-keyword (strcat "\nNo project here. Create " name "? [Yes/No] <Yes>: ") '("Yes" "No") "Yes")
             "Yes")
        (project-hvac-join (projectdb-createProject (getvar "DWGPREFIX"))))))

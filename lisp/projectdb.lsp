@@ -100,15 +100,9 @@
   (cond
     ((setq existing (kvdb-find folder "kv_hvac")) existing)
     (T
-     (setq name (strcat folder "/" (projectdb-newFileName folder)))
+     (setq name (kvdb-newPath folder "kv_hvac"))
      (kvdb-create name)
      name)))
-
-;; The name a new project's database file takes in FOLDER: a file, or a link to the server named
-;; for new projects.
-(defun projectdb-newFileName (folder)
-  (strcat (projectdb-baseName (vl-string-right-trim " /\\" folder))
-          (if (getenv "KV_PROJECTDB_SERVER") "_kv_hvac.kvlink" "_kv_hvac.kv")))
 
 ;; TEXT with each MARK (a one-character string) doubled, as SQL escapes a quote inside a literal.
 ;; It searches from mark to mark, so a long text (a drawing's full path) costs one pass, not one

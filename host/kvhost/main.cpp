@@ -211,17 +211,16 @@ bool enterProject(const std::string& dir) {
 // the project database component in this configuration nothing is made. False when the file
 // was needed and could not be made.
 bool ensureProjectFile() {
-  if (!kvlisp::findNative("kvdb-candidates") || !kvlisp::findNative("kvdb-create")) return true;
+  if (!kvlisp::findNative("kvdb-candidates") || !kvlisp::findNative("kvdb-create") || !kvlisp::findNative("kvdb-newPath"))
+    return true;
   const std::string folder = std::filesystem::current_path().string();
   kvlisp::Environment env;
   try {
     if (!env.call("kvdb-candidates", {kvlisp::Value::string(folder), kvlisp::Value::string("kv_hvac")}).isNil())
       return true;
-    std::string name = std::filesystem::path(folder).filename().string();
-    // An office that names a server for new projects gets them there, behind a link file.
-    const char* server = std::getenv("KV_PROJECTDB_SERVER");
-    std::string path = folder + "/" + (name.empty() ? "project" : name) +
-                       (server && *server ? "_kv_hvac.kvlink" : "_kv_hvac.kv");
+    // A file, or a link when the office names a server for new projects.
+    const std::string path =
+        env.call("kvdb-newPath", {kvlisp::Value::string(folder), kvlisp::Value::string("kv_hvac")}).asString();
     env.call("kvdb-create", {kvlisp::Value::string(path)});
     std::printf("kvhost: the project folder had no project file; created %s\n", path.c_str());
     return true;

@@ -3,6 +3,7 @@
 #include <dirent.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <map>
 #include <set>
 #include <vector>
@@ -208,6 +209,19 @@ Value find(Environment&, Args args) {
   return path.empty() ? Value() : Value::string(path);
 }
 
+// (kvdb-newPath folder key): where a new project of FOLDER goes: "<folder>/<folder name>_KEY.kv",
+// or ".kvlink" when a server is named for new projects (KV_PROJECTDB_SERVER).
+Value newPath(Environment&, Args args) {
+  std::string folder = kvlisp::argString(args, 0);
+  while (folder.size() > 1 && (folder.back() == '/' || folder.back() == '\\')) folder.pop_back();
+  const std::string& key = kvlisp::argString(args, 1);
+  const std::size_t cut = folder.find_last_of("/\\");
+  std::string name = cut == std::string::npos ? folder : folder.substr(cut + 1);
+  if (name.empty()) name = "project";
+  const char* server = std::getenv("KV_PROJECTDB_SERVER");
+  return Value::string(folder + "/" + name + "_" + key + (server && *server ? ".kvlink" : ".kv"));
+}
+
 const kvlisp::NativeDef kFunctions[] = {
     {"kvdb-find", "(kvdb-find folder key)",
      "The one project file of FOLDER whose name holds KEY (.kv or .kvlink, else .mdb); nil for none or several.", find},
@@ -218,6 +232,9 @@ const kvlisp::NativeDef kFunctions[] = {
      "DISTINCT.",
      query},
     {"kvdb-execute", "(kvdb-execute path sql)", "Runs a statement that changes data; T.", execute},
+    {"kvdb-newPath", "(kvdb-newPath folder key)",
+     "Where a new project of FOLDER goes: <folder name>_KEY.kv, or .kvlink when KV_PROJECTDB_SERVER names a server.",
+     newPath},
     {"kvdb-create", "(kvdb-create path [server])",
      "Creates a new project file with its schema and starting rows; T. A .kvlink PATH makes the project on "
      "SERVER (a connection string; else the one KV_PROJECTDB_SERVER names) and links to it.",

@@ -124,6 +124,10 @@ TEST_F(ProjectLisp, CreateProjectMakesTheFolderFileOnce) {
   // A second call finds the file and leaves its rows alone.
   EXPECT_EQ(Eval("(projectdb-createProject " + Lisp(folder_.string()) + ")"), Lisp(made));
   EXPECT_EQ(Eval("(kvdb-query " + Lisp(made) + " \"select count(*) from tblDuct\")"), "(1)");
+  // The name goes by the folder's last part, however the folder is written.
+  const std::string ext = OnServer() ? ".kvlink" : ".kv";
+  EXPECT_EQ(Eval("(kvdb-newPath \"/a/b/office//\" \"kv_hvac\")"), Lisp("/a/b/office/office_kv_hvac" + ext));
+  EXPECT_EQ(Eval("(kvdb-newPath \"c:\\\\jobs\\\\annex\" \"kv_hvac\")"), Lisp("c:\\\\jobs\\\\annex/annex_kv_hvac" + ext));
 }
 
 }  // namespace
